@@ -1,0 +1,91 @@
+#include "VintrelCore/base/UnicodeText.h"
+#include "VintrelCore/command/CLICore.h"
+
+#include <algorithm>
+#include <array>
+#include <vector>
+
+namespace VintrelCore::CLICore {
+
+namespace {
+
+constexpr size_t narrowColumns = 6; // all but the command
+constexpr std::string_view gap = "  ";
+
+using Cells = std::array<std::string, narrowColumns>;
+
+Cells headings() {
+    return {"PID", "BUCKET", "KIND", "AGE", "RAM", "PROJECT"};
+}
+
+Cells cellsOf(const ProcessItem &item, const TableOptions &options) {
+    std::string bucket = item.bucket() == Bucket::safe ? "safe" : "review";
+    if (options.protectedPIDs.contains(item.pid)) {
+        bucket += " 🔒";
+    }
+    const auto cwd = options.cwds.find(item.pid);
+    return {std::to_string(item.pid),
+            std::move(bucket),
+            std::string(item.displayLabel()),
+            formatElapsed(item.elapsed),
+            formatRSS(item.rssKB),
+            cwd != options.cwds.end() ? cwd->second.label : "—"};
+}
+
+std::vector<Cells> allCells(const TableOptions &options) {
+    std::vector<Cells> rows{headings()};
+    std::ranges::transform(options.items, std::back_inserter(rows),
+                           [&options](const ProcessItem &item) { return cellsOf(item, options); });
+    return rows;
+}
+
+/// The largest size of each column, by a function that measures one cell.
+template <typename Measure>
+std::array<size_t, narrowColumns> widths(const std::vector<Cells> &rows, Measure measure) {
+    std::array<size_t, narrowColumns> widest{};
+    for (const Cells &row : rows) {
+        for (size_t column = 0; column < narrowColumns; ++column) {
+            widest[column] = std::max(widest[column], measure(row[column]));
+        }
+    }
+    return widest;
+}
+
+} // namespace
+
+std::string truncate(std::string_view text, size_t max) {
+    if (max < 2 || text.size() <= max || UnicodeText::characterCount(text) <= max) {
+        return std::string(text);
+    }
+    return std::string(UnicodeText::firstCharacters(text, max - 1)) + "…";
+}
+
+std::string listTable(const TableOptions &options) {
+    const std::vector<Cells> rows = allCells(options);
+    const auto widest = widths(rows, UnicodeText::characterCount);
+    std::string table;
+    for (size_t row = 0; row < rows.size(); ++row) {
+        std::string line;
+        for (size_t column = 0; column < narrowColumns; ++column) {
+            const std::string &cell = rows[row][column];
+            line += cell;
+            line.append(widest[column] - UnicodeText::characterCount(cell), ' ');
+            line += gap;
+        }
+        line += row == 0 ? "COMMAND" : truncate(options.items[row - 1].command, options.commandMax);
+        line.erase(line.find_last_not_of(" \t\n\v\f\r") + 1);
+        table += (row == 0 ? "" : "\n") + line;
+    }
+    return table;
+}
+
+size_t commandMaxForTerminal(size_t columns, const TableOptions &options) {
+    constexpr size_t least = 20;
+    size_t taken = narrowColumns * gap.size();
+    for (const size_t width : widths(allCells(options), UnicodeText::terminalColumns)) {
+        taken += width;
+    }
+    return columns > taken + least ? columns - taken : least;
+}
+
+} // namespace VintrelCore::CLICore

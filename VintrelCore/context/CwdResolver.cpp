@@ -1,0 +1,124 @@
+#include "VintrelCore/context/CwdResolver.h"
+
+#include "VintrelCore/base/File.h"
+#include "VintrelCore/base/Path.h"
+#include "VintrelCore/base/Text.h"
+#include "VintrelCore/context/Lsof.h"
+
+#include <algorithm>
+
+namespace VintrelCore::CwdResolver {
+
+namespace {
+
+/// "/proc/13878/cwd (readlink: Permission denied)" stands where lsof may not read a directory.
+bool isRefusal(std::string_view name, int32_t pid) {
+    const std::string start = "/proc/" + std::to_string(pid) + "/cwd (";
+    return name.starts_with(start) && name.ends_with(')');
+}
+
+/// The kernel names a directory that was deleted "... (deleted)"; one may also be called so.
+void dropDeletedEnding(std::string &directory, bool mayTouchFiles) {
+    constexpr std::string_view ending = " (deleted)";
+    if (directory.ends_with(ending) && !(mayTouchFiles && File::exists(directory))) {
+        directory.resize(directory.size() - ending.size());
+    }
+}
+
+} // namespace
+
+std::vector<std::string> lsofArguments(std::span<const int32_t> pids) {
+    std::string list;
+    for (const int32_t pid : pids) {
+        list += (list.empty() ? "" : ",") + std::to_string(pid);
+    }
+    return {"-a", "-p", list, "-d", "cwd", "-Fpn"};
+}
+
+std::string runLSOF(std::span<const int32_t> pids) {
+    return pids.empty() ? std::string() : Lsof::ask(lsofArguments(pids)).output;
+}
+
+std::unordered_map<int32_t, std::string> parseCwds(std::string_view lsofOutput) {
+    std::unordered_map<int32_t, std::string> directories;
+    std::optional<int32_t> pid;
+    while (const auto line = Text::takeLine(lsofOutput)) {
+        const std::string_view value = line->substr(1);
+        if (line->front() == 'p') {
+            pid = Text::parseInteger<int32_t>(value);
+        } else if (line->front() == 'n' && pid && !value.empty() && !isRefusal(value, *pid)) {
+            directories.insert_or_assign(*pid, std::string(value));
+        }
+    }
+    return directories;
+}
+
+std::optional<std::string> findGitRoot(const std::string &directory) {
+    std::string_view current = directory;
+    while (current.starts_with('/') && current != "/") {
+        if (File::exists(std::string(current) + "/.git")) {
+            return std::string(current);
+        }
+        current = Path::parent(current);
+    }
+    return std::nullopt;
+}
+
+std::string projectLabel(std::string_view cwd, const std::optional<std::string> &gitRoot) {
+    if (!gitRoot || gitRoot->empty()) {
+        const std::string_view name = Path::lastComponent(cwd);
+        return std::string(name.empty() ? cwd : name);
+    }
+    std::string label(Path::lastComponent(*gitRoot));
+    if (Path::isAtOrBelow(cwd, *gitRoot)) {
+        label += cwd.substr(gitRoot->size());
+    }
+    return label;
+}
+
+std::string abbreviateHome(std::string_view path, std::string_view home) {
+    if (home.empty() || !Path::isAtOrBelow(path, home)) {
+        return std::string(path);
+    }
+    return "~" + std::string(path.substr(home.size()));
+}
+
+CwdMap processCwds(const ProcessCwdsOptions &options) {
+    CwdMap cwds;
+    if (options.forPIDs.empty()) {
+        return cwds;
+    }
+    Lsof::Answer own;
+    if (!options.lsofOutput) {
+        own = Lsof::ask(lsofArguments(options.forPIDs));
+    }
+    const bool mayTouchFiles = options.mayTouchFiles && !own.metDeadMount;
+    const std::string home = options.home.value_or("");
+    for (auto &[pid, directory] : parseCwds(options.lsofOutput.value_or(own.output))) {
+        dropDeletedEnding(directory, mayTouchFiles);
+        const auto gitRoot = mayTouchFiles ? options.gitRootFinder(directory) : std::nullopt;
+        ProcessCwd cwd{.label = projectLabel(directory, gitRoot),
+                       .fullPath = abbreviateHome(directory, home)};
+        if (gitRoot) {
+            cwd.projectRoot = abbreviateHome(*gitRoot, home);
+        }
+        cwds.emplace(pid, std::move(cwd));
+    }
+    return cwds;
+}
+
+bool isUnderPrefix(std::string_view path, std::string_view prefix) {
+    if (prefix.ends_with('/')) {
+        prefix.remove_suffix(1);
+    }
+    return !prefix.empty() && Path::isAtOrBelow(path, prefix);
+}
+
+bool isProtected(std::string_view fullPath, std::span<const std::string> protectedProjects,
+                 std::string_view home) {
+    return std::ranges::any_of(protectedProjects, [&](const std::string &project) {
+        return isUnderPrefix(fullPath, project) || isUnderPrefix(fullPath, abbreviateHome(project, home));
+    });
+}
+
+} // namespace VintrelCore::CwdResolver

@@ -1,0 +1,54 @@
+#include "VintrelCore/context/Lsof.h"
+
+#include "VintrelCore/platform/Platform.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <utility>
+
+#include <unistd.h>
+
+namespace VintrelCore::Lsof {
+
+namespace {
+
+constexpr std::chrono::seconds deadline{10};
+
+}
+
+std::string path() {
+    const auto places = Platform::lsofCandidates();
+    const auto isThere = [](std::string_view place) {
+        return ::access(std::string(place).c_str(), X_OK) == 0;
+    };
+    const auto found = std::ranges::find_if(places, isThere);
+    return std::string(found != places.end() ? *found : places.front());
+}
+
+Query::Query(std::vector<std::string> arguments, const std::string &lsof)
+    : m_command{.executable = lsof, .arguments = std::move(arguments), .deadline = deadline},
+      m_run(m_command) {}
+
+Answer Query::finish(int interrupt) {
+    const std::array<Shell::Run *, 1> runs{&m_run};
+    Shell::await(runs, nullptr, interrupt);
+    Shell::Outcome outcome = m_run.take();
+    const bool hung = outcome.deadlineMissed && !outcome.interrupted;
+    if (hung) {
+        Shell::Command careful = m_command;
+        careful.arguments.insert(careful.arguments.begin(), {"-b", "-w"});
+        outcome = Shell::runToOutcome(careful, interrupt);
+    }
+    const bool failed = !outcome.completed();
+    return {.output = std::move(outcome.output),
+            .failed = failed,
+            .metDeadMount = hung,
+            .interrupted = outcome.interrupted};
+}
+
+Answer ask(std::vector<std::string> arguments) {
+    return Query(std::move(arguments)).finish();
+}
+
+} // namespace VintrelCore::Lsof

@@ -1,0 +1,108 @@
+#include "VintrelCore/context/PortRegistry.h"
+
+#include "VintrelCore/base/File.h"
+#include "VintrelCore/base/Text.h"
+#include "VintrelCore/context/Lsof.h"
+#include "VintrelCore/platform/Platform.h"
+
+#include <array>
+#include <limits>
+
+#include <nlohmann/json.hpp>
+
+namespace VintrelCore::PortRegistry {
+
+namespace {
+
+/// The integers of the user's file; absent when it is no object of integer arrays.
+std::optional<PortSet> parseUserPorts(const std::string &bytes) {
+    const auto document = nlohmann::json::parse(bytes, nullptr, /*allow_exceptions=*/false);
+    if (!document.is_object()) {
+        return std::nullopt;
+    }
+    PortSet ports;
+    for (const auto &list : document) {
+        if (!list.is_array()) {
+            return std::nullopt;
+        }
+        for (const auto &entry : list) {
+            if (!entry.is_number_integer()) {
+                return std::nullopt;
+            }
+            // No port is larger than an int; what is, can only be left out.
+            if (entry.is_number_unsigned() && entry.get<uint64_t>() <= std::numeric_limits<int>::max()) {
+                ports.insert(entry.get<int>());
+            }
+        }
+    }
+    return ports;
+}
+
+PortSet portsOfNow() {
+    constexpr size_t largestFile = size_t{1} << 20;
+    return mergedPorts(registeredPorts, File::read(userPortsFileURL(), largestFile));
+}
+
+} // namespace
+
+const PortSet registeredPorts{5182, 8001, 5181, 8011, 3001, 8003, 4000, 8000, 4002, 5501, 5173, 5120, 5899,
+                              8899, 8004, 8005, 5188, 3002, 4321, 5184, 8006, 5183, 3003, 5185, 8007};
+
+std::string userPortsFileURL() {
+    const std::string folder = Platform::dataFolder();
+    return folder.empty() ? folder : folder + "/Vintrel/ports.json";
+}
+
+PortSet mergedPorts(const PortSet &builtIn, const std::optional<std::string> &userJSON) {
+    PortSet ports = builtIn;
+    if (auto added = userJSON ? parseUserPorts(*userJSON) : std::nullopt) {
+        ports.merge(*added);
+    }
+    return ports;
+}
+
+std::optional<Listener> parseListenerLine(std::string_view line, const std::optional<PortSet> &ports) {
+    // COMMAND PID USER FD TYPE DEVICE SIZE/OFF NODE NAME
+    std::array<std::string_view, 9> columns;
+    for (std::string_view &column : columns) {
+        column = Text::takeWord(line);
+    }
+    const std::string_view address = columns.back();
+    const auto colon = address.rfind(':'); // the last one: IPv6 addresses have more
+    const auto pid = Text::parseInteger<int32_t>(columns[1]);
+    if (!pid || colon == std::string_view::npos) {
+        return std::nullopt;
+    }
+    const auto port = Text::parseInteger<int>(address.substr(colon + 1));
+    if (!port || !(ports ? ports->contains(*port) : portsOfNow().contains(*port))) {
+        return std::nullopt;
+    }
+    return Listener{.pid = *pid, .port = *port};
+}
+
+std::vector<std::string> lsofArguments() {
+    return {"-nPi", "-sTCP:LISTEN"};
+}
+
+std::unordered_map<int32_t, PortSet> listeningPorts(const std::optional<std::string_view> &lsofOutput) {
+    const std::string own = lsofOutput ? std::string() : Lsof::ask(lsofArguments()).output;
+    const std::optional<PortSet> ports = portsOfNow();
+    std::unordered_map<int32_t, PortSet> listening;
+    std::string_view rest = lsofOutput.value_or(own);
+    while (const auto line = Text::takeLine(rest)) {
+        if (const auto listener = parseListenerLine(*line, ports)) {
+            listening[listener->pid].insert(listener->port);
+        }
+    }
+    return listening;
+}
+
+std::unordered_set<int32_t> listeningPIDs(const std::optional<std::string_view> &lsofOutput) {
+    std::unordered_set<int32_t> pids;
+    for (const auto &[pid, ports] : listeningPorts(lsofOutput)) {
+        pids.insert(pid);
+    }
+    return pids;
+}
+
+} // namespace VintrelCore::PortRegistry

@@ -1,0 +1,72 @@
+#pragma once
+
+#include "VintrelCore/model/ProcStartTime.h"
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+/// All that the core asks of an operating system, apart from starting a child (base/ChildProcess.h). Each
+/// function fetches raw facts; what they mean is decided elsewhere, in code that every system shares. A port
+/// implements this page and platform/Spawning.h, and nothing else.
+namespace VintrelCore::Platform {
+
+// Where tools stand. PATH is never searched.
+
+[[nodiscard]] std::string psPath();
+
+/// Places where lsof may stand, best first.
+[[nodiscard]] std::span<const std::string_view> lsofCandidates();
+
+/// Places where the container engine's client may stand, best first.
+[[nodiscard]] std::span<const std::string_view> dockerCandidates();
+
+// Folders, without a slash at their end.
+
+/// $HOME, else the account's home; "" when there is neither.
+[[nodiscard]] std::string homeFolder();
+
+/// Where programs keep a user's data; Vintrel's own folder stands in it. "" without a home.
+[[nodiscard]] std::string dataFolder();
+
+// Processes.
+
+/// The real user id of this process.
+[[nodiscard]] int32_t currentUserID();
+
+/// When a process started, by the kernel's record; absent when there is no such process or its record cannot
+/// be read. Stays the same for the whole life of the process within one run of this program, whatever happens
+/// to the clock.
+[[nodiscard]] std::optional<ProcStartTime> startTime(int32_t pid);
+
+/// What the kernel knows of a process beyond what ps was asked for.
+struct KernelFacts {
+    int32_t userID = -1;        ///< the real user id
+    char state = '?';           ///< as ps prints it: R, S, D, Z (a zombie), T ...
+    int32_t sessionID = 0;      ///< the pid of the session's leader
+    uint64_t startTicks = 0;    ///< start, in the kernel's own unit: only for telling who is older
+    std::string controlGroup{}; ///< the path of its control group; "" where there are none
+};
+
+/// What the snapshot's parent column has to be corrected with.
+struct KernelView {
+    /// False where an orphan's parent is always process 1, and so nothing is to be corrected.
+    bool correctsParents = false;
+    int32_t userID = -1;
+    std::string ownControlGroup;
+    /// Absent for a process that is gone or whose records cannot be read.
+    std::function<std::optional<KernelFacts>(int32_t pid)> factsOf;
+};
+
+/// The real one.
+[[nodiscard]] KernelView kernelView();
+
+// This process.
+
+/// Lowers the soft limit of open descriptors to what tools cope with; lsof closes every possible one by one.
+void limitDescriptors();
+
+} // namespace VintrelCore::Platform

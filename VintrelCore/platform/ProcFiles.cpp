@@ -1,0 +1,73 @@
+#include "VintrelCore/platform/ProcFiles.h"
+
+#include "VintrelCore/base/Text.h"
+
+#include <charconv>
+
+namespace VintrelCore::ProcFiles {
+
+std::optional<Stat> parseStat(std::string_view record) {
+    const auto nameEnd = record.rfind(')');
+    if (nameEnd == std::string_view::npos) {
+        return std::nullopt;
+    }
+    std::string_view rest = record.substr(nameEnd + 1);
+    const std::string_view state = Text::takeWord(rest, " \n"); // field 3
+    if (state.size() != 1) {
+        return std::nullopt;
+    }
+    Stat stat{.state = state.front()};
+    constexpr int sessionField = 6;
+    constexpr int startField = 22;
+    for (int field = 4; field <= startField; ++field) {
+        const std::string_view text = Text::takeWord(rest, " \n");
+        const auto value = Text::parseInteger<int64_t>(text);
+        if (!value) {
+            return std::nullopt;
+        }
+        if (field == sessionField) {
+            stat.sessionID = static_cast<int32_t>(*value);
+        } else if (field == startField) {
+            stat.startTicks = static_cast<uint64_t>(*value);
+        }
+    }
+    return stat;
+}
+
+std::optional<int32_t> parseUserID(std::string_view status) {
+    while (auto line = Text::takeLine(status)) {
+        if (line->starts_with("Uid:")) {
+            line->remove_prefix(4);
+            return Text::parseInteger<int32_t>(
+                Text::takeWord(*line, "\t ")); // real, effective, saved, file system
+        }
+    }
+    return std::nullopt;
+}
+
+std::string parseControlGroup(std::string_view cgroups) {
+    std::string_view found;
+    while (const auto line = Text::takeLine(cgroups)) {
+        // hierarchy:controllers:path, and the path may hold colons.
+        const auto first = line->find(':');
+        const auto second = first == std::string_view::npos ? first : line->find(':', first + 1);
+        if (second == std::string_view::npos) {
+            continue;
+        }
+        const std::string_view controllers = line->substr(first + 1, second - first - 1);
+        if (controllers == "name=systemd") {
+            found = line->substr(second + 1);
+            break;
+        }
+        if (line->starts_with("0::")) {
+            found = line->substr(second + 1);
+        }
+    }
+    constexpr std::string_view deleted = " (deleted)";
+    if (found.ends_with(deleted)) {
+        found.remove_suffix(deleted.size());
+    }
+    return std::string(found);
+}
+
+} // namespace VintrelCore::ProcFiles

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+/// Parsers for the files of a process below /proc. Source of the formats: the manual pages proc(5) and
+/// cgroups(7).
+namespace VintrelCore::ProcFiles {
+
+struct Stat {
+    char state = '?';
+    int32_t sessionID = 0;
+    uint64_t startTicks = 0; ///< clock ticks between boot and the start of the process
+};
+
+/// Parses "stat". Fields are counted from the last ')': the name before it may hold anything, ") S 1 (" and
+/// line breaks included. Absent when the record is cut off or malformed.
+[[nodiscard]] std::optional<Stat> parseStat(std::string_view record);
+
+/// The real user id from "status"; absent when it is not there.
+[[nodiscard]] std::optional<int32_t> parseUserID(std::string_view status);
+
+/// The control group from "cgroup": systemd's own hierarchy where there is one, else the unified one; "" for
+/// neither.
+[[nodiscard]] std::string parseControlGroup(std::string_view cgroups);
+
+} // namespace VintrelCore::ProcFiles

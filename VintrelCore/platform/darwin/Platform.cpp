@@ -1,0 +1,63 @@
+#include "VintrelCore/platform/Platform.h"
+
+#include <array>
+
+#include <sys/sysctl.h>
+#include <unistd.h>
+
+namespace VintrelCore::Platform {
+
+// The record that the kernel fills in; the size is part of its interface on both architectures.
+static_assert(sizeof(kinfo_proc) == 648);
+
+namespace {
+
+std::optional<kinfo_proc> processRecord(int32_t pid) {
+    std::array<int, 4> name{CTL_KERN, KERN_PROC, KERN_PROC_PID, pid};
+    kinfo_proc record{};
+    size_t length = sizeof record;
+    if (::sysctl(name.data(), name.size(), &record, &length, nullptr, 0) != 0 || length == 0) {
+        return std::nullopt;
+    }
+    return record;
+}
+
+} // namespace
+
+std::string psPath() {
+    return "/bin/ps";
+}
+
+std::span<const std::string_view> lsofCandidates() {
+    static constexpr std::array<std::string_view, 1> paths{"/usr/sbin/lsof"};
+    return paths;
+}
+
+std::span<const std::string_view> dockerCandidates() {
+    static constexpr std::array<std::string_view, 2> paths{"/usr/local/bin/docker",
+                                                           "/opt/homebrew/bin/docker"};
+    return paths;
+}
+
+std::string dataFolder() {
+    const std::string home = homeFolder();
+    return home.empty() ? home : home + "/Library/Application Support";
+}
+
+std::optional<ProcStartTime> startTime(int32_t pid) {
+    const auto record = processRecord(pid);
+    if (!record) {
+        return std::nullopt;
+    }
+    const timeval &start = record->kp_proc.p_un.__p_starttime;
+    return ProcStartTime{.sec = start.tv_sec, .usec = start.tv_usec};
+}
+
+KernelView kernelView() {
+    return {.correctsParents = false,
+            .userID = currentUserID(),
+            .ownControlGroup = {},
+            .factsOf = [](int32_t) { return std::optional<KernelFacts>(); }};
+}
+
+} // namespace VintrelCore::Platform

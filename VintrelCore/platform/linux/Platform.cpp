@@ -1,0 +1,107 @@
+#include "VintrelCore/platform/Platform.h"
+
+#include "VintrelCore/base/File.h"
+#include "VintrelCore/base/Path.h"
+#include "VintrelCore/platform/ProcFiles.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <ctime>
+
+#include <unistd.h>
+
+namespace VintrelCore::Platform {
+
+namespace {
+
+constexpr size_t maxRecord = size_t{64} << 10;
+constexpr int64_t microsecondsPerSecond = 1'000'000;
+
+std::optional<std::string> readProcFile(int32_t pid, std::string_view name) {
+    return File::readKernelFile("/proc/" + std::to_string(pid) + "/" + std::string(name), maxRecord);
+}
+
+std::optional<ProcFiles::Stat> readStat(int32_t pid) {
+    const auto record = readProcFile(pid, "stat");
+    return record ? ProcFiles::parseStat(*record) : std::nullopt;
+}
+
+int64_t clockMicroseconds(clockid_t clock) {
+    timespec time{};
+    ::clock_gettime(clock, &time);
+    return int64_t{time.tv_sec} * microsecondsPerSecond + time.tv_nsec / 1'000;
+}
+
+/// The moment of boot by today's clock. Sampled once: the kernel's ticks never change, but the clock may be
+/// set, and an identity must not move with it.
+int64_t bootMicroseconds() {
+    static const int64_t sampled = clockMicroseconds(CLOCK_REALTIME) - clockMicroseconds(CLOCK_BOOTTIME);
+    return sampled;
+}
+
+std::optional<KernelFacts> readKernelFacts(int32_t pid) {
+    const auto stat = readStat(pid);
+    const auto status = readProcFile(pid, "status");
+    const auto cgroups = readProcFile(pid, "cgroup");
+    const auto userID = status ? ProcFiles::parseUserID(*status) : std::nullopt;
+    if (!stat || !userID || !cgroups) {
+        return std::nullopt;
+    }
+    return KernelFacts{.userID = *userID,
+                       .state = stat->state,
+                       .sessionID = stat->sessionID,
+                       .startTicks = stat->startTicks,
+                       .controlGroup = ProcFiles::parseControlGroup(*cgroups)};
+}
+
+} // namespace
+
+std::string psPath() {
+    return "/bin/ps";
+}
+
+std::span<const std::string_view> lsofCandidates() {
+    static constexpr std::array<std::string_view, 2> paths{"/usr/sbin/lsof", "/usr/bin/lsof"};
+    return paths;
+}
+
+std::span<const std::string_view> dockerCandidates() {
+    static constexpr std::array<std::string_view, 3> paths{"/usr/local/bin/docker", "/usr/bin/docker",
+                                                           "/snap/bin/docker"};
+    return paths;
+}
+
+std::string dataFolder() {
+    const char *const configured =
+        std::getenv("XDG_DATA_HOME"); // NOLINT(concurrency-mt-unsafe): nobody sets it
+    if (configured != nullptr &&
+        configured[0] == '/') { // a relative one is to be ignored, says the base directory rule
+        return std::string(Path::withoutTrailingSlashes(configured));
+    }
+    const std::string home = homeFolder();
+    return home.empty() ? home : home + "/.local/share";
+}
+
+std::optional<ProcStartTime> startTime(int32_t pid) {
+    static const int64_t ticksPerSecond = std::max<int64_t>(::sysconf(_SC_CLK_TCK), 1);
+    const auto stat = readStat(pid);
+    if (!stat) {
+        return std::nullopt;
+    }
+    const auto ticks = static_cast<int64_t>(stat->startTicks);
+    const int64_t sinceBoot = ticks / ticksPerSecond * microsecondsPerSecond +
+                              ticks % ticksPerSecond * microsecondsPerSecond / ticksPerSecond;
+    const int64_t start = bootMicroseconds() + sinceBoot;
+    return ProcStartTime{.sec = start / microsecondsPerSecond, .usec = start % microsecondsPerSecond};
+}
+
+KernelView kernelView() {
+    const auto own = File::readKernelFile("/proc/self/cgroup", maxRecord);
+    return {.correctsParents = true,
+            .userID = currentUserID(),
+            .ownControlGroup = own ? ProcFiles::parseControlGroup(*own) : std::string(),
+            .factsOf = readKernelFacts};
+}
+
+} // namespace VintrelCore::Platform

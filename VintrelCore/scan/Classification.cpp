@@ -1,0 +1,124 @@
+#include "VintrelCore/base/Text.h"
+#include "VintrelCore/scan/ItemMaker.h"
+#include "VintrelCore/scan/ScanCore.h"
+
+#include <utility>
+
+namespace VintrelCore::ScanCore {
+
+namespace {
+
+/// Node tools rename themselves: "node (vitest 1)" is classified as "node vitest 1".
+std::optional<ProcessKind> detectKindOfTitle(std::string_view command) {
+    constexpr std::string_view opening = "node (";
+    if (!command.starts_with(opening)) {
+        return detectKind(command);
+    }
+    const std::string_view name = command.substr(opening.size());
+    const auto closing = name.find(')');
+    if (closing == std::string_view::npos) {
+        return detectKind(command);
+    }
+    std::string plain = "node ";
+    plain.append(name.substr(0, closing)).append(name.substr(closing + 1));
+    return detectKind(Text::trimmedBlanks(plain));
+}
+
+/// A bare node process behind a package runner's shell is what the shell's script names.
+std::optional<ProcessKind> moreSpecific(std::optional<ProcessKind> kind, std::string_view runnerScript) {
+    if (kind != ProcessKind::node || runnerScript.empty()) {
+        return kind;
+    }
+    const auto named = detectKind(runnerScript);
+    return named ? named : kind;
+}
+
+} // namespace
+
+RiskTier riskTier(ProcessKind kind, bool hasTTY, bool isOrphan, bool isOld) {
+    const bool isStray = !hasTTY && isOrphan && isOld;
+    switch (riskGroup(kind)) {
+    case RiskGroup::alwaysHigh:
+        return RiskTier::high;
+    case RiskGroup::devServer:
+        return isStray ? RiskTier::moderate : RiskTier::high;
+    case RiskGroup::testAutomation:
+        return isStray ? RiskTier::easy : RiskTier::moderate;
+    case RiskGroup::none:
+        return RiskTier::moderate; // the user's own rules never make anything sweepable without review
+    }
+    return RiskTier::high;
+}
+
+std::optional<ProcessItem> makeItem(std::string_view line, const ItemOptions &options) {
+    const auto fields = parsePSLine(line);
+    if (!fields) {
+        return std::nullopt;
+    }
+    return ItemMaker({.elapsedThreshold = options.elapsedThreshold,
+                      .registeredPIDs = options.registeredPIDs,
+                      .customRules = options.customRules,
+                      .startTimeProvider = options.startTimeProvider})
+        .make(*fields);
+}
+
+std::optional<ProcessItem> ItemMaker::make(const PSLine &line) const {
+    return makeWith(line, [&line] { return detectKind(line.args); });
+}
+
+std::optional<ProcessItem> ItemMaker::make(const SnapshotRecord &record) const {
+    const PSLine line{.pid = record.pid,
+                      .ppid = record.ppid,
+                      .etime = record.elapsed,
+                      .tty = record.tty,
+                      .pcpu = record.cpuPercent,
+                      .rss = record.rss,
+                      .args = record.command};
+    auto item = makeWith(
+        line, [&record] { return moreSpecific(detectKindOfTitle(record.command), record.runnerScript); });
+    if (item) {
+        for (const int32_t shell : record.foldedShells) {
+            item->folded.push_back({.pid = shell, .startTime = startTimeOf(shell)});
+        }
+    }
+    return item;
+}
+
+template <typename Detect>
+std::optional<ProcessItem> ItemMaker::makeWith(const PSLine &line, Detect detect) const {
+    std::optional<ProcessKind> kind;
+    std::optional<std::string> customLabel;
+    if (const CustomRule *const rule = m_customRules.firstMatch(line.args)) {
+        kind = ProcessKind::custom;
+        customLabel = rule->label;
+    } else {
+        kind = detect();
+    }
+    if (!kind) {
+        return std::nullopt;
+    }
+
+    const double elapsed = parseElapsed(line.etime);
+    const bool isOld = elapsed >= m_inputs.elapsedThreshold;
+    RiskTier tier = riskTier(*kind, ProcessItem::isTTYAttached(line.tty), line.ppid == 1, isOld);
+    if (tier == RiskTier::easy && m_inputs.registeredPIDs.contains(line.pid)) {
+        tier = RiskTier::moderate; // something may be talking to it
+    }
+    return ProcessItem{.pid = line.pid,
+                       .ppid = line.ppid,
+                       .command = std::string(line.args),
+                       .elapsed = elapsed,
+                       .tty = std::string(line.tty),
+                       .kind = *kind,
+                       .riskTier = tier,
+                       .cpuPercent = Text::parseDecimal(line.pcpu).value_or(0),
+                       .rssKB = Text::parseInteger<int64_t>(line.rss).value_or(0),
+                       .startTime = startTimeOf(line.pid),
+                       .customLabel = std::move(customLabel)};
+}
+
+std::optional<ProcStartTime> ItemMaker::startTimeOf(int32_t pid) const {
+    return m_inputs.startTimeProvider ? m_inputs.startTimeProvider(pid) : std::nullopt;
+}
+
+} // namespace VintrelCore::ScanCore

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "VintrelCore/scan/ScanCore.h"
+
+#include <optional>
+
+namespace VintrelCore::ScanCore {
+
+/// `makeItem` for many lines: the user's rules are prepared once. Internal to scan/.
+class ItemMaker {
+public:
+    struct Inputs {
+        double elapsedThreshold;
+        const PIDSet &registeredPIDs;
+        std::span<const CustomRule> customRules;
+        const StartTimeProvider &startTimeProvider;
+    };
+
+    /// Refers to the inputs, which must outlive it.
+    explicit ItemMaker(const Inputs &inputs) : m_inputs(inputs), m_customRules(inputs.customRules) {}
+
+    [[nodiscard]] std::optional<ProcessItem> make(const PSLine &line) const;
+    [[nodiscard]] std::optional<ProcessItem> make(const SnapshotRecord &record) const;
+
+private:
+    /// `detect` is asked for the built-in kind when no rule of the user's matches.
+    template <typename Detect>
+    [[nodiscard]] std::optional<ProcessItem> makeWith(const PSLine &line, Detect detect) const;
+
+    [[nodiscard]] std::optional<ProcStartTime> startTimeOf(int32_t pid) const;
+
+    Inputs m_inputs;
+    CustomRuleMatcher m_customRules;
+};
+
+} // namespace VintrelCore::ScanCore

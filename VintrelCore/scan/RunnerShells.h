@@ -1,0 +1,23 @@
+#pragma once
+
+#include "VintrelCore/scan/SnapshotRecord.h"
+
+#include <optional>
+#include <string_view>
+#include <vector>
+
+/// The shells that package runners put between themselves and what they run: "npm run dev" starts "sh -c
+/// vite", and only that starts vite. Such a shell is part of its runner.
+namespace VintrelCore::RunnerShells {
+
+/// Whether a command is a package runner (npm, npx, pnpm, yarn), started directly or through its script.
+[[nodiscard]] bool isPackageRunner(std::string_view command);
+
+/// What "sh -c ..." was told to run; absent for any other command.
+[[nodiscard]] std::optional<std::string_view> shellScript(std::string_view command);
+
+/// Takes the shells of package runners out of the records: each runner keeps the numbers of its shells, and
+/// the shells' children count as the runner's.
+void fold(std::vector<SnapshotRecord> &records);
+
+} // namespace VintrelCore::RunnerShells

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "VintrelCore/platform/Platform.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace VintrelCore {
+
+/// One process of a snapshot that this program took itself: a line of ps, corrected by what the kernel knows.
+/// A type of its own, so that raw lines cannot be taken for corrected ones.
+struct SnapshotRecord {
+    int32_t pid = 0;
+    int32_t ppid =
+        0; ///< 1: nobody's child any more; 0: somebody looks after it, and that is no parent worth naming
+    std::string elapsed; ///< as ps printed it, like the next four
+    std::string tty;
+    std::string cpuPercent;
+    std::string rss;
+    std::string command;
+    std::string managedBy{}; ///< the unit or host program that looks after it; "" when none is known
+    std::vector<int32_t> foldedShells{}; ///< shells between this package runner and what it started
+    std::string runnerScript{}; ///< what the shell between a package runner and this process was told to run
+};
+
+/// Turns the raw output of `ScanCore::runPS` into records, in its order: zombies left out, parents corrected
+/// so that 1 means "nobody's child any more", and the shells of package runners folded into them.
+///
+/// On Linux a bare parent of 1 is wrong both ways. A terminal's orphans go to the user's service manager,
+/// never to process 1; and services, terminal multiplexers and container shims do have parent 1 and are no
+/// strays.
+[[nodiscard]] std::vector<SnapshotRecord> snapshotRecords(std::string_view psOutput,
+                                                          const Platform::KernelView &kernel);
+
+} // namespace VintrelCore

@@ -1,0 +1,13 @@
+# What every target of this project is compiled with. Linked privately, so that it never leaks to users of a target.
+add_library(vintrel_compiler_options INTERFACE)
+target_compile_options(vintrel_compiler_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Wcast-qual
+  -Wformat=2 -Wundef -Wnull-dereference -Wimplicit-fallthrough)
+if(VINTREL_WERROR)
+  target_compile_options(vintrel_compiler_options INTERFACE -Werror)
+endif()
+if(VINTREL_SANITIZE)
+  # For the whole build: mixing sanitized and plain object files hides errors.
+  add_compile_options(-fsanitize=${VINTREL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${VINTREL_SANITIZE})
+endif()
