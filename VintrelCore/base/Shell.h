@@ -31,7 +31,7 @@ inline constexpr std::chrono::milliseconds patience{200};
 
 struct Command {
     std::string executable; ///< an absolute path
-    std::vector<std::string> arguments;
+    std::vector<std::string> arguments{};
     std::chrono::milliseconds deadline = defaultDeadline;
 };
 

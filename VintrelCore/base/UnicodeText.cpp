@@ -123,12 +123,11 @@ Needle::Needle(std::string_view text, std::string_view language)
 
 std::u16string Needle::folded(std::string_view text) const {
     UErrorCode status = U_ZERO_ERROR;
-    const auto *const decomposing = icu::Normalizer2::getNFDInstance(status);
     const auto *const composing = icu::Normalizer2::getNFCInstance(status);
     auto result = icu::UnicodeString::fromUTF8(text);
     if (U_SUCCESS(status)) {
-        // Decomposed first: a few Greek foldings depend on it.
-        result = decomposing->normalize(result, status);
+        // Composed first, too: a dotted I in two parts must fold as one letter.
+        result = composing->normalize(result, status);
         result.foldCase(m_keepsDottedI ? U_FOLD_CASE_EXCLUDE_SPECIAL_I : U_FOLD_CASE_DEFAULT);
         result = composing->normalize(result, status);
     }

@@ -177,7 +177,7 @@ private:
     }
 
     const Platform::KernelView &m_kernel;
-    std::unordered_set<int32_t> m_adopters;
+    std::unordered_set<int32_t> m_adopters{1}; // also where the system hides process 1 from its users
     std::vector<Child> m_children;
     /// Per control group, start and pid of the oldest child that an adopter has in it.
     std::unordered_map<std::string, std::pair<uint64_t, int32_t>> m_oldest;

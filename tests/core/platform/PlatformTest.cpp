@@ -1,0 +1,108 @@
+// The raw facts, asked of this machine and held against what this process knows of itself.
+#include "VintrelCore/platform/Platform.h"
+
+#include "VintrelCore/base/ChildProcess.h"
+#include "tests/support/ScopedEnvironment.h"
+
+#include <chrono>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace VintrelCore;
+using VintrelTests::ScopedEnvironment;
+using namespace std::chrono_literals;
+
+namespace {
+
+double secondsSinceEpoch() {
+    return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
+}
+
+} // namespace
+
+TEST(StartTime, isWhenTheProcessStarted) {
+    const double before = secondsSinceEpoch();
+    const auto child =
+        ChildProcess::start(VINTREL_TEST_TOOL, std::vector<std::string>{"print-then-hang", "x"}, {});
+    ASSERT_TRUE(child);
+    const auto start = Platform::startTime(child->pid);
+    ASSERT_TRUE(start);
+    const double seconds = static_cast<double>(start->sec) + static_cast<double>(start->usec) / 1e6;
+    EXPECT_NEAR(seconds, before, 0.5);
+    EXPECT_GE(start->usec, 0);
+    EXPECT_LT(start->usec, 1'000'000);
+
+    std::this_thread::sleep_for(30ms);
+    EXPECT_EQ(Platform::startTime(child->pid), start); // and never moves
+    ::kill(child->pid, SIGKILL);
+    siginfo_t info{};
+    ::waitid(P_PID, static_cast<id_t>(child->pid), &info, WEXITED | WNOWAIT);
+    EXPECT_EQ(Platform::startTime(child->pid), start) << "a zombie keeps it";
+    ::waitpid(child->pid, nullptr, 0);
+    EXPECT_EQ(Platform::startTime(child->pid), std::nullopt);
+}
+
+TEST(StartTime, isAbsentForNoProcess) {
+    EXPECT_EQ(Platform::startTime(0), std::nullopt);
+    EXPECT_EQ(Platform::startTime(-1), std::nullopt);
+    EXPECT_EQ(Platform::startTime(1 << 30), std::nullopt);
+}
+
+TEST(KernelView, knowsThisProcess) {
+    const auto view = Platform::kernelView();
+    EXPECT_TRUE(view.correctsParents);
+    EXPECT_EQ(view.userID, static_cast<int32_t>(::getuid()));
+    const auto facts = view.factsOf(::getpid());
+    ASSERT_TRUE(facts);
+    EXPECT_EQ(facts->userID, view.userID);
+    EXPECT_EQ(facts->state, 'R');
+    EXPECT_EQ(facts->sessionID, ::getsid(0));
+    EXPECT_EQ(facts->controlGroup, view.ownControlGroup);
+    EXPECT_EQ(view.factsOf(1 << 30), std::nullopt);
+}
+
+TEST(Folders, homeIsTheVariableOrElseTheAccounts) {
+    {
+        const ScopedEnvironment home("HOME", "/some/where/");
+        EXPECT_EQ(Platform::homeFolder(), "/some/where");
+    }
+    const ScopedEnvironment none("HOME", std::nullopt);
+    EXPECT_TRUE(Platform::homeFolder().starts_with('/'));
+    const ScopedEnvironment relative("HOME", "not/absolute");
+    EXPECT_TRUE(Platform::homeFolder().starts_with('/'));
+}
+
+TEST(Folders, dataFollowsTheBaseDirectoryRules) {
+    const ScopedEnvironment home("HOME", "/h");
+    {
+        const ScopedEnvironment data("XDG_DATA_HOME", "/data/");
+        EXPECT_EQ(Platform::dataFolder(), "/data");
+    }
+    for (const auto &ignored : {std::optional<std::string>("relative"), std::optional<std::string>("")}) {
+        const ScopedEnvironment data("XDG_DATA_HOME", ignored);
+        EXPECT_EQ(Platform::dataFolder(), "/h/.local/share");
+    }
+}
+
+TEST(LimitDescriptors, lowersTheSoftLimitAndNothingElse) {
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+    const pid_t child = ::fork();
+    if (child == 0) {
+        Platform::limitDescriptors();
+        rlimit after{};
+        ::getrlimit(RLIMIT_NOFILE, &after);
+        const bool right =
+            after.rlim_cur <= 4'096 && after.rlim_cur <= before.rlim_cur && after.rlim_max == before.rlim_max;
+        std::_Exit(right ? 0 : 1);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+}

@@ -1,0 +1,189 @@
+// Package runners and the shells between them and what they run, in trees captured from real ones.
+#include "VintrelCore/scan/RunnerShells.h"
+
+#include "VintrelCore/scan/ScanCore.h"
+#include "tests/support/Snapshots.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+using namespace VintrelCore;
+using VintrelTests::FakeKernel;
+
+namespace {
+
+std::vector<SnapshotRecord> records(const std::string &psOutput) {
+    return snapshotRecords(psOutput, FakeKernel().view());
+}
+
+std::vector<ProcessItem> rows(const std::string &psOutput) {
+    const auto snapshot = records(psOutput);
+    return ScanCore::enumerate(
+        {.records = snapshot, .registeredPIDs = ScanCore::PIDSet(), .startTimeProvider = [](int32_t pid) {
+             return std::optional(ProcStartTime{.sec = pid, .usec = 0});
+         }});
+}
+
+std::vector<int32_t> foldedPIDs(const ProcessItem &item) {
+    std::vector<int32_t> pids;
+    for (const FoldedProcess &process : item.folded) {
+        EXPECT_EQ(process.startTime, (ProcStartTime{.sec = process.pid, .usec = 0}));
+        pids.push_back(process.pid);
+    }
+    return pids;
+}
+
+using PIDs = std::vector<int32_t>;
+
+} // namespace
+
+TEST(RunnerShells, npmRunIsOneRowWithTheServersCommandAndBothMemories) {
+    const auto items =
+        rows("21564 21562 00:06 ? 2.5 59232 npm run dev\n"
+             "21603 21564 00:05 ? 0.0  1740 sh -c vite --port 5199\n"
+             "21604 21603 00:05 ? 4.0 84336 node /home/dev/app/node_modules/.bin/vite --port 5199\n"
+             "21617 21604 00:05 ? 0.1 10256 /home/dev/esbuild/bin/esbuild --service=0.21.5 --ping\n");
+    ASSERT_EQ(items.size(), 1U);
+    const ProcessItem &row = items.front();
+    EXPECT_EQ(row.pid, 21564);
+    EXPECT_EQ(row.ppid, 21562);
+    EXPECT_EQ(row.startTime, (ProcStartTime{.sec = 21564, .usec = 0}));
+    EXPECT_EQ(row.kind, ProcessKind::vite);
+    EXPECT_EQ(row.command, "node /home/dev/app/node_modules/.bin/vite --port 5199");
+    EXPECT_EQ(row.rssKB, 59232 + 84336);
+    EXPECT_DOUBLE_EQ(row.cpuPercent, 6.5);
+    EXPECT_EQ(foldedPIDs(row), (PIDs{21603, 21604}));
+}
+
+TEST(RunnerShells, npxIsOneRow) {
+    const auto items =
+        rows("863 505 00:06 ? 5.1 77828 npm exec vite --port 5196\n"
+             "874 863 00:05 ? 0.0  1640 sh -c 'vite' --port 5196\n"
+             "875 874 00:05 ? 3.8 83636 node /home/dev/app/node_modules/.bin/vite --port 5196\n");
+    ASSERT_EQ(items.size(), 1U);
+    EXPECT_EQ(items.front().pid, 863);
+    EXPECT_EQ(items.front().kind, ProcessKind::vite);
+    EXPECT_EQ(foldedPIDs(items.front()), (PIDs{874, 875}));
+}
+
+TEST(RunnerShells, withoutAShellInBetweenNothingElseIsFolded) {
+    const auto items = rows("672 671 00:05 ? 2.0 59000 npm run dev\n"
+                            "683 672 00:04 ? 4.0 85000 node /home/dev/app/node_modules/.bin/vite\n");
+    ASSERT_EQ(items.size(), 1U);
+    EXPECT_EQ(foldedPIDs(items.front()), (PIDs{683}));
+}
+
+TEST(RunnerShells, aRenamedNodeToolIsClassifiedByItsNameAndShownAsPSPrintedIt) {
+    const auto items = rows("913 505 00:08 ? 1.6 59292 npm test\n"
+                            "959 913 00:07 ? 0.0  1652 sh -c vitest --watch\n"
+                            "960 959 00:07 ? 4.7 101000 node (vitest)\n"
+                            "115 960 00:07 ? 1.2 53684 node (vitest 1)\n");
+    ASSERT_EQ(items.size(), 2U);
+    EXPECT_EQ(items[0].pid, 913);
+    EXPECT_EQ(items[0].kind, ProcessKind::vitest);
+    EXPECT_EQ(items[0].command, "node (vitest)");
+    EXPECT_EQ(items[1].kind, ProcessKind::vitest);
+    EXPECT_EQ(items[1].command, "node (vitest 1)");
+}
+
+TEST(RunnerShells, theScriptNamesWhatABareNodeProcessIs) {
+    const auto items = rows("913 505 00:08 ? 1.6 59292 npm test\n"
+                            "959 913 00:07 ? 0.0  1652 sh -c vitest --watch\n"
+                            "960 959 00:07 ? 4.7 101000 node /x/node_modules/vitest/vitest.mjs --watch\n");
+    ASSERT_EQ(items.size(), 1U);
+    EXPECT_EQ(items.front().kind, ProcessKind::vitest);
+    EXPECT_EQ(items.front().riskTier, RiskTier::moderate); // as a test runner's that somebody started
+}
+
+TEST(RunnerShells, theScriptDoesNotOverrideAMoreSpecificKind) {
+    const auto items = rows("913 505 00:08 ? 1.6 59292 npm test\n"
+                            "959 913 00:07 ? 0.0  1652 sh -c jest-wrapper jest\n"
+                            "960 959 00:07 ? 4.7 101000 node /x/.bin/vite\n");
+    EXPECT_EQ(items.front().kind, ProcessKind::vite);
+}
+
+TEST(RunnerShells, aScriptWithSeveralProgramsNamesNone) {
+    for (const char *script : {"vitest run && node server.js", "vitest & node server.js",
+                               "vitest; node server.js", "vitest | node server.js"}) {
+        const auto items = rows("913 505 00:08 ? 1.6 59292 npm test\n"
+                                "959 913 00:07 ? 0.0  1652 sh -c " +
+                                std::string(script) + "\n960 959 00:07 ? 4.7 101000 node server.js\n");
+        EXPECT_EQ(items.front().kind, ProcessKind::node) << script;
+    }
+    const auto two = rows("913 505 00:08 ? 1.6 59292 npm test\n"
+                          "959 913 00:07 ? 0.0  1652 sh -c vitest --watch\n"
+                          "960 959 00:07 ? 4.7 101000 node server.js\n"
+                          "961 959 00:07 ? 4.7 101000 node other.js\n");
+    ASSERT_EQ(two.size(), 3U); // nothing to merge, and no guess
+    EXPECT_EQ(two[0].kind, ProcessKind::npm);
+    EXPECT_EQ(foldedPIDs(two[0]), (PIDs{959}));
+    EXPECT_EQ(two[1].kind, ProcessKind::node);
+    EXPECT_EQ(two[1].ppid, 913);
+}
+
+TEST(RunnerShells, pnpmAndYarnFoldTheirShellButStayRowsOfTheirOwn) {
+    for (const char *runner :
+         {"node ./node_modules/.bin/pnpm run dev", "node ./node_modules/.bin/yarn dev"}) {
+        const auto items =
+            rows("455 454 00:07 ? 4.2 102248 " + std::string(runner) +
+                 "\n466 455 00:06 ? 0.0 1644 /bin/sh -c vite --port 5199\n"
+                 "467 466 00:06 ? 3.2 86124 node /home/dev/app/node_modules/.bin/vite --port 5199\n");
+        ASSERT_EQ(items.size(), 2U) << runner;
+        EXPECT_EQ(items[0].kind, ProcessKind::node) << runner;
+        EXPECT_EQ(foldedPIDs(items[0]), (PIDs{466})) << runner;
+        EXPECT_EQ(items[1].kind, ProcessKind::vite) << runner;
+        EXPECT_EQ(items[1].ppid, 455) << runner;
+    }
+}
+
+TEST(RunnerShells, aShellInsideTheShellIsPartOfTheRunnerToo) {
+    const auto items = rows("10 5 00:07 ? 1 100 npm run dev\n"
+                            "11 10 00:06 ? 1 10 sh -c sh -c 'vite'\n"
+                            "12 11 00:06 ? 1 10 sh -c vite\n"
+                            "13 12 00:06 ? 1 200 node /x/.bin/vite\n");
+    ASSERT_EQ(items.size(), 1U);
+    EXPECT_EQ(foldedPIDs(items.front()), (PIDs{11, 12, 13}));
+}
+
+TEST(RunnerShells, onlyAShellOfARunnerIsFolded) {
+    // What a person typed, a shell of something else, and a shell that runs no script.
+    const auto kept = records("10 5 00:07 pts/0 1 100 bash -c npm run dev; exit $?\n"
+                              "11 10 00:06 pts/0 1 10 npm run dev\n"
+                              "12 11 00:06 pts/0 1 10 bash\n"
+                              "13 12 00:06 pts/0 1 10 node x.js\n"
+                              "14 13 00:06 pts/0 1 10 sh -c vite\n"
+                              "15 11 00:06 pts/0 1 10 zsh -c vite\n");
+    EXPECT_EQ(kept.size(), 6U);
+}
+
+TEST(RunnerShells, aRingOfParentsDoesNotHang) {
+    const auto kept = records("10 11 00:07 ? 1 100 sh -c vite\n11 10 00:07 ? 1 100 sh -c vite\n"
+                              "12 12 00:07 ? 1 100 sh -c vite\n");
+    EXPECT_EQ(kept.size(), 3U);
+}
+
+TEST(IsPackageRunner, knowsRunnersByNameAndByScript) {
+    for (const char *command :
+         {"npm run dev", "npm", "/usr/bin/npm start", "npx vite", "pnpm dev", "yarn dev", "yarnpkg x",
+          "node /usr/lib/node_modules/npm/bin/npm-cli.js run dev", "node --no-warnings /x/npx-cli.js vite",
+          "/usr/bin/node ./node_modules/.bin/pnpm run dev", "nodejs /x/pnpm.cjs dev",
+          "node /x/yarn.js dev"}) {
+        EXPECT_TRUE(RunnerShells::isPackageRunner(command)) << command;
+    }
+    for (const char *command : {"node server.js npm", "vim npm", "node", "", "npm-check", "bun run dev",
+                                "node /x/npm/index.js", "sh -c npm run dev"}) {
+        EXPECT_FALSE(RunnerShells::isPackageRunner(command)) << command;
+    }
+}
+
+TEST(ShellScript, isWhatFollowsTheFlag) {
+    EXPECT_EQ(RunnerShells::shellScript("sh -c vite --port 1"), "vite --port 1");
+    EXPECT_EQ(RunnerShells::shellScript("/bin/dash -c  'vite'"), "'vite'");
+    EXPECT_EQ(RunnerShells::shellScript("bash -c"), "");
+    EXPECT_EQ(RunnerShells::shellScript("bash --norc -i"), std::nullopt);
+    EXPECT_EQ(RunnerShells::shellScript("zsh -c vite"), std::nullopt);
+    EXPECT_EQ(RunnerShells::shellScript("sh x.sh -c"), std::nullopt);
+}

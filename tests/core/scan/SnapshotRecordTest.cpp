@@ -1,0 +1,54 @@
+#include "VintrelCore/scan/SnapshotRecord.h"
+
+#include "tests/support/Snapshots.h"
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+using namespace VintrelCore;
+using VintrelTests::FakeKernel;
+
+TEST(SnapshotRecords, keepWhatPSPrintedAndItsOrder) {
+    const auto records = snapshotRecords("  20  10  02:03 pts/1  0.5  1234 node  two  spaces\n"
+                                         "garbage\n\n"
+                                         "  10   0  1-00:00:00 ?  12.0  99 /sbin/init\n",
+                                         FakeKernel().view());
+    ASSERT_EQ(records.size(), 2U);
+    EXPECT_EQ(records[0].pid, 20);
+    EXPECT_EQ(records[0].ppid, 10);
+    EXPECT_EQ(records[0].elapsed, "02:03");
+    EXPECT_EQ(records[0].tty, "pts/1");
+    EXPECT_EQ(records[0].cpuPercent, "0.5");
+    EXPECT_EQ(records[0].rss, "1234");
+    EXPECT_EQ(records[0].command, "node  two  spaces");
+    EXPECT_EQ(records[1].pid, 10);
+}
+
+TEST(SnapshotRecords, leaveZombiesOutThatLookLikeTools) {
+    FakeKernel kernel;
+    kernel[30] = {.userID = 1000, .state = 'Z'};
+    EXPECT_TRUE(snapshotRecords("30 10 02:03 ? 0.0 0 [npm run jest] <defunct>\n", kernel.view()).empty());
+    EXPECT_TRUE(snapshotRecords("31 10 02:03 ? 0.0 0 [node] <defunct>\n", kernel.view()).empty())
+        << "gone by now";
+}
+
+TEST(SnapshotRecords, keepALivingProcessThatCallsItselfDefunct) {
+    FakeKernel kernel;
+    kernel[30] = {.userID = 1000, .state = 'S'};
+    EXPECT_EQ(snapshotRecords("30 10 02:03 ? 0.0 0 [node] <defunct>\n", kernel.view()).size(), 1U);
+}
+
+TEST(SnapshotRecords, askTheKernelOnlyAboutChildrenOfAdopters) {
+    std::vector<int32_t> asked;
+    Platform::KernelView view = FakeKernel().view();
+    view.factsOf = [&asked](int32_t pid) -> std::optional<Platform::KernelFacts> {
+        asked.push_back(pid);
+        return std::nullopt;
+    };
+    const auto records = snapshotRecords("1 0 02:03 ? 0.0 1 init\n2 0 02:03 ? 0.0 1 [kthreadd]\n"
+                                         "30 1 02:03 ? 0.0 1 node\n31 30 02:03 ? 0.0 1 vite\n",
+                                         view);
+    EXPECT_EQ(records.size(), 4U);
+    EXPECT_EQ(asked, (std::vector<int32_t>{30}));
+}

@@ -1,0 +1,2 @@
+vintrel_test(snapshot_tests SOURCES ParentageTest.cpp RunnerShellsTest.cpp SceneTest.cpp SnapshotRecordTest.cpp)
+target_compile_definitions(snapshot_tests PRIVATE VINTREL_TEST_DATA="${PROJECT_SOURCE_DIR}/tests/core/data")

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "VintrelCore/scan/SnapshotRecord.h"
+
+#include <map>
+#include <string>
+
+namespace VintrelTests {
+
+/// What the kernel is made to know: facts by pid, for the user 1000 and outside of any container.
+class FakeKernel {
+public:
+    VintrelCore::Platform::KernelFacts &operator[](int32_t pid) { return m_facts[pid]; }
+
+    [[nodiscard]] VintrelCore::Platform::KernelView view(std::string ownControlGroup = "/") const {
+        return {.correctsParents = true,
+                .userID = 1000,
+                .ownControlGroup = std::move(ownControlGroup),
+                .factsOf = [this](int32_t pid) -> std::optional<VintrelCore::Platform::KernelFacts> {
+                    const auto found = m_facts.find(pid);
+                    return found != m_facts.end() ? std::optional(found->second) : std::nullopt;
+                }};
+    }
+
+    /// A process of the user's in nobody's care: no unit, and not its session's leader.
+    FakeKernel &addOrphan(int32_t pid) {
+        m_facts[pid] = {.userID = 1000, .state = 'S', .sessionID = 1, .startTicks = 100, .controlGroup = "/"};
+        return *this;
+    }
+
+private:
+    std::map<int32_t, VintrelCore::Platform::KernelFacts> m_facts;
+};
+
+} // namespace VintrelTests
