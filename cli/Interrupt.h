@@ -7,8 +7,8 @@ public:
     /// Watches SIGINT, SIGTERM and SIGHUP, except those that whoever started the program told it to ignore.
     Interrupt();
 
-    Interrupt(const Interrupt &) = delete;
-    Interrupt &operator=(const Interrupt &) = delete;
+    Interrupt(const Interrupt&) = delete;
+    Interrupt& operator=(const Interrupt&) = delete;
 
     /// Readable once a signal has come.
     [[nodiscard]] int descriptor() const;

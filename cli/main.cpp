@@ -59,7 +59,7 @@ CLIScan::Rules loadRules() {
             .customRules = std::move(settings.customRules)};
 }
 
-int list(bool safeOnly, const Interrupt &interrupt) {
+int list(bool safeOnly, const Interrupt& interrupt) {
     CLIScan::Result scan = CLIScan::scan(loadRules(), {.interrupt = interrupt.descriptor()});
     if (scan.interrupted) {
         Interrupt::endProgram();
@@ -72,7 +72,7 @@ int list(bool safeOnly, const Interrupt &interrupt) {
         complain("lsof could not be run: projects and ports are unknown");
     }
     if (safeOnly) {
-        std::erase_if(scan.items, [](const ProcessItem &item) { return item.bucket() != Bucket::safe; });
+        std::erase_if(scan.items, [](const ProcessItem& item) { return item.bucket() != Bucket::safe; });
     }
     CLICore::TableOptions table{.items = scan.items, .cwds = scan.cwds, .protectedPIDs = scan.protectedPIDs};
     if (const size_t columns = terminalColumns(); columns > 0) {
@@ -81,7 +81,7 @@ int list(bool safeOnly, const Interrupt &interrupt) {
     return printed(CLICore::listTable(table));
 }
 
-int run(const CLICore::Command &command) {
+int run(const CLICore::Command& command) {
     using Name = CLICore::Command::Name;
     switch (command.name) {
     case Name::help:
@@ -113,7 +113,7 @@ void prepareProcess() {
 
 } // namespace
 
-int main(int argc, char **argv) {
+int main(int argc, char** argv) {
     prepareProcess();
     const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
     const auto command = CLICore::parse(arguments);

@@ -2,7 +2,8 @@
 add_library(vintrel_compiler_options INTERFACE)
 target_compile_options(vintrel_compiler_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Wcast-qual
-  -Wformat=2 -Wundef -Wnull-dereference -Wimplicit-fallthrough)
+  -Wformat=2 -Wundef -Wnull-dereference -Wimplicit-fallthrough
+  -Wno-missing-field-initializers) # designated initialisers leave out fields on purpose
 if(VINTREL_WERROR)
   target_compile_options(vintrel_compiler_options INTERFACE -Werror)
 endif()

@@ -18,26 +18,26 @@ using VintrelCore::CustomRule;
 using VintrelCore::ProcessKind;
 
 /// A stored number when it is a usable period, else nothing.
-std::optional<double> period(const QSettings &store, const char *key) {
+std::optional<double> period(const QSettings& store, const char* key) {
     const double value = store.value(QLatin1String(key)).toDouble(); // 0 for what is absent or no number
     return std::isfinite(value) && value > 0 ? std::optional(value) : std::nullopt;
 }
 
-std::vector<std::string> texts(const QSettings &store, const char *key) {
+std::vector<std::string> texts(const QSettings& store, const char* key) {
     const QVariant value = store.value(QLatin1String(key));
     // The store's text form writes a list of one as a plain string, and an empty list as an invalid value.
     const bool isList = value.typeId() == QMetaType::QStringList || value.typeId() == QMetaType::QString ||
                         value.typeId() == QMetaType::QVariantList;
     std::vector<std::string> entries;
     if (isList) {
-        for (const QString &entry : value.toStringList()) {
+        for (const QString& entry : value.toStringList()) {
             entries.push_back(entry.toStdString());
         }
     }
     return entries;
 }
 
-bool flag(const QSettings &store, const char *key) {
+bool flag(const QSettings& store, const char* key) {
     const QString text = store.value(QLatin1String(key)).toString().trimmed().toLower();
     bool isNumber = false;
     const double number = text.toDouble(&isNumber);
@@ -46,7 +46,7 @@ bool flag(const QSettings &store, const char *key) {
 
 /// Whether an INI file ends inside quotation marks. QSettings takes all that follows a lost one for part of
 /// the value and reports no error.
-bool endsInsideQuotes(const QByteArray &bytes) {
+bool endsInsideQuotes(const QByteArray& bytes) {
     bool isQuoted = false;
     bool isAtLineStart = true;
     for (qsizetype index = 0; index < bytes.size(); ++index) {
@@ -67,7 +67,7 @@ bool endsInsideQuotes(const QByteArray &bytes) {
 }
 
 /// What is wrong with the store's file, if anything; a file that does not exist is fine.
-std::optional<std::string> problemOf(const QSettings &store) {
+std::optional<std::string> problemOf(const QSettings& store) {
     const QString path = store.fileName();
     const std::string name = path.toStdString();
     const QFileInfo info(path);
@@ -99,17 +99,17 @@ Preferences::Loaded Preferences::load() {
     if (loaded.problem) {
         return loaded;
     }
-    Preferences &values = loaded.values;
+    Preferences& values = loaded.values;
     values.elapsedThreshold = period(store, "elapsedThreshold").value_or(values.elapsedThreshold);
     values.scanInterval = period(store, "scanInterval").value_or(values.scanInterval);
     values.ignoredNames = texts(store, "ignoredNames");
     values.protectedProjects = texts(store, "protectedProjects");
-    for (const std::string &rawValue : texts(store, "disabledKinds")) {
+    for (const std::string& rawValue : texts(store, "disabledKinds")) {
         if (const auto kind = VintrelCore::ProcessKinds::fromRawValue(rawValue)) {
             values.disabledKinds.insert(*kind);
         }
     }
-    for (const std::string &line : texts(store, "customRules")) {
+    for (const std::string& line : texts(store, "customRules")) {
         if (auto rule = CustomRule::parse(line)) {
             values.customRules.push_back(*std::move(rule));
         }

@@ -23,7 +23,7 @@ struct Preferences {
     std::vector<VintrelCore::CustomRule> customRules{};
     bool notificationsEnabled = false; ///< announce new strays
 
-    bool operator==(const Preferences &) const = default;
+    bool operator==(const Preferences&) const = default;
 
     struct Loaded;
 

@@ -26,7 +26,7 @@ struct Child {
 /// device and no other descriptor; default signal actions, nothing blocked, a process group of its own.
 /// `environment` holds NAME=value entries. Costs what a vfork does, however much memory the caller has.
 /// Absent when it could not start.
-[[nodiscard]] std::optional<Child> start(const std::string &executable,
+[[nodiscard]] std::optional<Child> start(const std::string& executable,
                                          std::span<const std::string> arguments,
                                          std::span<const std::string> environment);
 

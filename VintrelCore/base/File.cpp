@@ -12,7 +12,7 @@ namespace VintrelCore::File {
 
 namespace {
 
-std::optional<std::string> readAll(const FileDescriptor &file, size_t maxBytes) {
+std::optional<std::string> readAll(const FileDescriptor& file, size_t maxBytes) {
     std::string bytes;
     while (bytes.size() <= maxBytes) {
         constexpr size_t chunk = 4096;
@@ -32,7 +32,7 @@ std::optional<std::string> readAll(const FileDescriptor &file, size_t maxBytes) 
 
 } // namespace
 
-std::optional<std::string> read(const std::string &path, size_t maxBytes) {
+std::optional<std::string> read(const std::string& path, size_t maxBytes) {
     // Non-blocking: opening a named pipe would wait for a writer.
     const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status{};
@@ -42,12 +42,12 @@ std::optional<std::string> read(const std::string &path, size_t maxBytes) {
     return readAll(file, maxBytes);
 }
 
-std::optional<std::string> readKernelFile(const std::string &path, size_t maxBytes) {
+std::optional<std::string> readKernelFile(const std::string& path, size_t maxBytes) {
     const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
     return file ? readAll(file, maxBytes) : std::nullopt;
 }
 
-bool exists(const std::string &path) {
+bool exists(const std::string& path) {
     struct stat status{};
     return ::stat(path.c_str(), &status) == 0;
 }

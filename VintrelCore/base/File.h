@@ -8,13 +8,13 @@
 namespace VintrelCore::File {
 
 /// The bytes of a file of at most `maxBytes`; absent when it cannot be read, is no regular file or is larger.
-[[nodiscard]] std::optional<std::string> read(const std::string &path, size_t maxBytes);
+[[nodiscard]] std::optional<std::string> read(const std::string& path, size_t maxBytes);
 
 /// The bytes of a file that the kernel makes up while it is read (its size says nothing), at most `maxBytes`
 /// of them.
-[[nodiscard]] std::optional<std::string> readKernelFile(const std::string &path, size_t maxBytes);
+[[nodiscard]] std::optional<std::string> readKernelFile(const std::string& path, size_t maxBytes);
 
 /// Whether there is anything at `path`, links followed.
-[[nodiscard]] bool exists(const std::string &path);
+[[nodiscard]] bool exists(const std::string& path);
 
 } // namespace VintrelCore::File

@@ -13,15 +13,15 @@ public:
 
     explicit FileDescriptor(int descriptor) : m_descriptor(descriptor) {}
 
-    FileDescriptor(FileDescriptor &&other) noexcept : m_descriptor(std::exchange(other.m_descriptor, -1)) {}
+    FileDescriptor(FileDescriptor&& other) noexcept : m_descriptor(std::exchange(other.m_descriptor, -1)) {}
 
-    FileDescriptor &operator=(FileDescriptor &&other) noexcept {
+    FileDescriptor& operator=(FileDescriptor&& other) noexcept {
         std::swap(m_descriptor, other.m_descriptor);
         return *this;
     }
 
-    FileDescriptor(const FileDescriptor &) = delete;
-    FileDescriptor &operator=(const FileDescriptor &) = delete;
+    FileDescriptor(const FileDescriptor&) = delete;
+    FileDescriptor& operator=(const FileDescriptor&) = delete;
 
     ~FileDescriptor() { close(); }
 

@@ -30,7 +30,7 @@ int millisecondsUntil(Clock::time_point when, Clock::time_point now) {
 
 } // namespace
 
-Run::Run(const Command &command)
+Run::Run(const Command& command)
     : m_child(ChildProcess::start(command.executable, command.arguments, ChildProcess::toolEnvironment())),
       m_wakeAt(Clock::now() + command.deadline) {
     m_outcome.launched = m_child.has_value();
@@ -39,7 +39,7 @@ Run::Run(const Command &command)
     }
 }
 
-Run::Run(Run &&other) noexcept
+Run::Run(Run&& other) noexcept
     : m_child(std::exchange(other.m_child, std::nullopt)),
       m_stage(std::exchange(other.m_stage, Stage::finished)),
       m_wakeAt(other.m_wakeAt),
@@ -60,10 +60,10 @@ Outcome Run::take() {
 void Run::readOutput() {
     constexpr size_t chunk = size_t{64} << 10;
     while (m_child->output) {
-        std::string &output = m_outcome.output;
+        std::string& output = m_outcome.output;
         const size_t had = output.size();
         ssize_t count = 0;
-        output.resize_and_overwrite(had + chunk, [&](char *bytes, size_t) {
+        output.resize_and_overwrite(had + chunk, [&](char* bytes, size_t) {
             count = ::read(m_child->output.get(), bytes + had, chunk);
             return had + static_cast<size_t>(std::max<ssize_t>(count, 0));
         });
@@ -150,14 +150,14 @@ void Run::finish() {
 /// One poll loop over several runs.
 class Loop {
 public:
-    Loop(std::span<Run *const> runs, const Run *until, int interrupt)
+    Loop(std::span<Run* const> runs, const Run* until, int interrupt)
         : m_runs(runs), m_until(until), m_interrupt(interrupt) {}
 
     void drive() {
         while (!isDone()) {
             waitForSomething();
             const auto now = Clock::now();
-            for (Run *const run : m_runs) {
+            for (Run* const run : m_runs) {
                 if (run->finished()) {
                     continue;
                 }
@@ -178,11 +178,11 @@ private:
         m_polled.clear();
         const auto now = Clock::now();
         auto wakeAt = Clock::time_point::max();
-        for (const Run *const run : m_runs) {
+        for (const Run* const run : m_runs) {
             if (run->finished()) {
                 continue;
             }
-            const ChildProcess::Child &child = *run->m_child;
+            const ChildProcess::Child& child = *run->m_child;
             wakeAt = std::min(wakeAt, run->m_wakeAt);
             if (child.output) {
                 m_polled.push_back({.fd = child.output.get(), .events = POLLIN, .revents = 0});
@@ -206,7 +206,7 @@ private:
     void takeAllDown() {
         m_interrupt = -1;
         m_until = nullptr; // all are ended before anything goes on
-        for (Run *const run : m_runs) {
+        for (Run* const run : m_runs) {
             if (run->m_stage == Run::Stage::running || run->m_stage == Run::Stage::draining) {
                 run->m_outcome.interrupted = true;
                 run->takeDown();
@@ -214,24 +214,24 @@ private:
         }
     }
 
-    std::span<Run *const> m_runs;
-    const Run *m_until;
+    std::span<Run* const> m_runs;
+    const Run* m_until;
     int m_interrupt;
     std::vector<pollfd> m_polled;
 };
 
-void await(std::span<Run *const> runs, const Run *until, int interrupt) {
+void await(std::span<Run* const> runs, const Run* until, int interrupt) {
     Loop(runs, until, interrupt).drive();
 }
 
-Outcome runToOutcome(const Command &command, int interrupt) {
+Outcome runToOutcome(const Command& command, int interrupt) {
     Run run(command);
-    Run *const runs[] = {&run};
+    Run* const runs[] = {&run};
     await(runs, nullptr, interrupt);
     return run.take();
 }
 
-Result run(const std::string &executable, const std::vector<std::string> &arguments, milliseconds deadline) {
+Result run(const std::string& executable, const std::vector<std::string>& arguments, milliseconds deadline) {
     Outcome outcome = runToOutcome({.executable = executable, .arguments = arguments, .deadline = deadline});
     const bool ok = outcome.ok();
     return {.output = std::move(outcome.output), .ok = ok};

@@ -59,11 +59,11 @@ struct Outcome {
 class Run {
 public:
     /// Starts the tool at once.
-    explicit Run(const Command &command);
-    Run(Run &&) noexcept;
-    Run &operator=(Run &&) = delete;
-    Run(const Run &) = delete;
-    Run &operator=(const Run &) = delete;
+    explicit Run(const Command& command);
+    Run(Run&&) noexcept;
+    Run& operator=(Run&&) = delete;
+    Run(const Run&) = delete;
+    Run& operator=(const Run&) = delete;
     ~Run();
 
     [[nodiscard]] bool finished() const { return m_stage == Stage::finished; }
@@ -99,7 +99,7 @@ private:
 /// Drives all of `runs` until `until` is finished or, without one, until all are. When the descriptor
 /// `interrupt` (if not negative) becomes readable, the tools of all runs are taken down and their outcomes
 /// say so.
-void await(std::span<Run *const> runs, const Run *until = nullptr, int interrupt = -1);
+void await(std::span<Run* const> runs, const Run* until = nullptr, int interrupt = -1);
 
 struct Result {
     std::string output;
@@ -107,10 +107,10 @@ struct Result {
 };
 
 /// Runs a tool to its end; blocks the caller for `deadline` plus a second at the most.
-[[nodiscard]] Result run(const std::string &executable, const std::vector<std::string> &arguments,
+[[nodiscard]] Result run(const std::string& executable, const std::vector<std::string>& arguments,
                          std::chrono::milliseconds deadline = defaultDeadline);
 
 /// The same, with all that is known about how it ended.
-[[nodiscard]] Outcome runToOutcome(const Command &command, int interrupt = -1);
+[[nodiscard]] Outcome runToOutcome(const Command& command, int interrupt = -1);
 
 } // namespace VintrelCore::Shell

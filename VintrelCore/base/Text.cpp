@@ -31,7 +31,7 @@ std::string_view trimmedOf(std::string_view text, std::string_view unwanted) {
 std::string_view trimmed(std::string_view text) {
     constexpr std::string_view asciiSpace = " \t\n\v\f\r";
     text = trimmedOf(text, asciiSpace);
-    const auto *const bytes = reinterpret_cast<const uint8_t *>(text.data());
+    const auto* const bytes = reinterpret_cast<const uint8_t*>(text.data());
     int32_t first = 0;
     auto last = static_cast<int32_t>(text.size());
     while (first < last) {
@@ -71,7 +71,7 @@ std::vector<std::string_view> split(std::string_view text, char separator) {
     }
 }
 
-std::optional<std::string_view> takeLine(std::string_view &rest) {
+std::optional<std::string_view> takeLine(std::string_view& rest) {
     const auto start = rest.find_first_not_of('\n');
     if (start == std::string_view::npos) {
         rest = {};
@@ -83,7 +83,7 @@ std::optional<std::string_view> takeLine(std::string_view &rest) {
     return line;
 }
 
-std::string_view takeWord(std::string_view &rest, std::string_view blanks) {
+std::string_view takeWord(std::string_view& rest, std::string_view blanks) {
     const auto start = std::min(rest.find_first_not_of(blanks), rest.size());
     rest.remove_prefix(start);
     const auto word = rest.substr(0, rest.find_first_of(blanks));
@@ -93,7 +93,7 @@ std::string_view takeWord(std::string_view &rest, std::string_view blanks) {
 
 std::string asciiLowered(std::string_view text) {
     std::string lowered(text);
-    for (char &byte : lowered) {
+    for (char& byte : lowered) {
         // Branch-free, so that the compiler can do many bytes at once: this runs over every command line.
         const bool isCapital = static_cast<unsigned char>(byte - 'A') < 26;
         byte = static_cast<char>(byte | (isCapital ? 0x20 : 0));
@@ -111,7 +111,7 @@ bool isASCII(std::string_view text) {
 
 bool isValidUTF8(std::string_view bytes) {
     constexpr size_t block = 4096; // ASCII is checked block by block; only the others pay for decoding
-    const auto *const data = reinterpret_cast<const uint8_t *>(bytes.data());
+    const auto* const data = reinterpret_cast<const uint8_t*>(bytes.data());
     size_t position = 0;
     while (position < bytes.size()) {
         const size_t length = std::min(block, bytes.size() - position);
@@ -132,7 +132,7 @@ bool isValidUTF8(std::string_view bytes) {
 }
 
 std::string_view withoutCutCharacter(std::string_view bytes) {
-    const auto *const data = reinterpret_cast<const uint8_t *>(bytes.data());
+    const auto* const data = reinterpret_cast<const uint8_t*>(bytes.data());
     size_t length = bytes.size();
     U8_TRUNCATE_IF_INCOMPLETE(data, size_t{0}, length);
     return bytes.substr(0, length);
@@ -147,7 +147,7 @@ std::optional<double> parseDecimal(std::string_view text) {
     std::ranges::copy(text, terminated.begin());
     // libstdc++ 12 reads doubles with from_chars, libc++ 17 does not.
     static const locale_t cLocale = newlocale(LC_ALL_MASK, "C", nullptr);
-    char *stop = nullptr;
+    char* stop = nullptr;
     const double value = strtod_l(terminated.data(), &stop, cLocale);
     if (stop != terminated.data() + text.size() || !std::isfinite(value)) {
         return std::nullopt;

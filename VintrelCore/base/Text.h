@@ -20,10 +20,10 @@ namespace VintrelCore::Text {
 [[nodiscard]] std::vector<std::string_view> split(std::string_view text, char separator);
 
 /// Takes the next line that is not empty off the front of `rest`; absent when there is none left.
-[[nodiscard]] std::optional<std::string_view> takeLine(std::string_view &rest);
+[[nodiscard]] std::optional<std::string_view> takeLine(std::string_view& rest);
 
 /// Takes the next run of characters that are no `blanks` off the front of `rest`; "" when there is none left.
-[[nodiscard]] std::string_view takeWord(std::string_view &rest, std::string_view blanks = " ");
+[[nodiscard]] std::string_view takeWord(std::string_view& rest, std::string_view blanks = " ");
 
 /// With A to Z made small; everything else, other scripts included, stays.
 [[nodiscard]] std::string asciiLowered(std::string_view text);
@@ -48,7 +48,7 @@ template <std::signed_integral Integer>
         }
     }
     Integer value{};
-    const char *const end = text.data() + text.size();
+    const char* const end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, value);
     if (error != std::errc{} || stop != end) {
         return std::nullopt;

@@ -21,8 +21,8 @@ namespace VintrelCore::UnicodeText {
 namespace {
 
 /// The code point at `position`, which moves past it; a negative one for a byte that is no UTF-8.
-UChar32 takeCodePoint(std::string_view text, size_t &position) {
-    const auto *const bytes = reinterpret_cast<const uint8_t *>(text.data());
+UChar32 takeCodePoint(std::string_view text, size_t& position) {
+    const auto* const bytes = reinterpret_cast<const uint8_t*>(text.data());
     UChar32 codePoint = 0;
     U8_NEXT(bytes, position, text.size(), codePoint);
     return codePoint;
@@ -65,7 +65,7 @@ Prefix prefixOf(std::string_view text, size_t limit) {
     UErrorCode status = U_ZERO_ERROR;
     const std::unique_ptr<icu::BreakIterator> breaks(
         icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
-    UText *const utf8 = utext_openUTF8(nullptr, text.data(), static_cast<int64_t>(text.size()), &status);
+    UText* const utf8 = utext_openUTF8(nullptr, text.data(), static_cast<int64_t>(text.size()), &status);
     if (U_FAILURE(status)) { // no Unicode data to ask: bytes are the best guess
         return {.characters = std::min(limit, text.size()), .bytes = std::min(limit, text.size())};
     }
@@ -79,7 +79,7 @@ Prefix prefixOf(std::string_view text, size_t limit) {
     return prefix;
 }
 
-bool isCombining(const std::u16string &text, size_t position) {
+bool isCombining(const std::u16string& text, size_t position) {
     const icu::UnicodeString view(/*isTerminated=*/false, text.data(), static_cast<int32_t>(text.size()));
     return u_getCombiningClass(view.char32At(static_cast<int32_t>(position))) != 0;
 }
@@ -123,7 +123,7 @@ Needle::Needle(std::string_view text, std::string_view language)
 
 std::u16string Needle::folded(std::string_view text) const {
     UErrorCode status = U_ZERO_ERROR;
-    const auto *const composing = icu::Normalizer2::getNFCInstance(status);
+    const auto* const composing = icu::Normalizer2::getNFCInstance(status);
     auto result = icu::UnicodeString::fromUTF8(text);
     if (U_SUCCESS(status)) {
         // Composed first, too: a dotted I in two parts must fold as one letter.

@@ -46,11 +46,11 @@ private:
 
 /// Needles for the texts that `projection` takes from each entry, in order.
 template <typename Range, typename Projection = std::identity>
-[[nodiscard]] std::vector<Needle> needles(const Range &entries, Projection projection = {}) {
+[[nodiscard]] std::vector<Needle> needles(const Range& entries, Projection projection = {}) {
     std::vector<Needle> prepared;
     if (!std::ranges::empty(entries)) {
         const std::string language = userLanguage();
-        for (const auto &entry : entries) {
+        for (const auto& entry : entries) {
             prepared.emplace_back(std::invoke(projection, entry), language);
         }
     }

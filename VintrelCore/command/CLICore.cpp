@@ -28,7 +28,7 @@ Parsed parseList(Arguments rest) {
     if (rest.size() == 1 && rest.front() == safe) {
         return Command::list(true);
     }
-    const auto other = std::ranges::find_if(rest, [](const std::string &word) { return word != safe; });
+    const auto other = std::ranges::find_if(rest, [](const std::string& word) { return word != safe; });
     return failure(Reason::unexpectedArgument, other != rest.end() ? *other : rest.front());
 }
 
@@ -53,7 +53,7 @@ Parsed parse(Arguments arguments) {
     if (arguments.empty()) {
         return Command::help();
     }
-    const std::string &word = arguments.front();
+    const std::string& word = arguments.front();
     const Arguments rest = arguments.subspan(1);
     if (word == "help" || word == "--help" || word == "-h") {
         return Command::help();
@@ -70,7 +70,7 @@ Parsed parse(Arguments arguments) {
     return failure(Reason::unknownCommand, word);
 }
 
-std::string message(const ParseError &error) {
+std::string message(const ParseError& error) {
     switch (error.reason) {
     case Reason::unknownCommand:
         return "unknown command '" + error.text + "'";

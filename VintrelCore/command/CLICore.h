@@ -22,7 +22,7 @@ struct Command {
     bool safeOnly = false; ///< for list
     int32_t pid = 0;       ///< for kill
 
-    bool operator==(const Command &) const = default;
+    bool operator==(const Command&) const = default;
 
     static Command list(bool safeOnly) { return {.name = Name::list, .safeOnly = safeOnly}; }
 
@@ -40,29 +40,29 @@ struct ParseError {
     Reason reason = Reason::unknownCommand;
     std::string text{}; ///< the word at fault, as typed; "" for a missing one
 
-    bool operator==(const ParseError &) const = default;
+    bool operator==(const ParseError&) const = default;
 };
 
 /// `arguments` are those behind the program's name.
 [[nodiscard]] std::expected<Command, ParseError> parse(std::span<const std::string> arguments);
 
-[[nodiscard]] std::string message(const ParseError &error);
+[[nodiscard]] std::string message(const ParseError& error);
 
 /// The usage text, without a line feed at its end.
 extern const std::string_view usage;
 
 struct TableOptions {
     std::span<const ProcessItem> items;
-    const CwdResolver::CwdMap &cwds;
-    const ScanCore::PIDSet &protectedPIDs;
+    const CwdResolver::CwdMap& cwds;
+    const ScanCore::PIDSet& protectedPIDs;
     size_t commandMax = 0; ///< characters of a command that are shown; below 2: all
 };
 
 /// The candidates as a table with a heading; lines joined by line feeds, none at the end.
-[[nodiscard]] std::string listTable(const TableOptions &options);
+[[nodiscard]] std::string listTable(const TableOptions& options);
 
 /// The `commandMax` with which the table's lines fit a terminal of so many columns; at least 20.
-[[nodiscard]] size_t commandMaxForTerminal(size_t columns, const TableOptions &options);
+[[nodiscard]] size_t commandMaxForTerminal(size_t columns, const TableOptions& options);
 
 /// "42s", "5m", "2h 7m", "3d 4h". `seconds` must be finite.
 [[nodiscard]] std::string formatElapsed(double seconds);

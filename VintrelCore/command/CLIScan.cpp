@@ -20,9 +20,9 @@ struct SortedIgnores {
     std::vector<IgnoreRule> scoped;
 };
 
-SortedIgnores sortedIgnores(const std::vector<std::string> &lines) {
+SortedIgnores sortedIgnores(const std::vector<std::string>& lines) {
     SortedIgnores sorted;
-    for (const std::string &line : lines) {
+    for (const std::string& line : lines) {
         if (auto rule = IgnoreRule::parse(line); rule && rule->pathPrefix) {
             sorted.scoped.push_back(*std::move(rule));
         } else if (rule) {
@@ -33,14 +33,14 @@ SortedIgnores sortedIgnores(const std::vector<std::string> &lines) {
 }
 
 /// lsof names directories with links resolved, so the home folder has to be known in that form.
-std::string resolved(const std::string &home) {
+std::string resolved(const std::string& home) {
     std::error_code error;
     const auto path = std::filesystem::canonical(home, error);
     return error ? home : path.string();
 }
 
 /// Each process is looked up once, when it is first seen.
-StartTimeProvider remembering(std::unordered_map<int32_t, std::optional<ProcStartTime>> &known) {
+StartTimeProvider remembering(std::unordered_map<int32_t, std::optional<ProcStartTime>>& known) {
     return [&known](int32_t pid) {
         const auto [entry, isNew] = known.try_emplace(pid);
         if (isNew) {
@@ -50,7 +50,7 @@ StartTimeProvider remembering(std::unordered_map<int32_t, std::optional<ProcStar
     };
 }
 
-std::vector<int32_t> pidsOf(const std::vector<ProcessItem> &items) {
+std::vector<int32_t> pidsOf(const std::vector<ProcessItem>& items) {
     std::vector<int32_t> pids;
     std::ranges::transform(items, std::back_inserter(pids), &ProcessItem::pid);
     return pids;
@@ -59,7 +59,7 @@ std::vector<int32_t> pidsOf(const std::vector<ProcessItem> &items) {
 /// One scan under way.
 class Scan {
 public:
-    Scan(const Rules &rules, const World &world)
+    Scan(const Rules& rules, const World& world)
         : m_rules(rules), m_world(world), m_ignores(sortedIgnores(rules.ignoredNames)) {}
 
     Result run() {
@@ -67,7 +67,7 @@ public:
         psCommand.executable = m_world.ps;
         Shell::Run ps(psCommand);
         Lsof::Query listeners(PortRegistry::lsofArguments(), m_world.lsof);
-        const std::array<Shell::Run *, 2> first{&ps, &listeners.run()};
+        const std::array<Shell::Run*, 2> first{&ps, &listeners.run()};
         Shell::await(first, &ps, m_world.interrupt);
         if (!takeSnapshot(ps)) {
             return std::move(m_result);
@@ -79,7 +79,7 @@ public:
         std::optional<Lsof::Query> directories;
         if (!m_result.items.empty()) {
             directories.emplace(CwdResolver::lsofArguments(pidsOf(m_result.items)), m_world.lsof);
-            const std::array<Shell::Run *, 2> second{&listeners.run(), &directories->run()};
+            const std::array<Shell::Run*, 2> second{&listeners.run(), &directories->run()};
             Shell::await(second, nullptr, m_world.interrupt);
         }
         takePorts(listeners);
@@ -90,7 +90,7 @@ public:
     }
 
 private:
-    bool takeSnapshot(Shell::Run &ps) {
+    bool takeSnapshot(Shell::Run& ps) {
         const Shell::Outcome outcome = ps.take();
         m_result.interrupted = outcome.interrupted;
         m_result.psFailed = !outcome.completed() || outcome.output.empty();
@@ -108,13 +108,13 @@ private:
                                     .startTimeProvider = remembering(m_startTimes)});
     }
 
-    void takePorts(Lsof::Query &listeners) {
+    void takePorts(Lsof::Query& listeners) {
         const Lsof::Answer answer = listeners.finish(m_world.interrupt);
         note(answer);
         m_result.items = enumerate(PortRegistry::listeningPIDs(answer.output));
     }
 
-    void takeDirectories(Lsof::Query &directories) {
+    void takeDirectories(Lsof::Query& directories) {
         const Lsof::Answer answer = directories.finish(m_world.interrupt);
         note(answer);
         const std::string home = resolved(m_world.home);
@@ -123,20 +123,20 @@ private:
                                                   .home = home,
                                                   .mayTouchFiles = !answer.metDeadMount});
         m_result.items = ScanCore::applyScopedIgnores(m_result.items, m_result.cwds, m_ignores.scoped);
-        for (const auto &[pid, cwd] : m_result.cwds) {
+        for (const auto& [pid, cwd] : m_result.cwds) {
             if (CwdResolver::isProtected(cwd.fullPath, m_rules.protectedProjects, home)) {
                 m_result.protectedPIDs.insert(pid);
             }
         }
     }
 
-    void note(const Lsof::Answer &answer) {
+    void note(const Lsof::Answer& answer) {
         m_result.lsofFailed = m_result.lsofFailed || answer.failed;
         m_result.interrupted = m_result.interrupted || answer.interrupted;
     }
 
-    const Rules &m_rules;
-    const World &m_world;
+    const Rules& m_rules;
+    const World& m_world;
     SortedIgnores m_ignores;
     std::vector<SnapshotRecord> m_records;
     std::unordered_map<int32_t, std::optional<ProcStartTime>> m_startTimes;
@@ -145,7 +145,7 @@ private:
 
 } // namespace
 
-Result scan(const Rules &rules, const World &world) {
+Result scan(const Rules& rules, const World& world) {
     return Scan(rules, world).run();
 }
 

@@ -41,6 +41,6 @@ struct Result {
     bool interrupted = false;         ///< stopped on request; every tool has ended
 };
 
-[[nodiscard]] Result scan(const Rules &rules, const World &world = {});
+[[nodiscard]] Result scan(const Rules& rules, const World& world = {});
 
 } // namespace VintrelCore::CLIScan

@@ -18,7 +18,7 @@ Cells headings() {
     return {"PID", "BUCKET", "KIND", "AGE", "RAM", "PROJECT"};
 }
 
-Cells cellsOf(const ProcessItem &item, const TableOptions &options) {
+Cells cellsOf(const ProcessItem& item, const TableOptions& options) {
     std::string bucket = item.bucket() == Bucket::safe ? "safe" : "review";
     if (options.protectedPIDs.contains(item.pid)) {
         bucket += " 🔒";
@@ -32,20 +32,19 @@ Cells cellsOf(const ProcessItem &item, const TableOptions &options) {
             cwd != options.cwds.end() ? cwd->second.label : "—"};
 }
 
-std::vector<Cells> allCells(const TableOptions &options) {
+std::vector<Cells> allCells(const TableOptions& options) {
     std::vector<Cells> rows{headings()};
     std::ranges::transform(options.items, std::back_inserter(rows),
-                           [&options](const ProcessItem &item) { return cellsOf(item, options); });
+                           [&options](const ProcessItem& item) { return cellsOf(item, options); });
     return rows;
 }
 
-/// The largest size of each column, by a function that measures one cell.
-template <typename Measure>
-std::array<size_t, narrowColumns> widths(const std::vector<Cells> &rows, Measure measure) {
+/// The most characters of each column.
+std::array<size_t, narrowColumns> widths(const std::vector<Cells>& rows) {
     std::array<size_t, narrowColumns> widest{};
-    for (const Cells &row : rows) {
+    for (const Cells& row : rows) {
         for (size_t column = 0; column < narrowColumns; ++column) {
-            widest[column] = std::max(widest[column], measure(row[column]));
+            widest[column] = std::max(widest[column], UnicodeText::characterCount(row[column]));
         }
     }
     return widest;
@@ -60,14 +59,14 @@ std::string truncate(std::string_view text, size_t max) {
     return std::string(UnicodeText::firstCharacters(text, max - 1)) + "…";
 }
 
-std::string listTable(const TableOptions &options) {
+std::string listTable(const TableOptions& options) {
     const std::vector<Cells> rows = allCells(options);
-    const auto widest = widths(rows, UnicodeText::characterCount);
+    const auto widest = widths(rows);
     std::string table;
     for (size_t row = 0; row < rows.size(); ++row) {
         std::string line;
         for (size_t column = 0; column < narrowColumns; ++column) {
-            const std::string &cell = rows[row][column];
+            const std::string& cell = rows[row][column];
             line += cell;
             line.append(widest[column] - UnicodeText::characterCount(cell), ' ');
             line += gap;
@@ -79,11 +78,22 @@ std::string listTable(const TableOptions &options) {
     return table;
 }
 
-size_t commandMaxForTerminal(size_t columns, const TableOptions &options) {
+size_t commandMaxForTerminal(size_t columns, const TableOptions& options) {
     constexpr size_t least = 20;
-    size_t taken = narrowColumns * gap.size();
-    for (const size_t width : widths(allCells(options), UnicodeText::terminalColumns)) {
-        taken += width;
+    const std::vector<Cells> rows = allCells(options);
+    size_t padded = narrowColumns * gap.size();
+    for (const size_t width : widths(rows)) {
+        padded += width;
+    }
+    // Columns are padded by characters; a row with wide ones stands out on a terminal.
+    size_t taken = padded;
+    for (const Cells& row : rows) {
+        size_t extra = 0;
+        for (const std::string& cell : row) {
+            const size_t cells = UnicodeText::terminalColumns(cell);
+            extra += cells - std::min(cells, UnicodeText::characterCount(cell));
+        }
+        taken = std::max(taken, padded + extra);
     }
     return columns > taken + least ? columns - taken : least;
 }

@@ -18,7 +18,7 @@ bool isRefusal(std::string_view name, int32_t pid) {
 }
 
 /// The kernel names a directory that was deleted "... (deleted)"; one may also be called so.
-void dropDeletedEnding(std::string &directory, bool mayTouchFiles) {
+void dropDeletedEnding(std::string& directory, bool mayTouchFiles) {
     constexpr std::string_view ending = " (deleted)";
     if (directory.ends_with(ending) && !(mayTouchFiles && File::exists(directory))) {
         directory.resize(directory.size() - ending.size());
@@ -53,7 +53,7 @@ std::unordered_map<int32_t, std::string> parseCwds(std::string_view lsofOutput) 
     return directories;
 }
 
-std::optional<std::string> findGitRoot(const std::string &directory) {
+std::optional<std::string> findGitRoot(const std::string& directory) {
     std::string_view current = directory;
     while (current.starts_with('/') && current != "/") {
         if (File::exists(std::string(current) + "/.git")) {
@@ -64,7 +64,7 @@ std::optional<std::string> findGitRoot(const std::string &directory) {
     return std::nullopt;
 }
 
-std::string projectLabel(std::string_view cwd, const std::optional<std::string> &gitRoot) {
+std::string projectLabel(std::string_view cwd, const std::optional<std::string>& gitRoot) {
     if (!gitRoot || gitRoot->empty()) {
         const std::string_view name = Path::lastComponent(cwd);
         return std::string(name.empty() ? cwd : name);
@@ -83,7 +83,7 @@ std::string abbreviateHome(std::string_view path, std::string_view home) {
     return "~" + std::string(path.substr(home.size()));
 }
 
-CwdMap processCwds(const ProcessCwdsOptions &options) {
+CwdMap processCwds(const ProcessCwdsOptions& options) {
     CwdMap cwds;
     if (options.forPIDs.empty()) {
         return cwds;
@@ -94,7 +94,7 @@ CwdMap processCwds(const ProcessCwdsOptions &options) {
     }
     const bool mayTouchFiles = options.mayTouchFiles && !own.metDeadMount;
     const std::string home = options.home.value_or("");
-    for (auto &[pid, directory] : parseCwds(options.lsofOutput.value_or(own.output))) {
+    for (auto& [pid, directory] : parseCwds(options.lsofOutput.value_or(own.output))) {
         dropDeletedEnding(directory, mayTouchFiles);
         const auto gitRoot = mayTouchFiles ? options.gitRootFinder(directory) : std::nullopt;
         ProcessCwd cwd{.label = projectLabel(directory, gitRoot),
@@ -116,7 +116,7 @@ bool isUnderPrefix(std::string_view path, std::string_view prefix) {
 
 bool isProtected(std::string_view fullPath, std::span<const std::string> protectedProjects,
                  std::string_view home) {
-    return std::ranges::any_of(protectedProjects, [&](const std::string &project) {
+    return std::ranges::any_of(protectedProjects, [&](const std::string& project) {
         return isUnderPrefix(fullPath, project) || isUnderPrefix(fullPath, abbreviateHome(project, home));
     });
 }

@@ -17,18 +17,18 @@ struct ProcessCwd {
     std::string fullPath;                     ///< the working directory; "~" stands for the home folder
     std::optional<std::string> projectRoot{}; ///< the git repository around it, written in the same way
 
-    bool operator==(const ProcessCwd &) const = default;
+    bool operator==(const ProcessCwd&) const = default;
 };
 
 /// Working directories, by way of lsof, and what they say about projects. No state.
 namespace CwdResolver {
 
 using CwdMap = std::unordered_map<int32_t, ProcessCwd>;
-using GitRootFinder = std::function<std::optional<std::string>(const std::string &directory)>;
+using GitRootFinder = std::function<std::optional<std::string>(const std::string& directory)>;
 
 /// The nearest folder, from `directory` upwards, that has an entry named ".git"; never the root of the file
 /// system.
-[[nodiscard]] std::optional<std::string> findGitRoot(const std::string &directory);
+[[nodiscard]] std::optional<std::string> findGitRoot(const std::string& directory);
 
 struct ProcessCwdsOptions {
     std::vector<int32_t> forPIDs{};
@@ -41,7 +41,7 @@ struct ProcessCwdsOptions {
 };
 
 /// An entry for every process whose working directory lsof could tell.
-[[nodiscard]] CwdMap processCwds(const ProcessCwdsOptions &options);
+[[nodiscard]] CwdMap processCwds(const ProcessCwdsOptions& options);
 
 /// What lsof prints for these processes, in its field format. "" when it failed, and for no processes at all.
 [[nodiscard]] std::string runLSOF(std::span<const int32_t> pids);
@@ -55,7 +55,7 @@ struct ProcessCwdsOptions {
 [[nodiscard]] std::unordered_map<int32_t, std::string> parseCwds(std::string_view lsofOutput);
 
 /// A project's name: the last component of its root, and the way from there to `cwd`.
-[[nodiscard]] std::string projectLabel(std::string_view cwd, const std::optional<std::string> &gitRoot);
+[[nodiscard]] std::string projectLabel(std::string_view cwd, const std::optional<std::string>& gitRoot);
 
 [[nodiscard]] std::string abbreviateHome(std::string_view path, std::string_view home);
 

@@ -26,12 +26,12 @@ std::string path() {
     return std::string(found != places.end() ? *found : places.front());
 }
 
-Query::Query(std::vector<std::string> arguments, const std::string &lsof)
+Query::Query(std::vector<std::string> arguments, const std::string& lsof)
     : m_command{.executable = lsof, .arguments = std::move(arguments), .deadline = deadline},
       m_run(m_command) {}
 
 Answer Query::finish(int interrupt) {
-    const std::array<Shell::Run *, 1> runs{&m_run};
+    const std::array<Shell::Run*, 1> runs{&m_run};
     Shell::await(runs, nullptr, interrupt);
     Shell::Outcome outcome = m_run.take();
     const bool hung = outcome.deadlineMissed && !outcome.interrupted;

@@ -26,10 +26,10 @@ struct Answer {
 /// that avoids every blocking call; it then names what it can.
 class Query {
 public:
-    explicit Query(std::vector<std::string> arguments, const std::string &lsof = path());
+    explicit Query(std::vector<std::string> arguments, const std::string& lsof = path());
 
     /// For `Shell::await`.
-    [[nodiscard]] Shell::Run &run() { return m_run; }
+    [[nodiscard]] Shell::Run& run() { return m_run; }
 
     /// Waits for what is still to come.
     [[nodiscard]] Answer finish(int interrupt = -1);

@@ -15,17 +15,17 @@ namespace VintrelCore::PortRegistry {
 namespace {
 
 /// The integers of the user's file; absent when it is no object of integer arrays.
-std::optional<PortSet> parseUserPorts(const std::string &bytes) {
+std::optional<PortSet> parseUserPorts(const std::string& bytes) {
     const auto document = nlohmann::json::parse(bytes, nullptr, /*allow_exceptions=*/false);
     if (!document.is_object()) {
         return std::nullopt;
     }
     PortSet ports;
-    for (const auto &list : document) {
+    for (const auto& list : document) {
         if (!list.is_array()) {
             return std::nullopt;
         }
-        for (const auto &entry : list) {
+        for (const auto& entry : list) {
             if (!entry.is_number_integer()) {
                 return std::nullopt;
             }
@@ -53,7 +53,7 @@ std::string userPortsFileURL() {
     return folder.empty() ? folder : folder + "/Vintrel/ports.json";
 }
 
-PortSet mergedPorts(const PortSet &builtIn, const std::optional<std::string> &userJSON) {
+PortSet mergedPorts(const PortSet& builtIn, const std::optional<std::string>& userJSON) {
     PortSet ports = builtIn;
     if (auto added = userJSON ? parseUserPorts(*userJSON) : std::nullopt) {
         ports.merge(*added);
@@ -61,10 +61,10 @@ PortSet mergedPorts(const PortSet &builtIn, const std::optional<std::string> &us
     return ports;
 }
 
-std::optional<Listener> parseListenerLine(std::string_view line, const std::optional<PortSet> &ports) {
+std::optional<Listener> parseListenerLine(std::string_view line, const std::optional<PortSet>& ports) {
     // COMMAND PID USER FD TYPE DEVICE SIZE/OFF NODE NAME
     std::array<std::string_view, 9> columns;
-    for (std::string_view &column : columns) {
+    for (std::string_view& column : columns) {
         column = Text::takeWord(line);
     }
     const std::string_view address = columns.back();
@@ -84,7 +84,7 @@ std::vector<std::string> lsofArguments() {
     return {"-nPi", "-sTCP:LISTEN"};
 }
 
-std::unordered_map<int32_t, PortSet> listeningPorts(const std::optional<std::string_view> &lsofOutput) {
+std::unordered_map<int32_t, PortSet> listeningPorts(const std::optional<std::string_view>& lsofOutput) {
     const std::string own = lsofOutput ? std::string() : Lsof::ask(lsofArguments()).output;
     const std::optional<PortSet> ports = portsOfNow();
     std::unordered_map<int32_t, PortSet> listening;
@@ -97,9 +97,9 @@ std::unordered_map<int32_t, PortSet> listeningPorts(const std::optional<std::str
     return listening;
 }
 
-std::unordered_set<int32_t> listeningPIDs(const std::optional<std::string_view> &lsofOutput) {
+std::unordered_set<int32_t> listeningPIDs(const std::optional<std::string_view>& lsofOutput) {
     std::unordered_set<int32_t> pids;
-    for (const auto &[pid, ports] : listeningPorts(lsofOutput)) {
+    for (const auto& [pid, ports] : listeningPorts(lsofOutput)) {
         pids.insert(pid);
     }
     return pids;

@@ -13,7 +13,7 @@ struct ProcStartTime {
     int64_t sec = 0;  ///< whole seconds since the Unix epoch
     int64_t usec = 0; ///< microseconds within the second
 
-    bool operator==(const ProcStartTime &) const = default;
+    bool operator==(const ProcStartTime&) const = default;
 };
 
 /// Looks up the start of a process; absent when there is no such process or it cannot be known.
@@ -23,7 +23,7 @@ using StartTimeProvider = std::function<std::optional<ProcStartTime>(int32_t pid
 
 template <>
 struct std::hash<VintrelCore::ProcStartTime> {
-    size_t operator()(const VintrelCore::ProcStartTime &time) const noexcept {
+    size_t operator()(const VintrelCore::ProcStartTime& time) const noexcept {
         const size_t seconds = std::hash<int64_t>{}(time.sec);
         return (seconds ^ (seconds >> 29)) * 0x9E3779B97F4A7C15U + std::hash<int64_t>{}(time.usec);
     }

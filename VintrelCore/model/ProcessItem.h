@@ -18,7 +18,7 @@ struct FoldedProcess {
     int32_t pid = 0;
     std::optional<ProcStartTime> startTime{}; ///< absent when it could not be read
 
-    bool operator==(const FoldedProcess &) const = default;
+    bool operator==(const FoldedProcess&) const = default;
 };
 
 /// A candidate: one process (or a package runner with what it started) that may be a stray, and its
@@ -37,7 +37,7 @@ struct ProcessItem {
     std::optional<std::string> customLabel{}; ///< the label of the user's rule that matched
     std::vector<FoldedProcess> folded{}; ///< what a package runner's row stands for beside the runner itself
 
-    bool operator==(const ProcessItem &) const = default;
+    bool operator==(const ProcessItem&) const = default;
 
     [[nodiscard]] int32_t id() const { return pid; }
 

@@ -37,7 +37,7 @@ constexpr auto rows = std::to_array<KindRow>({
     {ProcessKind::custom, "custom", "Custom rules", RiskGroup::none},
 });
 
-constexpr const KindRow &rowOf(ProcessKind kind) {
+constexpr const KindRow& rowOf(ProcessKind kind) {
     return rows[static_cast<size_t>(kind)];
 }
 

@@ -12,7 +12,7 @@
 #include <spawn.h>
 #include <unistd.h>
 
-extern "C" char **environ; // NOLINT(readability-redundant-declaration): not every system's headers declare it
+extern "C" char** environ; // NOLINT(readability-redundant-declaration): not every system's headers declare it
 
 namespace VintrelCore::ChildProcess {
 
@@ -25,7 +25,7 @@ std::optional<std::array<FileDescriptor, 2>> openHighPipe() {
     if (!pipe) {
         return std::nullopt;
     }
-    for (FileDescriptor &end : *pipe) {
+    for (FileDescriptor& end : *pipe) {
         if (end.get() <= STDERR_FILENO) {
             end = FileDescriptor(::fcntl(end.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
         }
@@ -57,17 +57,17 @@ public:
         posix_spawnattr_setflags(&m_attributes, static_cast<short>(common | flags));
     }
 
-    SpawnSettings(const SpawnSettings &) = delete;
-    SpawnSettings &operator=(const SpawnSettings &) = delete;
+    SpawnSettings(const SpawnSettings&) = delete;
+    SpawnSettings& operator=(const SpawnSettings&) = delete;
 
     ~SpawnSettings() {
         posix_spawn_file_actions_destroy(&m_actions);
         posix_spawnattr_destroy(&m_attributes);
     }
 
-    [[nodiscard]] const posix_spawnattr_t *attributes() const { return &m_attributes; }
+    [[nodiscard]] const posix_spawnattr_t* attributes() const { return &m_attributes; }
 
-    [[nodiscard]] const posix_spawn_file_actions_t *actions() const { return &m_actions; }
+    [[nodiscard]] const posix_spawn_file_actions_t* actions() const { return &m_actions; }
 
 private:
     posix_spawnattr_t m_attributes{};
@@ -75,22 +75,22 @@ private:
 };
 
 /// posix_spawn wants pointers to writable text and leaves it alone.
-char *asArgument(const std::string &text) {
-    return const_cast<char *>(text.c_str()); // NOLINT(cppcoreguidelines-pro-type-const-cast)
+char* asArgument(const std::string& text) {
+    return const_cast<char*>(text.c_str()); // NOLINT(cppcoreguidelines-pro-type-const-cast)
 }
 
 } // namespace
 
-std::optional<Child> start(const std::string &executable, std::span<const std::string> arguments,
+std::optional<Child> start(const std::string& executable, std::span<const std::string> arguments,
                            std::span<const std::string> environment) {
     auto pipe = openHighPipe();
     if (!pipe || ::fcntl((*pipe)[0].get(), F_SETFL, O_NONBLOCK) != 0) {
         return std::nullopt;
     }
-    std::vector<char *> argv{asArgument(executable)};
+    std::vector<char*> argv{asArgument(executable)};
     std::ranges::transform(arguments, std::back_inserter(argv), asArgument);
     argv.push_back(nullptr);
-    std::vector<char *> envp;
+    std::vector<char*> envp;
     std::ranges::transform(environment, std::back_inserter(envp), asArgument);
     envp.push_back(nullptr);
 
@@ -110,7 +110,7 @@ std::vector<std::string> toolEnvironment() {
     const auto forced = Platform::forcedToolEnvironment();
 
     std::vector<std::string> entries(forced.begin(), forced.end());
-    for (char *const *entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
+    for (char* const* entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
         const std::string_view name = nameOf(*entry);
         if (std::ranges::find(unwanted, name) == unwanted.end() &&
             std::ranges::find(forced, name, nameOf) == forced.end()) {

@@ -12,13 +12,13 @@
 namespace VintrelCore::Platform {
 
 std::string homeFolder() {
-    const char *const configured = std::getenv("HOME"); // NOLINT(concurrency-mt-unsafe): nobody sets it
+    const char* const configured = std::getenv("HOME"); // NOLINT(concurrency-mt-unsafe): nobody sets it
     if (configured != nullptr && configured[0] == '/') {
         return std::string(Path::withoutTrailingSlashes(configured));
     }
     std::vector<char> buffer(size_t{16} << 10);
     passwd account{};
-    passwd *found = nullptr;
+    passwd* found = nullptr;
     if (::getpwuid_r(::getuid(), &account, buffer.data(), buffer.size(), &found) != 0 || found == nullptr) {
         return {};
     }

@@ -18,7 +18,7 @@ namespace VintrelCore::Platform {
 
 /// Asks for a child that inherits standard input and what `actions` installs, and no other descriptor.
 /// Returns the attribute flags to add.
-[[nodiscard]] short inheritNothingElse(posix_spawn_file_actions_t &actions);
+[[nodiscard]] short inheritNothingElse(posix_spawn_file_actions_t& actions);
 
 /// A descriptor that polls readable once the child `pid` has ended; none where the system refuses.
 [[nodiscard]] FileDescriptor watchEndOf(int32_t pid);

@@ -50,7 +50,7 @@ RiskTier riskTier(ProcessKind kind, bool hasTTY, bool isOrphan, bool isOld) {
     return RiskTier::high;
 }
 
-std::optional<ProcessItem> makeItem(std::string_view line, const ItemOptions &options) {
+std::optional<ProcessItem> makeItem(std::string_view line, const ItemOptions& options) {
     const auto fields = parsePSLine(line);
     if (!fields) {
         return std::nullopt;
@@ -62,11 +62,11 @@ std::optional<ProcessItem> makeItem(std::string_view line, const ItemOptions &op
         .make(*fields);
 }
 
-std::optional<ProcessItem> ItemMaker::make(const PSLine &line) const {
+std::optional<ProcessItem> ItemMaker::make(const PSLine& line) const {
     return makeWith(line, [&line] { return detectKind(line.args); });
 }
 
-std::optional<ProcessItem> ItemMaker::make(const SnapshotRecord &record) const {
+std::optional<ProcessItem> ItemMaker::make(const SnapshotRecord& record) const {
     const PSLine line{.pid = record.pid,
                       .ppid = record.ppid,
                       .etime = record.elapsed,
@@ -85,10 +85,10 @@ std::optional<ProcessItem> ItemMaker::make(const SnapshotRecord &record) const {
 }
 
 template <typename Detect>
-std::optional<ProcessItem> ItemMaker::makeWith(const PSLine &line, Detect detect) const {
+std::optional<ProcessItem> ItemMaker::makeWith(const PSLine& line, Detect detect) const {
     std::optional<ProcessKind> kind;
     std::optional<std::string> customLabel;
-    if (const CustomRule *const rule = m_customRules.firstMatch(line.args)) {
+    if (const CustomRule* const rule = m_customRules.firstMatch(line.args)) {
         kind = ProcessKind::custom;
         customLabel = rule->label;
     } else {

@@ -12,7 +12,7 @@ namespace VintrelCore::ScanCore {
 
 namespace {
 
-std::vector<ProcessItem> makeItems(const EnumerateOptions &options) {
+std::vector<ProcessItem> makeItems(const EnumerateOptions& options) {
     const PIDSet registered =
         options.registeredPIDs ? *options.registeredPIDs : PortRegistry::listeningPIDs();
     const ItemMaker maker({.elapsedThreshold = options.elapsedThreshold,
@@ -38,7 +38,7 @@ std::vector<ProcessItem> makeItems(const EnumerateOptions &options) {
     if (!options.records) {
         own = snapshotRecords(runPS(), Platform::kernelView());
     }
-    for (const SnapshotRecord &record : options.records.value_or(own)) {
+    for (const SnapshotRecord& record : options.records.value_or(own)) {
         add(maker.make(record));
     }
     return items;
@@ -46,25 +46,25 @@ std::vector<ProcessItem> makeItems(const EnumerateOptions &options) {
 
 } // namespace
 
-std::vector<ProcessItem> enumerate(const EnumerateOptions &options) {
+std::vector<ProcessItem> enumerate(const EnumerateOptions& options) {
     std::vector<ProcessItem> items = makeItems(options);
     const auto ignored = UnicodeText::needles(options.ignoredNames);
-    std::erase_if(items, [&](const ProcessItem &item) {
+    std::erase_if(items, [&](const ProcessItem& item) {
         const bool isIgnored =
-            std::ranges::any_of(ignored, [&item](const auto &needle) { return needle.isIn(item.command); });
+            std::ranges::any_of(ignored, [&item](const auto& needle) { return needle.isIn(item.command); });
         return isIgnored || options.dismissedPIDs.contains(item.pid);
     });
     items = collapseWrappers(items);
     // After collapsing, so that a runner disappears together with what it runs.
-    std::erase_if(items, [&](const ProcessItem &item) { return options.disabledKinds.contains(item.kind); });
+    std::erase_if(items, [&](const ProcessItem& item) { return options.disabledKinds.contains(item.kind); });
     return items;
 }
 
-std::vector<ProcessItem> applyScopedIgnores(const std::vector<ProcessItem> &items,
-                                            const CwdResolver::CwdMap &cwds,
+std::vector<ProcessItem> applyScopedIgnores(const std::vector<ProcessItem>& items,
+                                            const CwdResolver::CwdMap& cwds,
                                             std::span<const IgnoreRule> rules) {
     const auto needles = UnicodeText::needles(rules, &IgnoreRule::substring);
-    const auto isInScope = [&cwds](const ProcessItem &item, const IgnoreRule &rule) {
+    const auto isInScope = [&cwds](const ProcessItem& item, const IgnoreRule& rule) {
         if (!rule.pathPrefix) {
             return true;
         }
@@ -77,7 +77,7 @@ std::vector<ProcessItem> applyScopedIgnores(const std::vector<ProcessItem> &item
         return cwd != cwds.end() && Path::isAtOrBelow(cwd->second.fullPath, folder);
     };
     std::vector<ProcessItem> kept;
-    for (const ProcessItem &item : items) {
+    for (const ProcessItem& item : items) {
         bool isIgnored = false;
         for (size_t index = 0; index < rules.size() && !isIgnored; ++index) {
             isIgnored = isInScope(item, rules[index]) && needles[index].isIn(item.command);

@@ -26,7 +26,7 @@ std::optional<IgnoreRule> IgnoreRule::parse(std::string_view line) {
     return rule;
 }
 
-std::string IgnoreRule::serialize(const IgnoreRule &rule) {
+std::string IgnoreRule::serialize(const IgnoreRule& rule) {
     return rule.pathPrefix ? rule.substring + std::string(separator) + *rule.pathPrefix : rule.substring;
 }
 

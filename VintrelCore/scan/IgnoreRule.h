@@ -12,12 +12,12 @@ struct IgnoreRule {
     std::optional<std::string>
         pathPrefix{}; ///< limits the rule to working directories at or below this folder
 
-    bool operator==(const IgnoreRule &) const = default;
+    bool operator==(const IgnoreRule&) const = default;
 
     /// Absent when the substring is empty. A path that is empty after trimming counts as none.
     [[nodiscard]] static std::optional<IgnoreRule> parse(std::string_view line);
 
-    [[nodiscard]] static std::string serialize(const IgnoreRule &rule);
+    [[nodiscard]] static std::string serialize(const IgnoreRule& rule);
 };
 
 } // namespace VintrelCore

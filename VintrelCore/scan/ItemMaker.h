@@ -11,21 +11,21 @@ class ItemMaker {
 public:
     struct Inputs {
         double elapsedThreshold;
-        const PIDSet &registeredPIDs;
+        const PIDSet& registeredPIDs;
         std::span<const CustomRule> customRules;
-        const StartTimeProvider &startTimeProvider;
+        const StartTimeProvider& startTimeProvider;
     };
 
     /// Refers to the inputs, which must outlive it.
-    explicit ItemMaker(const Inputs &inputs) : m_inputs(inputs), m_customRules(inputs.customRules) {}
+    explicit ItemMaker(const Inputs& inputs) : m_inputs(inputs), m_customRules(inputs.customRules) {}
 
-    [[nodiscard]] std::optional<ProcessItem> make(const PSLine &line) const;
-    [[nodiscard]] std::optional<ProcessItem> make(const SnapshotRecord &record) const;
+    [[nodiscard]] std::optional<ProcessItem> make(const PSLine& line) const;
+    [[nodiscard]] std::optional<ProcessItem> make(const SnapshotRecord& record) const;
 
 private:
     /// `detect` is asked for the built-in kind when no rule of the user's matches.
     template <typename Detect>
-    [[nodiscard]] std::optional<ProcessItem> makeWith(const PSLine &line, Detect detect) const;
+    [[nodiscard]] std::optional<ProcessItem> makeWith(const PSLine& line, Detect detect) const;
 
     [[nodiscard]] std::optional<ProcStartTime> startTimeOf(int32_t pid) const;
 

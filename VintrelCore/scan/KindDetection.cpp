@@ -59,7 +59,7 @@ std::optional<ProcessKind> detectKind(std::string_view command) {
                                                      {"docker", ProcessKind::docker}});
     constexpr auto late = std::to_array<TokenRule>(
         {{"npm", ProcessKind::npm}, {"bun", ProcessKind::bun}, {"node", ProcessKind::node}});
-    const auto firstOf = [&token](const auto &rules) {
+    const auto firstOf = [&token](const auto& rules) {
         const auto found = std::ranges::find_if(rules, token, &TokenRule::token);
         return found != rules.end() ? std::optional(found->kind) : std::nullopt;
     };

@@ -23,7 +23,7 @@ std::optional<PSLine> parsePSLine(std::string_view line) {
     constexpr std::string_view blanks = " \t";
     line = Text::trimmedBlanks(line);
     std::array<std::string_view, 6> fields;
-    for (std::string_view &field : fields) {
+    for (std::string_view& field : fields) {
         field = Text::takeWord(line, blanks);
     }
     const std::string_view args = Text::trimmedBlanks(line);

@@ -94,18 +94,18 @@ std::string_view containerName(std::string_view controlGroup) {
 /// Decides for the children of adopters in one snapshot.
 class Judge {
 public:
-    Judge(std::span<SnapshotRecord> records, const Platform::KernelView &kernel) : m_kernel(kernel) {
-        for (const SnapshotRecord &record : records) {
+    Judge(std::span<SnapshotRecord> records, const Platform::KernelView& kernel) : m_kernel(kernel) {
+        for (const SnapshotRecord& record : records) {
             if (isAdopter(record.pid, record.command)) {
                 m_adopters.insert(record.pid);
             }
         }
-        for (SnapshotRecord &record : records) {
+        for (SnapshotRecord& record : records) {
             if (m_adopters.contains(record.ppid)) {
                 m_children.push_back({.record = &record, .facts = kernel.factsOf(record.pid)});
             }
         }
-        for (const Child &child : m_children) {
+        for (const Child& child : m_children) {
             if (child.facts) {
                 noteAge(child);
             }
@@ -113,18 +113,18 @@ public:
     }
 
     void correctAll() {
-        for (const Child &child : m_children) {
+        for (const Child& child : m_children) {
             correct(child);
         }
     }
 
 private:
     struct Child {
-        SnapshotRecord *record;
+        SnapshotRecord* record;
         std::optional<KernelFacts> facts;
     };
 
-    void noteAge(const Child &child) {
+    void noteAge(const Child& child) {
         const std::pair age{child.facts->startTicks, child.record->pid};
         const auto [oldest, isFirst] = m_oldest.try_emplace(child.facts->controlGroup, age);
         if (!isFirst) {
@@ -132,8 +132,8 @@ private:
         }
     }
 
-    void correct(const Child &child) {
-        SnapshotRecord &record = *child.record;
+    void correct(const Child& child) {
+        SnapshotRecord& record = *child.record;
         if (!child.facts || child.facts->userID != m_kernel.userID) {
             record.ppid = noParentWorthNaming; // what cannot be known is never an orphan
             return;
@@ -149,8 +149,8 @@ private:
     }
 
     /// Who looks after the process; absent when nobody does, "" when it is somebody without a name.
-    [[nodiscard]] std::optional<std::string_view> keeperOf(const SnapshotRecord &record,
-                                                           const KernelFacts &facts) const {
+    [[nodiscard]] std::optional<std::string_view> keeperOf(const SnapshotRecord& record,
+                                                           const KernelFacts& facts) const {
         if (isInContainer(facts.controlGroup, m_kernel.ownControlGroup)) {
             return containerName(facts.controlGroup);
         }
@@ -176,7 +176,7 @@ private:
         return std::nullopt;
     }
 
-    const Platform::KernelView &m_kernel;
+    const Platform::KernelView& m_kernel;
     std::unordered_set<int32_t> m_adopters{1}; // also where the system hides process 1 from its users
     std::vector<Child> m_children;
     /// Per control group, start and pid of the oldest child that an adopter has in it.
@@ -230,7 +230,7 @@ Unit unitOf(std::string_view controlGroup) {
     return first;
 }
 
-void correct(std::span<SnapshotRecord> records, const Platform::KernelView &kernel) {
+void correct(std::span<SnapshotRecord> records, const Platform::KernelView& kernel) {
     if (kernel.correctsParents) {
         Judge(records, kernel).correctAll();
     }

@@ -21,13 +21,13 @@ struct Unit {
     std::string_view name;             ///< "" for none; a view into the control group's path
     bool belongsToUserManager = false; ///< it was started by the user's own service manager
 
-    bool operator==(const Unit &) const = default;
+    bool operator==(const Unit&) const = default;
 };
 
 /// The first service or scope below the user's service manager, or else the first at all.
 [[nodiscard]] Unit unitOf(std::string_view controlGroup);
 
 /// Corrects the parent column of every adopter's child, and notes who looks after those who are no orphans.
-void correct(std::span<SnapshotRecord> records, const Platform::KernelView &kernel);
+void correct(std::span<SnapshotRecord> records, const Platform::KernelView& kernel);
 
 } // namespace VintrelCore::Parentage

@@ -28,7 +28,7 @@ bool runsOneProgram(std::string_view script) {
 /// Works on the records of one snapshot.
 class Folder {
 public:
-    explicit Folder(std::vector<SnapshotRecord> &records) : m_records(records) {
+    explicit Folder(std::vector<SnapshotRecord>& records) : m_records(records) {
         for (size_t index = 0; index < records.size(); ++index) {
             m_byPID.emplace(records[index].pid, index);
         }
@@ -46,11 +46,11 @@ public:
         }
         handOverChildren();
         std::unordered_set<int32_t> folded;
-        for (const auto &[shell, runner] : shells) {
+        for (const auto& [shell, runner] : shells) {
             m_records[runner].foldedShells.push_back(m_records[shell].pid);
             folded.insert(m_records[shell].pid);
         }
-        std::erase_if(m_records, [&](const SnapshotRecord &record) { return folded.contains(record.pid); });
+        std::erase_if(m_records, [&](const SnapshotRecord& record) { return folded.contains(record.pid); });
     }
 
 private:
@@ -79,7 +79,7 @@ private:
 
     void handOverChildren() {
         std::unordered_map<int32_t, int> childCount;
-        for (const SnapshotRecord &record : m_records) {
+        for (const SnapshotRecord& record : m_records) {
             ++childCount[record.ppid];
         }
         std::vector<std::pair<size_t, size_t>> moves; // child, runner
@@ -95,12 +95,12 @@ private:
                 m_records[index].runnerScript = script;
             }
         }
-        for (const auto &[child, runner] : moves) {
+        for (const auto& [child, runner] : moves) {
             m_records[child].ppid = m_records[runner].pid;
         }
     }
 
-    std::vector<SnapshotRecord> &m_records;
+    std::vector<SnapshotRecord>& m_records;
     std::unordered_map<int32_t, size_t> m_byPID;
 };
 
@@ -137,7 +137,7 @@ std::optional<std::string_view> shellScript(std::string_view command) {
     return Text::trimmed(command);
 }
 
-void fold(std::vector<SnapshotRecord> &records) {
+void fold(std::vector<SnapshotRecord>& records) {
     Folder(records).fold();
 }
 

@@ -18,6 +18,6 @@ namespace VintrelCore::RunnerShells {
 
 /// Takes the shells of package runners out of the records: each runner keeps the numbers of its shells, and
 /// the shells' children count as the runner's.
-void fold(std::vector<SnapshotRecord> &records);
+void fold(std::vector<SnapshotRecord>& records);
 
 } // namespace VintrelCore::RunnerShells

@@ -48,7 +48,7 @@ struct PSLine {
     std::string_view rss;
     std::string_view args; ///< with its inner spacing
 
-    bool operator==(const PSLine &) const = default;
+    bool operator==(const PSLine&) const = default;
 };
 
 /// Absent for a line with fewer than seven fields, or whose pid or ppid is no number.
@@ -83,7 +83,7 @@ struct ItemOptions {
 };
 
 /// The candidate behind one raw line of ps; absent when the line is malformed or no developer tool's.
-[[nodiscard]] std::optional<ProcessItem> makeItem(std::string_view line, const ItemOptions &options);
+[[nodiscard]] std::optional<ProcessItem> makeItem(std::string_view line, const ItemOptions& options);
 
 // The pipeline.
 
@@ -103,16 +103,16 @@ struct EnumerateOptions {
 };
 
 /// The candidates, in the order of ps.
-[[nodiscard]] std::vector<ProcessItem> enumerate(const EnumerateOptions &options);
+[[nodiscard]] std::vector<ProcessItem> enumerate(const EnumerateOptions& options);
 
 /// Merges each package runner that has exactly one candidate child with that child. The row shows what runs;
 /// its identity (pid and start time) is the runner's, and the child is folded into it.
-[[nodiscard]] std::vector<ProcessItem> collapseWrappers(const std::vector<ProcessItem> &items);
+[[nodiscard]] std::vector<ProcessItem> collapseWrappers(const std::vector<ProcessItem>& items);
 
 /// Without the items that some rule matches. A rule with a path matches only items whose working directory is
 /// known and is that folder or lies below it.
-[[nodiscard]] std::vector<ProcessItem> applyScopedIgnores(const std::vector<ProcessItem> &items,
-                                                          const CwdResolver::CwdMap &cwds,
+[[nodiscard]] std::vector<ProcessItem> applyScopedIgnores(const std::vector<ProcessItem>& items,
+                                                          const CwdResolver::CwdMap& cwds,
                                                           std::span<const IgnoreRule> rules);
 
 /// The short name of the candidate that is the parent `ppid`; absent when it is not among the candidates, and

@@ -10,7 +10,7 @@ namespace VintrelCore {
 namespace {
 
 /// ps shows a zombie's name in brackets, which can look like a tool: "[npm run jest] <defunct>".
-bool isZombie(const ScanCore::PSLine &line, const Platform::KernelView &kernel) {
+bool isZombie(const ScanCore::PSLine& line, const Platform::KernelView& kernel) {
     if (!line.args.ends_with("<defunct>")) {
         return false;
     }
@@ -20,7 +20,7 @@ bool isZombie(const ScanCore::PSLine &line, const Platform::KernelView &kernel) 
 
 } // namespace
 
-std::vector<SnapshotRecord> snapshotRecords(std::string_view psOutput, const Platform::KernelView &kernel) {
+std::vector<SnapshotRecord> snapshotRecords(std::string_view psOutput, const Platform::KernelView& kernel) {
     std::vector<SnapshotRecord> records;
     while (const auto text = Text::takeLine(psOutput)) {
         const auto line = ScanCore::parsePSLine(*text);

@@ -32,6 +32,6 @@ struct SnapshotRecord {
 /// never to process 1; and services, terminal multiplexers and container shims do have parent 1 and are no
 /// strays.
 [[nodiscard]] std::vector<SnapshotRecord> snapshotRecords(std::string_view psOutput,
-                                                          const Platform::KernelView &kernel);
+                                                          const Platform::KernelView& kernel);
 
 } // namespace VintrelCore

@@ -19,7 +19,7 @@ bool isWrapper(std::string_view command) {
     return names("npm") || names("npx") || c.contains("npm-cli.js") || c.contains("npx-cli.js");
 }
 
-ProcessItem merged(const ProcessItem &wrapper, const ProcessItem &child) {
+ProcessItem merged(const ProcessItem& wrapper, const ProcessItem& child) {
     ProcessItem item = wrapper; // a kill targets the runner
     item.command = child.command;
     item.kind = child.kind;
@@ -34,7 +34,7 @@ ProcessItem merged(const ProcessItem &wrapper, const ProcessItem &child) {
 
 } // namespace
 
-std::vector<ProcessItem> collapseWrappers(const std::vector<ProcessItem> &items) {
+std::vector<ProcessItem> collapseWrappers(const std::vector<ProcessItem>& items) {
     std::unordered_map<int32_t, std::vector<size_t>> children;
     for (size_t index = 0; index < items.size(); ++index) {
         children[items[index].ppid].push_back(index);
@@ -42,7 +42,7 @@ std::vector<ProcessItem> collapseWrappers(const std::vector<ProcessItem> &items)
     PIDSet consumed;
     std::unordered_map<size_t, size_t> mergedWith; // wrapper, child
     for (size_t index = 0; index < items.size(); ++index) {
-        const ProcessItem &wrapper = items[index];
+        const ProcessItem& wrapper = items[index];
         const auto found = children.find(wrapper.pid);
         if (found == children.end() || consumed.contains(wrapper.pid) || !isWrapper(wrapper.command)) {
             continue;

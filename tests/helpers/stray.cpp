@@ -29,8 +29,8 @@
 
 namespace {
 
-constexpr const char *idleVariable = "VINTREL_TEST_IDLE"; // set in the stray: how long it lives
-constexpr const char *adopterVariable = "VINTREL_TEST_ADOPTER";
+constexpr const char* idleVariable = "VINTREL_TEST_IDLE"; // set in the stray: how long it lives
+constexpr const char* adopterVariable = "VINTREL_TEST_ADOPTER";
 
 struct Options {
     bool adopter = false;
@@ -40,15 +40,21 @@ struct Options {
     std::string cwd;
     int port = 0;
     std::string lifetime = "120";
-    std::vector<char *> argv;
+    std::vector<char*> argv;
 };
 
-[[noreturn]] void fail(const char *what) {
+[[noreturn]] void fail(const char* what) {
     std::perror(what);
     std::_Exit(EXIT_FAILURE);
 }
 
-Options parse(int argc, char **argv) {
+/// In the stray, whose starter waits for its success.
+[[noreturn]] void report(int failures, const char* what) {
+    [[maybe_unused]] const ssize_t written = ::write(failures, "!", 1);
+    fail(what);
+}
+
+Options parse(int argc, char** argv) {
     Options options;
     int index = 1;
     for (; index < argc && std::strcmp(argv[index], "--") != 0; ++index) {
@@ -75,7 +81,7 @@ Options parse(int argc, char **argv) {
     return options;
 }
 
-void listenOn(int port) {
+void listenOn(int port, int failures) {
     const int listener = ::socket(AF_INET, SOCK_STREAM, 0); // inherited by the stray
     const int yes = 1;
     ::setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
@@ -83,9 +89,9 @@ void listenOn(int port) {
     address.sin_family = AF_INET;
     address.sin_port = htons(static_cast<uint16_t>(port));
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (::bind(listener, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0 ||
+    if (::bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
         ::listen(listener, 1) != 0) {
-        fail("listen");
+        report(failures, "listen");
     }
 }
 
@@ -103,15 +109,15 @@ int takeTerminal() {
 }
 
 /// Becomes the stray: the same program, under the wanted command line, idle.
-[[noreturn]] void becomeStray(const Options &options) {
+[[noreturn]] void becomeStray(const Options& options, int failures) {
     if (options.leader) {
         ::setsid();
     }
     if (!options.cwd.empty() && ::chdir(options.cwd.c_str()) != 0) {
-        fail("chdir");
+        report(failures, "chdir");
     }
     if (options.port != 0) {
-        listenOn(options.port);
+        listenOn(options.port, failures);
     }
     const int null = ::open("/dev/null", O_RDWR | O_CLOEXEC);
     for (int descriptor = 0; descriptor <= STDERR_FILENO; ++descriptor) {
@@ -119,11 +125,11 @@ int takeTerminal() {
     }
     ::setenv(idleVariable, options.zombie ? "0" : options.lifetime.c_str(), 1);
     ::execv("/proc/self/exe", options.argv.data());
-    fail("exec");
+    report(failures, "exec");
 }
 
 /// Starts the stray from a process that then ends, and returns its pid once its command line is in place.
-pid_t startOrphan(const Options &options) {
+pid_t startOrphan(const Options& options) {
     int started[2];
     if (::pipe2(started, O_CLOEXEC) != 0) {
         fail("pipe");
@@ -132,7 +138,7 @@ pid_t startOrphan(const Options &options) {
     if (parent == 0) {
         const pid_t stray = ::fork();
         if (stray == 0) {
-            becomeStray(options); // exec closes the pipe, and so says that it is done
+            becomeStray(options, started[1]); // exec closes the pipe, and so says that it is done
         }
         [[maybe_unused]] const ssize_t written = ::write(started[1], &stray, sizeof stray);
         std::_Exit(EXIT_SUCCESS);
@@ -143,17 +149,18 @@ pid_t startOrphan(const Options &options) {
     if (::read(started[0], &stray, sizeof stray) != sizeof stray) {
         fail("start");
     }
-    char nothing = 0;
-    while (::read(started[0], &nothing, 1) > 0) {
+    char failure = 0;
+    if (::read(started[0], &failure, 1) != 0) { // the end of the pipe says that exec has happened
+        fail("the stray");
     }
     return stray;
 }
 
 /// The same program under the name of a user's service manager.
-[[noreturn]] void becomeAdopter(int argc, char **argv) {
+[[noreturn]] void becomeAdopter(int argc, char** argv) {
     std::string name = "systemd";
     std::string role = "--user"; // parse() passes over it
-    std::vector<char *> words{name.data(), role.data()};
+    std::vector<char*> words{name.data(), role.data()};
     words.insert(words.end(), argv + 1, argv + argc);
     words.push_back(nullptr);
     ::setenv(adopterVariable, "1", 1);
@@ -167,7 +174,7 @@ void waitForEndOfInput() {
     }
 }
 
-int idle(const char *lifetime) {
+int idle(const char* lifetime) {
     ::signal(SIGHUP, SIG_IGN);
     const auto seconds = static_cast<unsigned>(std::atoi(lifetime));
     if (seconds > 0) {
@@ -181,8 +188,8 @@ int idle(const char *lifetime) {
 
 } // namespace
 
-int main(int argc, char **argv) {
-    if (const char *const lifetime = std::getenv(idleVariable)) {
+int main(int argc, char** argv) {
+    if (const char* const lifetime = std::getenv(idleVariable)) {
         return idle(lifetime);
     }
     const Options options = parse(argc, argv);

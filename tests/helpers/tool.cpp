@@ -13,9 +13,9 @@
 
 namespace {
 
-using Arguments = char **;
+using Arguments = char**;
 
-void writeAll(const std::string &bytes) {
+void writeAll(const std::string& bytes) {
     for (size_t done = 0; done < bytes.size();) {
         const ssize_t count = ::write(STDOUT_FILENO, bytes.data() + done, bytes.size() - done);
         if (count <= 0) {
@@ -117,7 +117,7 @@ int printDescriptors(Arguments) {
 }
 
 int printEnvironment(Arguments) {
-    for (char **entry = environ; *entry != nullptr; ++entry) {
+    for (char** entry = environ; *entry != nullptr; ++entry) {
         writeAll(std::string(*entry) + "\n");
     }
     return EXIT_SUCCESS;
@@ -141,7 +141,7 @@ int printSignals(Arguments) {
 
 } // namespace
 
-int main(int argc, char **argv) {
+int main(int argc, char** argv) {
     ::alarm(60);
     const std::map<std::string, std::function<int(Arguments)>> behaviours{
         {"print", printText},

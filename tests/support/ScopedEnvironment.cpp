@@ -7,7 +7,7 @@ namespace VintrelTests {
 
 namespace {
 
-void assign(const std::string &name, const std::optional<std::string> &value) {
+void assign(const std::string& name, const std::optional<std::string>& value) {
     if (value) {
         ::setenv(name.c_str(), value->c_str(), 1);
     } else {
@@ -17,9 +17,9 @@ void assign(const std::string &name, const std::optional<std::string> &value) {
 
 } // namespace
 
-ScopedEnvironment::ScopedEnvironment(std::string name, const std::optional<std::string> &value)
+ScopedEnvironment::ScopedEnvironment(std::string name, const std::optional<std::string>& value)
     : m_name(std::move(name)) {
-    if (const char *const before = std::getenv(m_name.c_str())) {
+    if (const char* const before = std::getenv(m_name.c_str())) {
         m_before = before;
     }
     assign(m_name, value);

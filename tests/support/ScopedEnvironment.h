@@ -8,9 +8,9 @@ namespace VintrelTests {
 /// Sets an environment variable, or takes it away, until the end of the scope.
 class ScopedEnvironment {
 public:
-    ScopedEnvironment(std::string name, const std::optional<std::string> &value);
-    ScopedEnvironment(const ScopedEnvironment &) = delete;
-    ScopedEnvironment &operator=(const ScopedEnvironment &) = delete;
+    ScopedEnvironment(std::string name, const std::optional<std::string>& value);
+    ScopedEnvironment(const ScopedEnvironment&) = delete;
+    ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
     ~ScopedEnvironment();
 
 private:

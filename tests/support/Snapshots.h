@@ -10,7 +10,7 @@ namespace VintrelTests {
 /// What the kernel is made to know: facts by pid, for the user 1000 and outside of any container.
 class FakeKernel {
 public:
-    VintrelCore::Platform::KernelFacts &operator[](int32_t pid) { return m_facts[pid]; }
+    VintrelCore::Platform::KernelFacts& operator[](int32_t pid) { return m_facts[pid]; }
 
     [[nodiscard]] VintrelCore::Platform::KernelView view(std::string ownControlGroup = "/") const {
         return {.correctsParents = true,
@@ -23,7 +23,7 @@ public:
     }
 
     /// A process of the user's in nobody's care: no unit, and not its session's leader.
-    FakeKernel &addOrphan(int32_t pid) {
+    FakeKernel& addOrphan(int32_t pid) {
         m_facts[pid] = {.userID = 1000, .state = 'S', .sessionID = 1, .startTicks = 100, .controlGroup = "/"};
         return *this;
     }

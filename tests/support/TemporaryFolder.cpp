@@ -29,12 +29,12 @@ TemporaryFolder::~TemporaryFolder() {
     fs::remove_all(m_path, ignored);
 }
 
-fs::path TemporaryFolder::makeFolder(const fs::path &relative) const {
+fs::path TemporaryFolder::makeFolder(const fs::path& relative) const {
     fs::create_directories(m_path / relative);
     return m_path / relative;
 }
 
-fs::path TemporaryFolder::write(const fs::path &relative, std::string_view bytes) const {
+fs::path TemporaryFolder::write(const fs::path& relative, std::string_view bytes) const {
     fs::path file = m_path / relative;
     fs::create_directories(file.parent_path());
     std::ofstream(file, std::ios::binary) << bytes;

@@ -10,17 +10,17 @@ namespace VintrelTests {
 class TemporaryFolder {
 public:
     TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder &) = delete;
-    TemporaryFolder &operator=(const TemporaryFolder &) = delete;
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
     ~TemporaryFolder();
 
-    [[nodiscard]] const std::filesystem::path &path() const { return m_path; }
+    [[nodiscard]] const std::filesystem::path& path() const { return m_path; }
 
     /// Makes a folder below this one, with its parents.
-    std::filesystem::path makeFolder(const std::filesystem::path &relative) const;
+    std::filesystem::path makeFolder(const std::filesystem::path& relative) const;
 
     /// Writes a file below this folder, and makes the folders it stands in.
-    std::filesystem::path write(const std::filesystem::path &relative, std::string_view bytes) const;
+    std::filesystem::path write(const std::filesystem::path& relative, std::string_view bytes) const;
 
 private:
     std::filesystem::path m_path;

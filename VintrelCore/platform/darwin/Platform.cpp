@@ -49,7 +49,7 @@ std::optional<ProcStartTime> startTime(int32_t pid) {
     if (!record) {
         return std::nullopt;
     }
-    const timeval &start = record->kp_proc.p_un.__p_starttime;
+    const timeval& start = record->kp_proc.p_un.__p_starttime;
     return ProcStartTime{.sec = start.tv_sec, .usec = start.tv_usec};
 }
 

@@ -12,13 +12,13 @@ std::optional<std::array<FileDescriptor, 2>> openPipe() {
         return std::nullopt;
     }
     std::array<FileDescriptor, 2> pipe{FileDescriptor(ends[0]), FileDescriptor(ends[1])};
-    for (const FileDescriptor &end : pipe) {
+    for (const FileDescriptor& end : pipe) {
         ::fcntl(end.get(), F_SETFD, FD_CLOEXEC); // another thread's child may slip in between: see below
     }
     return pipe;
 }
 
-short inheritNothingElse(posix_spawn_file_actions_t &actions) {
+short inheritNothingElse(posix_spawn_file_actions_t& actions) {
     // Closes whatever is not named here, also what had no chance to be marked close-on-exec.
     posix_spawn_file_actions_addinherit_np(&actions, STDIN_FILENO);
     return POSIX_SPAWN_CLOEXEC_DEFAULT;

@@ -73,7 +73,7 @@ std::span<const std::string_view> dockerCandidates() {
 }
 
 std::string dataFolder() {
-    const char *const configured =
+    const char* const configured =
         std::getenv("XDG_DATA_HOME"); // NOLINT(concurrency-mt-unsafe): nobody sets it
     if (configured != nullptr &&
         configured[0] == '/') { // a relative one is to be ignored, says the base directory rule

@@ -14,7 +14,7 @@ std::optional<std::array<FileDescriptor, 2>> openPipe() {
     return std::array{FileDescriptor(ends[0]), FileDescriptor(ends[1])};
 }
 
-short inheritNothingElse(posix_spawn_file_actions_t &actions) {
+short inheritNothingElse(posix_spawn_file_actions_t& actions) {
     posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
     return 0;
 }

@@ -115,7 +115,7 @@ TEST(ShellFaults, anInterruptEndsAllToolsAndSaysSo) {
     ASSERT_EQ(::write(interrupt[1], "!", 1), 1);
     Shell::Run first(command({"print-then-hang", "x"}));
     Shell::Run second(command({"hang-whatever-comes"}));
-    const std::array<Shell::Run *, 2> both{&first, &second};
+    const std::array<Shell::Run*, 2> both{&first, &second};
     const auto start = Clock::now();
     Shell::await(both, &first, interrupt[0]);
     EXPECT_LT(Clock::now() - start, 3s);
@@ -139,7 +139,7 @@ TEST(ShellFaults, aRunThatIsDroppedTakesItsToolDown) {
 TEST(ShellFaults, aRunThatWasMovedFromLeavesTheToolToTheOther) {
     Shell::Run source(command({"print", "moved"}));
     Shell::Run target(std::move(source));
-    const std::array<Shell::Run *, 1> runs{&target};
+    const std::array<Shell::Run*, 1> runs{&target};
     Shell::await(runs);
     EXPECT_EQ(target.take().output, "moved");
 }

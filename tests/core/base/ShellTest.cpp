@@ -23,7 +23,7 @@ namespace {
 
 const std::string tool = VINTREL_TEST_TOOL;
 
-std::string outputOf(const std::vector<std::string> &arguments) {
+std::string outputOf(const std::vector<std::string>& arguments) {
     return Shell::run(tool, arguments).output;
 }
 
@@ -152,7 +152,7 @@ TEST(Shell, givesToolsAnEnvironmentThatLeavesTheirOutputAlone) {
     const std::string environment = "\n" + outputOf({"environment"});
     EXPECT_TRUE(environment.contains("\nLC_ALL=C.UTF-8\n"));
     EXPECT_TRUE(environment.contains("\nDOCKER_HOST=unix:///somewhere\n"));
-    for (const char *unwanted : {"\nCOLUMNS=", "\nPS_FORMAT=", "\nPS_PERSONALITY=", "\nLC_ALL=de"}) {
+    for (const char* unwanted : {"\nCOLUMNS=", "\nPS_FORMAT=", "\nPS_PERSONALITY=", "\nLC_ALL=de"}) {
         EXPECT_FALSE(environment.contains(unwanted)) << unwanted;
     }
 }
@@ -179,7 +179,7 @@ TEST(Shell, drivesSeveralToolsTogether) {
     Shell::Run first({.executable = tool, .arguments = {"print", "first"}});
     Shell::Run second({.executable = tool, .arguments = {"write", "3000000"}});
     Shell::Run missing({.executable = "/nowhere"});
-    const std::array<Shell::Run *, 3> all{&first, &second, &missing};
+    const std::array<Shell::Run*, 3> all{&first, &second, &missing};
     Shell::await(all);
     EXPECT_EQ(first.take().output, "first");
     EXPECT_EQ(second.take().output.size(), 3'000'000U);
@@ -189,7 +189,7 @@ TEST(Shell, drivesSeveralToolsTogether) {
 TEST(Shell, canWaitForOneToolWhileAnotherGoesOn) {
     Shell::Run quick({.executable = tool, .arguments = {"print", "quick"}});
     Shell::Run slow({.executable = tool, .arguments = {"print-then-hang", "slow"}});
-    const std::array<Shell::Run *, 2> both{&quick, &slow};
+    const std::array<Shell::Run*, 2> both{&quick, &slow};
     Shell::await(both, &quick);
     EXPECT_TRUE(quick.finished());
     EXPECT_FALSE(slow.finished());

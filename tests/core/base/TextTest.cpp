@@ -53,7 +53,7 @@ TEST(Text, parseIntegerTakesOneOptionalSignAndDigitsOnly) {
     EXPECT_EQ(Text::parseInteger<int32_t>("-42"), -42);
     EXPECT_EQ(Text::parseInteger<int32_t>("0042"), 42);
     EXPECT_EQ(Text::parseInteger<int32_t>("2147483647"), 2147483647);
-    for (const char *text :
+    for (const char* text :
          {"", "+", "-", "+-1", "-+1", "++1", " 1", "1 ", "1.0", "0x1", "2147483648", "99999999999"}) {
         EXPECT_EQ(Text::parseInteger<int32_t>(text), std::nullopt) << text;
     }
@@ -63,7 +63,7 @@ TEST(Text, parseDecimalReadsPlainFiniteNumbers) {
     EXPECT_EQ(Text::parseDecimal("12.5"), 12.5);
     EXPECT_EQ(Text::parseDecimal("-0.5"), -0.5);
     EXPECT_EQ(Text::parseDecimal("7"), 7.0);
-    for (const char *text : {"", " 1", "1 ", "1,5", "nan", "inf", "0x10", "1e999", "1.2.3", "e", "-"}) {
+    for (const char* text : {"", " 1", "1 ", "1,5", "nan", "inf", "0x10", "1e999", "1.2.3", "e", "-"}) {
         EXPECT_EQ(Text::parseDecimal(text), std::nullopt) << text;
     }
 }

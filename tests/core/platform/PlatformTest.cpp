@@ -84,7 +84,7 @@ TEST(Folders, dataFollowsTheBaseDirectoryRules) {
         const ScopedEnvironment data("XDG_DATA_HOME", "/data/");
         EXPECT_EQ(Platform::dataFolder(), "/data");
     }
-    for (const auto &ignored : {std::optional<std::string>("relative"), std::optional<std::string>("")}) {
+    for (const auto& ignored : {std::optional<std::string>("relative"), std::optional<std::string>("")}) {
         const ScopedEnvironment data("XDG_DATA_HOME", ignored);
         EXPECT_EQ(Platform::dataFolder(), "/h/.local/share");
     }

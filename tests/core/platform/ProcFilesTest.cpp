@@ -9,7 +9,7 @@ using namespace VintrelCore;
 namespace {
 
 /// A stat record as the kernel writes it, with any name; session 77, started 4200 ticks after boot.
-std::string statOf(const std::string &name) {
+std::string statOf(const std::string& name) {
     return "123 (" + name +
            ") S 1 55 77 0 -1 4194304 100 0 0 0 7 3 0 0 20 0 1 0 4200 1000000 250 1844674407 1 1\n";
 }
@@ -25,7 +25,7 @@ TEST(ParseStat, findsStateSessionAndStart) {
 }
 
 TEST(ParseStat, isNotFooledByHostileNames) {
-    for (const char *name : {"a) S 1 (b c", "x) Z 9 9 9 9", "two\nlines", "))))", "", "\xFF\xFE", " "}) {
+    for (const char* name : {"a) S 1 (b c", "x) Z 9 9 9 9", "two\nlines", "))))", "", "\xFF\xFE", " "}) {
         const auto stat = ProcFiles::parseStat(statOf(name));
         ASSERT_TRUE(stat) << name;
         EXPECT_EQ(stat->state, 'S') << name;

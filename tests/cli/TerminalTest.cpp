@@ -1,0 +1,99 @@
+// The table on a terminal: commands take what the width leaves.
+#include "VintrelCore/base/Text.h"
+#include "VintrelCore/base/UnicodeText.h"
+#include "tests/cli/VintrelRun.h"
+#include "tests/support/Stray.h"
+
+#include <array>
+#include <cstdlib>
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+using namespace VintrelCore;
+using namespace VintrelTests;
+
+namespace {
+
+/// The lines that "vintrel list" prints on a terminal of so many columns.
+std::vector<std::string> linesOnTerminal(const VintrelHome& home, int columns) {
+    const FileDescriptor other(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC));
+    ::grantpt(other.get());
+    ::unlockpt(other.get());
+    const std::string name = ::ptsname(other.get());
+    FileDescriptor terminal(::open(name.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
+    const winsize size{
+        .ws_row = 24, .ws_col = static_cast<unsigned short>(columns), .ws_xpixel = 0, .ws_ypixel = 0};
+    ::ioctl(terminal.get(), TIOCSWINSZ, &size);
+
+    Process program({.argv = {"/bin/sh", "-c", "exec " VINTREL_PROGRAM " list >" + name},
+                     .environment = home.environment()});
+    std::string text;
+    std::array<char, 4'096> buffer{};
+    bool ended = false;
+    while (true) {
+        pollfd waiting{.fd = other.get(), .events = POLLIN, .revents = 0};
+        const int ready = ::poll(&waiting, 1, ended ? 0 : 100);
+        if (ready > 0) {
+            const ssize_t count = ::read(other.get(), buffer.data(), buffer.size());
+            text.append(buffer.data(), static_cast<size_t>(std::max<ssize_t>(count, 0)));
+        } else if (ended) {
+            break;
+        } else {
+            ended = ::access(("/proc/" + std::to_string(program.pid()) + "/exe").c_str(), F_OK) != 0;
+        }
+    }
+    EXPECT_EQ(program.wait(), 0);
+    std::erase(text, '\r');
+    std::vector<std::string> lines;
+    std::string_view rest = text;
+    while (const auto line = Text::takeLine(rest)) {
+        lines.emplace_back(*line);
+    }
+    return lines;
+}
+
+std::string lineOf(const std::vector<std::string>& lines, int32_t pid) {
+    for (const std::string& line : lines) {
+        if (line.starts_with(std::to_string(pid) + " ")) {
+            return line;
+        }
+    }
+    return {};
+}
+
+} // namespace
+
+TEST(ListOnATerminal, fitsItsWidth) {
+    const VintrelHome home;
+    home.writeSettings("[General]\nelapsedThreshold=0.000001\nprotectedProjects=~/漢字\n");
+    const Stray stray({.argv = {"vitest", std::string(400, 'x')}, .cwd = home.folder().makeFolder("漢字")});
+    letStraysAge();
+    for (const int columns : {90, 120, 200}) {
+        const auto line = lineOf(linesOnTerminal(home, columns), stray.pid());
+        EXPECT_TRUE(line.contains("safe 🔒")) << line;
+        EXPECT_TRUE(line.ends_with("xx…")) << line;
+        EXPECT_LE(static_cast<int>(UnicodeText::terminalColumns(line)), columns) << line;
+        EXPECT_GE(static_cast<int>(UnicodeText::terminalColumns(line)) + 4, columns)
+            << "and uses it: " << line;
+    }
+}
+
+TEST(ListOnATerminal, leavesTwentyCharactersToTheCommand) {
+    const VintrelHome home;
+    const Stray stray({.argv = {"vitest", std::string(400, 'x')}});
+    for (const int columns : {1, 30, 60}) {
+        const auto line = lineOf(linesOnTerminal(home, columns), stray.pid());
+        EXPECT_TRUE(line.ends_with("  vitest xxxxxxxxxxxx…")) << line;
+    }
+}
+
+TEST(ListOnATerminal, cutsNothingThatFits) {
+    const VintrelHome home;
+    const Stray stray({.argv = {"vitest", "--watch"}});
+    EXPECT_TRUE(lineOf(linesOnTerminal(home, 250), stray.pid()).ends_with("vitest --watch"));
+}

@@ -1,0 +1,59 @@
+#include "tests/support/Stray.h"
+
+#include <chrono>
+#include <stdexcept>
+#include <thread>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+namespace VintrelTests {
+
+namespace {
+
+ProcessOptions starterOf(const StrayOptions& options) {
+    std::vector<std::string> argv{VINTREL_TEST_STRAY, "--cwd", options.cwd.string()};
+    const auto add = [&argv](bool wanted, std::initializer_list<std::string> words) {
+        if (wanted) {
+            argv.insert(argv.end(), words);
+        }
+    };
+    add(options.port != 0, {"--port", std::to_string(options.port)});
+    add(options.adopter, {"--adopter"});
+    add(options.leader, {"--leader"});
+    add(options.zombie, {"--zombie"});
+    add(!options.terminal.empty(), {"--terminal", options.terminal});
+    argv.emplace_back("--");
+    argv.insert(argv.end(), options.argv.begin(), options.argv.end());
+    return {.argv = argv};
+}
+
+} // namespace
+
+Stray::Stray(const StrayOptions& options) : m_starter(starterOf(options)) {
+    const std::string pid = m_starter.readLine();
+    if (pid.empty()) {
+        throw std::runtime_error("the stray did not start: " + m_starter.readAll());
+    }
+    m_stray.emplace(std::stoi(pid));
+}
+
+int freePort() {
+    const VintrelCore::FileDescriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    auto* const generic = reinterpret_cast<sockaddr*>(&address);
+    if (::bind(socket.get(), generic, length) != 0 || ::getsockname(socket.get(), generic, &length) != 0) {
+        throw std::runtime_error("no free port");
+    }
+    return ntohs(address.sin_port);
+}
+
+void letStraysAge() {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1'100));
+}
+
+} // namespace VintrelTests

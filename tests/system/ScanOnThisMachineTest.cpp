@@ -1,0 +1,137 @@
+// The whole scan, with the real tools and with missing and broken ones.
+#include "VintrelCore/VintrelCore.h"
+#include "VintrelCore/context/Lsof.h"
+#include "tests/support/Process.h"
+#include "tests/support/ScopedEnvironment.h"
+#include "tests/support/Stray.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <algorithm>
+#include <chrono>
+
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+using namespace VintrelCore;
+using namespace VintrelTests;
+
+namespace {
+
+/// A home and a git repository in it, and a test runner that was left running there.
+class ScanOnThisMachine : public ::testing::Test {
+protected:
+    ScanOnThisMachine() { m_folder.makeFolder("shop/.git"); }
+
+    [[nodiscard]] CLIScan::World world() const { return {.home = m_folder.path()}; }
+
+    [[nodiscard]] bool lists(const CLIScan::Result& result) const {
+        return std::ranges::find(result.items, m_stray.pid(), &ProcessItem::pid) != result.items.end();
+    }
+
+    TemporaryFolder m_folder;
+    ScopedEnvironment m_data{"XDG_DATA_HOME", (m_folder.path() / "data").string()};
+    Stray m_stray{{.argv = {"vitest", "--watch"}, .cwd = m_folder.makeFolder("shop/web")}};
+};
+
+} // namespace
+
+TEST_F(ScanOnThisMachine, findsTheStrayAndItsProject) {
+    const auto result = CLIScan::scan({.elapsedThreshold = 0, .protectedProjects = {"~/shop"}}, world());
+    EXPECT_FALSE(result.psFailed || result.lsofFailed || result.interrupted);
+    ASSERT_TRUE(lists(result));
+    EXPECT_EQ(result.cwds.at(m_stray.pid()),
+              (ProcessCwd{.label = "shop/web", .fullPath = "~/shop/web", .projectRoot = "~/shop"}));
+    EXPECT_TRUE(result.protectedPIDs.contains(m_stray.pid()));
+}
+
+TEST_F(ScanOnThisMachine, findsTheHomeFolderBehindALink) {
+    const auto link = m_folder.path() / "link";
+    std::filesystem::create_symlink(m_folder.path(), link);
+    const auto result = CLIScan::scan({.elapsedThreshold = 0}, {.home = link});
+    ASSERT_TRUE(lists(result));
+    EXPECT_EQ(result.cwds.at(m_stray.pid()).fullPath, "~/shop/web");
+}
+
+TEST_F(ScanOnThisMachine, appliesScopedAndUnscopedIgnores) {
+    EXPECT_FALSE(lists(CLIScan::scan({.ignoredNames = {"VITEST @ ~/shop"}}, world())));
+    EXPECT_TRUE(lists(CLIScan::scan({.ignoredNames = {"vitest @ ~/other"}}, world())));
+    EXPECT_FALSE(lists(CLIScan::scan({.ignoredNames = {"", "  ", "vitest"}}, world())));
+    EXPECT_FALSE(lists(CLIScan::scan({.disabledKinds = {ProcessKind::vitest}}, world())));
+}
+
+TEST_F(ScanOnThisMachine, aListenerOnAKnownPortIsNotSafe) {
+    const Stray listening({.argv = {"vitest", "--api"}, .port = 5184});
+    const auto result = CLIScan::scan({.elapsedThreshold = 0}, world());
+    const auto tierOf = [&result](int32_t pid) {
+        return std::ranges::find(result.items, pid, &ProcessItem::pid)->riskTier;
+    };
+    EXPECT_EQ(tierOf(listening.pid()), RiskTier::moderate);
+    EXPECT_EQ(tierOf(m_stray.pid()), RiskTier::easy);
+}
+
+TEST_F(ScanOnThisMachine, aDeletedWorkingDirectoryKeepsItsName) {
+    std::filesystem::remove(m_folder.path() / "shop/web");
+    const auto result = CLIScan::scan({}, world());
+    ASSERT_TRUE(lists(result));
+    EXPECT_EQ(result.cwds.at(m_stray.pid()).fullPath, "~/shop/web");
+    EXPECT_EQ(result.cwds.at(m_stray.pid()).label, "shop/web");
+}
+
+TEST_F(ScanOnThisMachine, aFolderWhoseNameEndsLikeADeletedOneIsItself) {
+    const Stray odd({.argv = {"jest"}, .cwd = m_folder.makeFolder("shop/x (deleted)")});
+    const auto result = CLIScan::scan({}, world());
+    EXPECT_EQ(result.cwds.at(odd.pid()).fullPath, "~/shop/x (deleted)");
+}
+
+TEST_F(ScanOnThisMachine, withoutPSNothingIsKnown) {
+    for (const char* tool : {"/nowhere/ps", "/bin/false", "/bin/true"}) {
+        const auto result = CLIScan::scan({}, {.ps = tool});
+        EXPECT_TRUE(result.psFailed) << tool;
+        EXPECT_TRUE(result.items.empty()) << tool;
+    }
+}
+
+TEST_F(ScanOnThisMachine, withoutLsofTheCandidatesStandWithoutProjects) {
+    const auto result = CLIScan::scan({.elapsedThreshold = 0}, {.lsof = "/nowhere/lsof"});
+    EXPECT_TRUE(result.lsofFailed);
+    EXPECT_FALSE(result.psFailed);
+    EXPECT_TRUE(lists(result));
+    EXPECT_TRUE(result.cwds.empty());
+}
+
+TEST_F(ScanOnThisMachine, anExitStatusOfLsofIsNoFailure) {
+    const auto result = CLIScan::scan({}, {.lsof = "/bin/false"});
+    EXPECT_FALSE(result.lsofFailed);
+    EXPECT_TRUE(lists(result));
+}
+
+TEST_F(ScanOnThisMachine, anInterruptStopsTheScanAndItsTools) {
+    int interrupt[2];
+    ASSERT_EQ(::pipe(interrupt), 0);
+    ASSERT_EQ(::write(interrupt[1], "!", 1), 1);
+    const auto hanging = m_folder.write("hang", "#!/bin/sh\nsleep 60\n");
+    std::filesystem::permissions(hanging, std::filesystem::perms::owner_all);
+    const auto start = std::chrono::steady_clock::now();
+    const auto result = CLIScan::scan({}, {.ps = hanging, .lsof = hanging, .interrupt = interrupt[0]});
+    EXPECT_TRUE(result.interrupted);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3));
+    ::close(interrupt[0]);
+    ::close(interrupt[1]);
+}
+
+TEST_F(ScanOnThisMachine, aHangingLsofIsAskedOnceMoreWithoutBlockingCalls) {
+    // Hangs like the real one on a dead mount, unless it is told to avoid what blocks.
+    const auto lsof = m_folder.write("lsof", "#!/bin/sh\n[ \"$1 $2\" = '-b -w' ] && exec " + Lsof::path() +
+                                                 " \"$@\"\n"
+                                                 "sleep 60\n");
+    std::filesystem::permissions(lsof, std::filesystem::perms::owner_all);
+    const auto start = std::chrono::steady_clock::now();
+    const auto result = CLIScan::scan({}, {.lsof = lsof, .home = m_folder.path()});
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(15))
+        << "both missed it together";
+    EXPECT_FALSE(result.lsofFailed);
+    ASSERT_TRUE(lists(result));
+    EXPECT_EQ(result.cwds.at(m_stray.pid()).fullPath, "~/shop/web");
+    EXPECT_EQ(result.cwds.at(m_stray.pid()).label, "web") << "no file is touched while a mount may be dead";
+}
