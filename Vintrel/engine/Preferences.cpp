@@ -15,7 +15,6 @@ namespace Vintrel {
 namespace {
 
 using VintrelCore::CustomRule;
-using VintrelCore::ProcessKind;
 
 /// A stored number when it is a usable period, else nothing.
 std::optional<double> period(const QSettings& store, const char* key) {

@@ -63,18 +63,18 @@ void Run::readOutput() {
         std::string& output = m_outcome.output;
         const size_t had = output.size();
         ssize_t count = 0;
+        int error = 0;
         output.resize_and_overwrite(had + chunk, [&](char* bytes, size_t) {
             count = ::read(m_child->output.get(), bytes + had, chunk);
+            error = count < 0 ? errno : 0;
             return had + static_cast<size_t>(std::max<ssize_t>(count, 0));
         });
-        if (count == 0 || (count < 0 && errno != EAGAIN && errno != EINTR)) {
-            m_child->output.close();
-        }
-        if (count < 0 && errno == EAGAIN) {
+        if (error == EAGAIN) {
             return;
         }
-        if (output.size() > outputCap) {
-            m_outcome.outputTooLarge = true;
+        m_outcome.outputTooLarge = output.size() > outputCap;
+        const bool isAtEnd = count == 0 || (count < 0 && error != EINTR);
+        if (isAtEnd || m_outcome.outputTooLarge) {
             m_child->output.close();
         }
     }

@@ -16,12 +16,13 @@ using Parsed = std::expected<Command, ParseError>;
 using Reason = ParseError::Reason;
 using Arguments = std::span<const std::string>;
 
+constexpr std::string_view safe = "--safe";
+
 Parsed failure(Reason reason, std::string text = {}) {
     return std::unexpected(ParseError{.reason = reason, .text = std::move(text)});
 }
 
 Parsed parseList(Arguments rest) {
-    constexpr std::string_view safe = "--safe";
     if (rest.empty()) {
         return Command::list(false);
     }

@@ -57,6 +57,7 @@ struct KernelView {
     bool correctsParents = false;
     int32_t userID = -1;
     std::string ownControlGroup;
+    double secondsSinceBoot = 0; ///< no process is older; 0 where it is not known
     /// Absent for a process that is gone or whose records cannot be read.
     std::function<std::optional<KernelFacts>(int32_t pid)> factsOf;
 };

@@ -18,6 +18,14 @@ bool isZombie(const ScanCore::PSLine& line, const Platform::KernelView& kernel) 
     return !facts || facts->state == 'Z'; // a living process may call itself so
 }
 
+/// For a process in its first moments procps may print an age of millions of days, which would make it old.
+/// Nothing is older than the system.
+std::string_view possibleAge(std::string_view etime, const Platform::KernelView& kernel) {
+    const bool isImpossible =
+        kernel.secondsSinceBoot > 0 && ScanCore::parseElapsed(etime) > kernel.secondsSinceBoot;
+    return isImpossible ? "0" : etime;
+}
+
 } // namespace
 
 std::vector<SnapshotRecord> snapshotRecords(std::string_view psOutput, const Platform::KernelView& kernel) {
@@ -27,7 +35,7 @@ std::vector<SnapshotRecord> snapshotRecords(std::string_view psOutput, const Pla
         if (line && !isZombie(*line, kernel)) {
             records.push_back({.pid = line->pid,
                                .ppid = line->ppid,
-                               .elapsed = std::string(line->etime),
+                               .elapsed = std::string(possibleAge(line->etime, kernel)),
                                .tty = std::string(line->tty),
                                .cpuPercent = std::string(line->pcpu),
                                .rss = std::string(line->rss),

@@ -15,7 +15,7 @@ struct SnapshotRecord {
     int32_t pid = 0;
     int32_t ppid =
         0; ///< 1: nobody's child any more; 0: somebody looks after it, and that is no parent worth naming
-    std::string elapsed; ///< as ps printed it, like the next four
+    std::string elapsed; ///< as ps printed it, like the next four; "0" in place of an age that cannot be
     std::string tty;
     std::string cpuPercent;
     std::string rss;

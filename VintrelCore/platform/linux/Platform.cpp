@@ -101,6 +101,7 @@ KernelView kernelView() {
     return {.correctsParents = true,
             .userID = currentUserID(),
             .ownControlGroup = own ? ProcFiles::parseControlGroup(*own) : std::string(),
+            .secondsSinceBoot = static_cast<double>(clockMicroseconds(CLOCK_BOOTTIME)) / microsecondsPerSecond,
             .factsOf = readKernelFacts};
 }
 

@@ -5,6 +5,7 @@
 #include "tests/support/ScopedEnvironment.h"
 
 #include <chrono>
+#include <fstream>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -58,6 +59,9 @@ TEST(KernelView, knowsThisProcess) {
     const auto view = Platform::kernelView();
     EXPECT_TRUE(view.correctsParents);
     EXPECT_EQ(view.userID, static_cast<int32_t>(::getuid()));
+    double uptime = 0;
+    std::ifstream("/proc/uptime") >> uptime;
+    EXPECT_NEAR(view.secondsSinceBoot, uptime, 1);
     const auto facts = view.factsOf(::getpid());
     ASSERT_TRUE(facts);
     EXPECT_EQ(facts->userID, view.userID);

@@ -28,8 +28,8 @@ struct Candidate {
 };
 
 /// The record of the candidate after correction, in a snapshot with the usual adopters.
-SnapshotRecord corrected(const Candidate &candidate, const std::string &ownControlGroup = "/") {
-    const auto record = [](int32_t pid, int32_t ppid, const std::string &command) {
+SnapshotRecord corrected(const Candidate& candidate, const std::string& ownControlGroup = "/") {
+    const auto record = [](int32_t pid, int32_t ppid, const std::string& command) {
         return SnapshotRecord{.pid = pid,
                               .ppid = ppid,
                               .elapsed = "1:00",
@@ -95,7 +95,7 @@ TEST(Parentage, aProcessWhoseRecordsCannotBeReadIsNeverAnOrphan) {
 
 TEST(Parentage, containersLookAfterTheirOwn) {
     const std::string id(64, 'a');
-    for (const std::string &group :
+    for (const std::string& group :
          {"/docker/" + id, "/system.slice/docker-" + id + ".scope",
           std::string("/user.slice/libpod-12ab.scope"), std::string("/kubepods/burstable/pod1/x"),
           std::string("/lxc/web"), std::string("/lxc.payload.web/x.scope"),
@@ -132,14 +132,14 @@ TEST(Parentage, servicesLookAfterTheirOwn) {
 }
 
 TEST(Parentage, whatTheDesktopLaunchedLeavesOrphans) {
-    for (const char *unit :
+    for (const char* unit :
          {"app-code@aa11.service", "vte-spawn-12.scope", "vte-spawn-12.service",
           "gnome-terminal-server.service", "org.gnome.Terminal.service", "gnome-shell-wayland.service",
           "gnome-session-manager@gnome.service", "dbus-:1.2-org.gnome.Console@0.service",
           "xdg-desktop-portal-gnome.service", "plasma-plasmashell.service", "session-7.scope"}) {
         EXPECT_EQ(corrected({.parent = 69, .controlGroup = userManager + unit}).ppid, 1) << unit;
     }
-    for (const char *unit :
+    for (const char* unit :
          {"dbus-org.service", "dbus.service", "gnome-terminal-server2.service", "my-app-x.service"}) {
         EXPECT_EQ(corrected({.parent = 69, .controlGroup = userManager + unit}).ppid, 0) << unit;
     }
@@ -156,7 +156,7 @@ TEST(Parentage, inADesktopServiceTheApplicationItselfIsNoOrphan) {
 }
 
 TEST(Parentage, hostProgramsLookAfterTheirOwn) {
-    for (const char *command :
+    for (const char* command :
          {"tmux new -d vitest", "tmux: server", "/usr/bin/tmux", "screen -S x", "zellij --server /x",
           "abduco -n x vitest", "dtach -n x vitest", "/usr/libexec/podman/conmon -c x", "dockerd",
           "rootlesskit x", "/usr/bin/containerd-shim-runc-v2 -id 1", "containerd",
@@ -176,12 +176,12 @@ TEST(Parentage, withoutAnyUnitASessionLeaderIsADaemonByItsOwnChoice) {
 }
 
 TEST(IsAdopter, isAnOfficeAndNotAName) {
-    for (const char *command :
+    for (const char* command :
          {"/lib/systemd/systemd --user", "systemd --user", "systemd --deserialize=9 --user", "/init",
           "Relay(123)", "/usr/bin/lxqt-session", "dinit", "/sbin/dinit"}) {
         EXPECT_TRUE(Parentage::isAdopter(7, command)) << command;
     }
-    for (const char *command :
+    for (const char* command :
          {"systemd", "systemd --users", "/lib/systemd/systemd --system", "init", "/sbin/init", "Relay",
           "vim --user", "containerd-shim", "conmon", "docker-init", "tini -- x", "tmux", "screen", ""}) {
         EXPECT_FALSE(Parentage::isAdopter(7, command)) << command;
@@ -190,7 +190,7 @@ TEST(IsAdopter, isAnOfficeAndNotAName) {
 }
 
 TEST(UnitOf, isTheFirstBelowTheUserManagerOrElseTheFirst) {
-    const auto name = [](const char *path) { return std::string(Parentage::unitOf(path).name); };
+    const auto name = [](const char* path) { return std::string(Parentage::unitOf(path).name); };
     EXPECT_EQ(name("/user.slice/user-1000.slice/user@1000.service/app.slice/a.scope/b.service"), "a.scope");
     EXPECT_EQ(name("/user.slice/user-1000.slice/user@1000.service"), "user@1000.service");
     EXPECT_EQ(name("/system.slice/a.service/b.scope"), "a.service");

@@ -15,11 +15,11 @@ using VintrelTests::FakeKernel;
 
 namespace {
 
-std::vector<SnapshotRecord> records(const std::string &psOutput) {
+std::vector<SnapshotRecord> records(const std::string& psOutput) {
     return snapshotRecords(psOutput, FakeKernel().view());
 }
 
-std::vector<ProcessItem> rows(const std::string &psOutput) {
+std::vector<ProcessItem> rows(const std::string& psOutput) {
     const auto snapshot = records(psOutput);
     return ScanCore::enumerate(
         {.records = snapshot, .registeredPIDs = ScanCore::PIDSet(), .startTimeProvider = [](int32_t pid) {
@@ -27,9 +27,9 @@ std::vector<ProcessItem> rows(const std::string &psOutput) {
          }});
 }
 
-std::vector<int32_t> foldedPIDs(const ProcessItem &item) {
+std::vector<int32_t> foldedPIDs(const ProcessItem& item) {
     std::vector<int32_t> pids;
-    for (const FoldedProcess &process : item.folded) {
+    for (const FoldedProcess& process : item.folded) {
         EXPECT_EQ(process.startTime, (ProcStartTime{.sec = process.pid, .usec = 0}));
         pids.push_back(process.pid);
     }
@@ -47,7 +47,7 @@ TEST(RunnerShells, npmRunIsOneRowWithTheServersCommandAndBothMemories) {
              "21604 21603 00:05 ? 4.0 84336 node /home/dev/app/node_modules/.bin/vite --port 5199\n"
              "21617 21604 00:05 ? 0.1 10256 /home/dev/esbuild/bin/esbuild --service=0.21.5 --ping\n");
     ASSERT_EQ(items.size(), 1U);
-    const ProcessItem &row = items.front();
+    const ProcessItem& row = items.front();
     EXPECT_EQ(row.pid, 21564);
     EXPECT_EQ(row.ppid, 21562);
     EXPECT_EQ(row.startTime, (ProcStartTime{.sec = 21564, .usec = 0}));
@@ -106,7 +106,7 @@ TEST(RunnerShells, theScriptDoesNotOverrideAMoreSpecificKind) {
 }
 
 TEST(RunnerShells, aScriptWithSeveralProgramsNamesNone) {
-    for (const char *script : {"vitest run && node server.js", "vitest & node server.js",
+    for (const char* script : {"vitest run && node server.js", "vitest & node server.js",
                                "vitest; node server.js", "vitest | node server.js"}) {
         const auto items = rows("913 505 00:08 ? 1.6 59292 npm test\n"
                                 "959 913 00:07 ? 0.0  1652 sh -c " +
@@ -125,7 +125,7 @@ TEST(RunnerShells, aScriptWithSeveralProgramsNamesNone) {
 }
 
 TEST(RunnerShells, pnpmAndYarnFoldTheirShellButStayRowsOfTheirOwn) {
-    for (const char *runner :
+    for (const char* runner :
          {"node ./node_modules/.bin/pnpm run dev", "node ./node_modules/.bin/yarn dev"}) {
         const auto items =
             rows("455 454 00:07 ? 4.2 102248 " + std::string(runner) +
@@ -166,14 +166,14 @@ TEST(RunnerShells, aRingOfParentsDoesNotHang) {
 }
 
 TEST(IsPackageRunner, knowsRunnersByNameAndByScript) {
-    for (const char *command :
+    for (const char* command :
          {"npm run dev", "npm", "/usr/bin/npm start", "npx vite", "pnpm dev", "yarn dev", "yarnpkg x",
           "node /usr/lib/node_modules/npm/bin/npm-cli.js run dev", "node --no-warnings /x/npx-cli.js vite",
           "/usr/bin/node ./node_modules/.bin/pnpm run dev", "nodejs /x/pnpm.cjs dev",
           "node /x/yarn.js dev"}) {
         EXPECT_TRUE(RunnerShells::isPackageRunner(command)) << command;
     }
-    for (const char *command : {"node server.js npm", "vim npm", "node", "", "npm-check", "bun run dev",
+    for (const char* command : {"node server.js npm", "vim npm", "node", "", "npm-check", "bun run dev",
                                 "node /x/npm/index.js", "sh -c npm run dev"}) {
         EXPECT_FALSE(RunnerShells::isPackageRunner(command)) << command;
     }

@@ -30,13 +30,13 @@ struct Scene {
     std::map<int32_t, std::string> verdicts;
 };
 
-std::ifstream open(const std::string &name) {
+std::ifstream open(const std::string& name) {
     std::ifstream file(std::string(VINTREL_TEST_DATA) + "/" + name);
     EXPECT_TRUE(file) << name;
     return file;
 }
 
-void readProcesses(Scene &scene) {
+void readProcesses(Scene& scene) {
     auto file = open("scene-ps.txt");
     for (std::string line; std::getline(file, line);) {
         std::istringstream fields(line);
@@ -61,7 +61,7 @@ void readProcesses(Scene &scene) {
     }
 }
 
-void readControlGroups(Scene &scene) {
+void readControlGroups(Scene& scene) {
     auto file = open("scene-cgroup.txt");
     int32_t pid = 0;
     for (std::string groups; file >> pid >> groups;) {
@@ -87,7 +87,7 @@ Scene readScene() {
 }
 
 /// What the corrected parent column must be.
-int32_t expectedParent(const Process &process, const std::string &verdict) {
+int32_t expectedParent(const Process& process, const std::string& verdict) {
     if (verdict == "ORPHAN") {
         return 1;
     }
@@ -104,7 +104,7 @@ TEST(Scene, everyProcessHasTheParentThatItsVerdictSays) {
     const auto records = snapshotRecords(scene.psOutput, scene.kernel.view());
     ASSERT_EQ(scene.verdicts.size(), 52U);
     size_t zombies = 0;
-    for (const auto &[pid, verdict] : scene.verdicts) {
+    for (const auto& [pid, verdict] : scene.verdicts) {
         const auto record = std::ranges::find(records, pid, &SnapshotRecord::pid);
         if (verdict == "zombie") {
             EXPECT_EQ(record, records.end()) << pid;
@@ -128,7 +128,7 @@ TEST(Scene, whoLooksAfterAProcessIsNamed) {
                                                   {836, ""},
                                                   {815, ""},
                                                   {17, ""}};
-    for (const auto &[pid, manager] : expected) {
+    for (const auto& [pid, manager] : expected) {
         const auto record = std::ranges::find(records, pid, &SnapshotRecord::pid);
         ASSERT_NE(record, records.end()) << pid;
         EXPECT_EQ(record->managedBy, manager) << pid;
@@ -139,7 +139,7 @@ TEST(Scene, anotherUserSeesNoOrphansInIt) {
     const Scene scene = readScene();
     auto view = scene.kernel.view();
     view.userID = 1001;
-    for (const SnapshotRecord &record : snapshotRecords(scene.psOutput, view)) {
+    for (const SnapshotRecord& record : snapshotRecords(scene.psOutput, view)) {
         EXPECT_NE(record.ppid, 1) << record.pid;
     }
 }
@@ -148,7 +148,7 @@ TEST(Scene, nothingIsCorrectedWhereOrphansAlwaysGoToProcessOne) {
     const Scene scene = readScene();
     auto view = scene.kernel.view();
     view.correctsParents = false;
-    for (const SnapshotRecord &record : snapshotRecords(scene.psOutput, view)) {
+    for (const SnapshotRecord& record : snapshotRecords(scene.psOutput, view)) {
         EXPECT_EQ(record.ppid, scene.processes.at(record.pid).ppid) << record.pid;
     }
 }

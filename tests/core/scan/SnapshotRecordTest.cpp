@@ -39,6 +39,19 @@ TEST(SnapshotRecords, keepALivingProcessThatCallsItselfDefunct) {
     EXPECT_EQ(snapshotRecords("30 10 02:03 ? 0.0 0 [node] <defunct>\n", kernel.view()).size(), 1U);
 }
 
+TEST(SnapshotRecords, doNotBelieveAnAgeBeyondTheSystemsOwn) {
+    // What procps 4.0.2 prints now and then for a process that has just started.
+    auto view = FakeKernel().view();
+    view.secondsSinceBoot = 3'600;
+    const auto records = snapshotRecords("30 10 441077234-00:18:40 ? 0.0 1 vitest\n"
+                                         "31 10 01:00:00 ? 0.0 1 vitest\n32 10 01:00:01 ? 0.0 1 vitest\n",
+                                         view);
+    ASSERT_EQ(records.size(), 3U);
+    EXPECT_EQ(records[0].elapsed, "0");
+    EXPECT_EQ(records[1].elapsed, "01:00:00");
+    EXPECT_EQ(records[2].elapsed, "0");
+}
+
 TEST(SnapshotRecords, askTheKernelOnlyAboutChildrenOfAdopters) {
     std::vector<int32_t> asked;
     Platform::KernelView view = FakeKernel().view();

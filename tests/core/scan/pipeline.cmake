@@ -1,0 +1,2 @@
+vintrel_test(pipeline_tests
+  SOURCES EnumerationFiltersTest.cpp EnumerationTest.cpp IgnoreRuleTest.cpp WrapperCollapseTest.cpp)
