@@ -1,10 +1,11 @@
 #include "Vintrel/engine/Preferences.h"
 
 #include <cmath>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 #include <QFile>
-#include <QFileInfo>
 #include <QSettings>
 #include <QString>
 #include <QStringList>
@@ -15,6 +16,9 @@ namespace Vintrel {
 namespace {
 
 using VintrelCore::CustomRule;
+
+const QString organisation = QStringLiteral("Vintrel");
+const QString application = QStringLiteral("Vintrel");
 
 /// A stored number when it is a usable period, else nothing.
 std::optional<double> period(const QSettings& store, const char* key) {
@@ -65,39 +69,56 @@ bool endsInsideQuotes(const QByteArray& bytes) {
     return isQuoted;
 }
 
-/// What is wrong with the store's file, if anything; a file that does not exist is fine.
-std::optional<std::string> problemOf(const QSettings& store) {
-    const QString path = store.fileName();
-    const std::string name = path.toStdString();
-    const QFileInfo info(path);
-    if (!info.exists() && !info.isSymbolicLink()) {
-        return std::nullopt;
+/// The file that the store is kept in, without opening it: what stands there may be a pipe, and opening that
+/// waits.
+QString storeFile() {
+    const QSettings neighbour(organisation, QStringLiteral("none")); // does not exist
+    QString path = neighbour.fileName();
+    return path.replace(path.lastIndexOf(QStringLiteral("none")), 4, application);
+}
+
+/// What is wrong with the store's file, if anything, in words that go behind its name.
+std::optional<std::string> problemOf(const QString& path) {
+    std::error_code error;
+    const auto status = std::filesystem::status(path.toStdString(), error);
+    const bool isLink =
+        std::filesystem::is_symlink(std::filesystem::symlink_status(path.toStdString(), error));
+    if (status.type() == std::filesystem::file_type::not_found && !isLink) {
+        return std::nullopt; // nothing has been stored yet
     }
     QFile file(path);
-    if (!info.isFile() || !file.open(QIODevice::ReadOnly)) {
-        return "the settings in " + name + " cannot be read";
+    if (!std::filesystem::is_regular_file(status) || !file.open(QIODevice::ReadOnly)) {
+        return "cannot be read";
     }
     const QByteArray bytes = file.readAll();
     if (file.error() != QFileDevice::NoError) {
-        return "the settings in " + name + " cannot be read";
+        return "cannot be read";
     }
-    const bool isDamaged =
-        store.status() != QSettings::NoError || bytes.contains('\0') || endsInsideQuotes(bytes);
-    if (isDamaged) {
-        return "the settings in " + name + " are damaged";
+    const bool isText = path.endsWith(QStringLiteral(".conf")); // other systems keep a format of their own
+    if (isText && (bytes.contains('\0') || endsInsideQuotes(bytes))) {
+        return "are damaged";
     }
     return std::nullopt;
+}
+
+std::string sentence(const QString& path, const std::string& problem) {
+    return "the settings in " + path.toStdString() + " " + problem;
 }
 
 } // namespace
 
 Preferences::Loaded Preferences::load() {
-    QSettings store(QStringLiteral("Vintrel"), QStringLiteral("Vintrel"));
-    store.setFallbacksEnabled(false); // one file, one truth
-    Loaded loaded{.values = {}, .problem = problemOf(store)};
-    if (loaded.problem) {
-        return loaded;
+    const QString path = storeFile();
+    if (const auto problem = problemOf(path)) {
+        return {.problem = sentence(path, *problem)};
     }
+    QSettings store(organisation, application);
+    store.setFallbacksEnabled(false);                            // one file, one truth
+    [[maybe_unused]] const QStringList parsed = store.allKeys(); // only now does it look at every line
+    if (store.status() != QSettings::NoError) {
+        return {.problem = sentence(path, "are damaged")};
+    }
+    Loaded loaded;
     Preferences& values = loaded.values;
     values.elapsedThreshold = period(store, "elapsedThreshold").value_or(values.elapsedThreshold);
     values.scanInterval = period(store, "scanInterval").value_or(values.scanInterval);

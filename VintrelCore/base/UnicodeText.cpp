@@ -100,7 +100,10 @@ size_t terminalColumns(std::string_view text) {
     size_t position = 0;
     while (position < text.size()) {
         const UChar32 codePoint = takeCodePoint(text, position);
-        if (codePoint >= firstCombining && u_hasBinaryProperty(codePoint, UCHAR_GRAPHEME_EXTEND) != 0) {
+        const bool takesNone =
+            u_hasBinaryProperty(codePoint, UCHAR_GRAPHEME_EXTEND) != 0 ||
+            u_charType(codePoint) == U_FORMAT_CHAR; // such as the joiner of an emoji family
+        if (codePoint >= firstCombining && takesNone) {
             continue;
         }
         const auto width = u_getIntPropertyValue(codePoint, UCHAR_EAST_ASIAN_WIDTH);
