@@ -123,6 +123,7 @@ int takeTerminal() {
     for (int descriptor = 0; descriptor <= STDERR_FILENO; ++descriptor) {
         ::dup2(null, descriptor);
     }
+    ::signal(SIGHUP, SIG_IGN); // as nohup does it: what the terminal sends at its end may come at once
     ::setenv(idleVariable, options.zombie ? "0" : options.lifetime.c_str(), 1);
     ::execv("/proc/self/exe", options.argv.data());
     report(failures, "exec");
@@ -175,7 +176,6 @@ void waitForEndOfInput() {
 }
 
 int idle(const char* lifetime) {
-    ::signal(SIGHUP, SIG_IGN);
     const auto seconds = static_cast<unsigned>(std::atoi(lifetime));
     if (seconds > 0) {
         ::alarm(seconds);
