@@ -134,7 +134,9 @@ TEST_F(List, printsWholeCommandsIntoAPipe) {
 TEST_F(List, runsPSOnceAndLsofTwice) {
     start({"vitest"}, "code/shop");
     const auto trace = m_home.path() / "trace";
-    EXPECT_EQ(m_home.run({"list"}, {"strace", "-f", "-e", "trace=execve", "-o", trace.string()}).status, 0);
+    const std::vector<std::string> strace{"strace", "-f", "-e", "trace=execve", "-o", trace.string()};
+    // A program under the address sanitizer cannot look for leaks while it is traced.
+    EXPECT_EQ(m_home.run({"list"}, strace, {{"ASAN_OPTIONS", "detect_leaks=0"}}).status, 0);
     std::stringstream text;
     text << std::ifstream(trace).rdbuf();
     std::map<std::string, int> runs;
