@@ -5,7 +5,6 @@
 #include <cstdlib>
 
 #include <fcntl.h>
-#include <signal.h>
 #include <unistd.h>
 
 namespace {
@@ -25,7 +24,7 @@ extern "C" void onSignal(int number) {
 void openPipe() {
     int ends[2] = {-1, -1};
     if (::pipe(ends) != 0) {
-        return; // without it a signal ends the program as always, and tools end at their deadlines
+        return;
     }
     readingEnd = ends[0];
     writingEnd = ends[1];
@@ -39,26 +38,37 @@ void openPipe() {
 
 Interrupt::Interrupt() {
     openPipe();
-    if (readingEnd < 0) {
-        return;
-    }
-    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
-        struct sigaction current{};
-        if (::sigaction(number, nullptr, &current) == 0 && current.sa_handler != SIG_IGN) {
-            struct sigaction action{};
-            action.sa_handler = onSignal;
-            sigemptyset(&action.sa_mask);
-            ::sigaction(number, &action, nullptr);
+    for (size_t index = 0; index < signals.size(); ++index) {
+        ::sigaction(signals[index], nullptr, &m_former[index]);
+        if (readingEnd < 0 || m_former[index].sa_handler == SIG_IGN) {
+            continue;
         }
+        struct sigaction action{};
+        action.sa_handler = onSignal;
+        action.sa_flags = static_cast<int>(SA_RESETHAND); // a second one ends the program
+        sigemptyset(&action.sa_mask);
+        ::sigaction(signals[index], &action, nullptr);
     }
+}
+
+Interrupt::~Interrupt() {
+    for (size_t index = 0; index < signals.size(); ++index) {
+        ::sigaction(signals[index], &m_former[index], nullptr);
+    }
+    ::close(readingEnd);
+    ::close(writingEnd);
+    readingEnd = writingEnd = -1;
 }
 
 int Interrupt::descriptor() const {
     return readingEnd;
 }
 
-void Interrupt::endProgram() {
-    const int number = signalThatCame != 0 ? signalThatCame.load() : SIGINT;
+void Interrupt::endProgramIfItCame() const {
+    const int number = signalThatCame;
+    if (number == 0) {
+        return;
+    }
     ::signal(number, SIG_DFL);
     ::raise(number);
     std::_Exit(EXIT_FAILURE); // the signal is blocked: nothing is left but to go

@@ -1,18 +1,30 @@
 #pragma once
 
-/// Turns Ctrl+C and its like into a descriptor that becomes readable, so that running tools can be taken down
-/// before the program ends. For the whole program: create one, at its start.
+#include <array>
+
+#include <signal.h>
+
+/// While it lives, Ctrl+C and its like (SIGINT, SIGTERM, SIGHUP) make a descriptor readable instead of ending
+/// the program, so that running tools can be taken down first. A second one ends the program at once, and
+/// signals that whoever started the program told it to ignore stay ignored. One at a time.
 class Interrupt {
 public:
-    /// Watches SIGINT, SIGTERM and SIGHUP, except those that whoever started the program told it to ignore.
     Interrupt();
-
     Interrupt(const Interrupt&) = delete;
     Interrupt& operator=(const Interrupt&) = delete;
 
-    /// Readable once a signal has come.
+    /// Gives the signals back to their former actions.
+    ~Interrupt();
+
+    /// Readable once a signal has come; negative when the system gave no descriptor, and signals act as
+    /// always.
     [[nodiscard]] int descriptor() const;
 
-    /// Ends the program by the signal that came, as whoever started it expects to see.
-    [[noreturn]] static void endProgram();
+    /// If a signal has come, ends the program by it, as whoever started the program expects to see.
+    void endProgramIfItCame() const;
+
+private:
+    static constexpr std::array<int, 3> signals{SIGINT, SIGTERM, SIGHUP};
+
+    std::array<struct sigaction, signals.size()> m_former{};
 };

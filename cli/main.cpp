@@ -59,11 +59,16 @@ CLIScan::Rules loadRules() {
             .customRules = std::move(settings.customRules)};
 }
 
-int list(bool safeOnly, const Interrupt& interrupt) {
-    CLIScan::Result scan = CLIScan::scan(loadRules(), {.interrupt = interrupt.descriptor()});
-    if (scan.interrupted) {
-        Interrupt::endProgram();
-    }
+/// A scan that Ctrl+C ends together with its tools, and the program with them.
+CLIScan::Result scanUnlessInterrupted(const CLIScan::Rules& rules) {
+    const Interrupt interrupt;
+    CLIScan::Result result = CLIScan::scan(rules, {.interrupt = interrupt.descriptor()});
+    interrupt.endProgramIfItCame();
+    return result;
+}
+
+int list(bool safeOnly) {
+    CLIScan::Result scan = scanUnlessInterrupted(loadRules());
     if (scan.psFailed) {
         complain("ps could not be run: no processes are known");
         return EXIT_FAILURE;
@@ -87,7 +92,7 @@ int run(const CLICore::Command& command) {
     case Name::help:
         return printed(CLICore::usage);
     case Name::list:
-        return list(command.safeOnly, Interrupt());
+        return list(command.safeOnly);
     case Name::clean:
         complain("clean is not available in this version yet; nothing was ended");
         return EXIT_FAILURE;

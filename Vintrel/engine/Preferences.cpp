@@ -1,5 +1,7 @@
 #include "Vintrel/engine/Preferences.h"
 
+#include "VintrelCore/base/Text.h"
+
 #include <cmath>
 #include <filesystem>
 #include <system_error>
@@ -47,24 +49,22 @@ bool flag(const QSettings& store, const char* key) {
     return text == QLatin1String("true") || text == QLatin1String("yes") || (isNumber && number != 0);
 }
 
-/// Whether an INI file ends inside quotation marks. QSettings takes all that follows a lost one for part of
-/// the value and reports no error.
-bool endsInsideQuotes(const QByteArray& bytes) {
+/// Whether quotation marks in an INI file do not end on the line where they begin. QSettings takes all that
+/// follows a lost one for part of the value and reports no error; it never writes such a line itself.
+bool losesQuotes(const QByteArray& bytes) {
     bool isQuoted = false;
-    bool isAtLineStart = true;
     for (qsizetype index = 0; index < bytes.size(); ++index) {
         const char byte = bytes[index];
-        if (isAtLineStart && byte == ';') { // a comment, to the end of the line
-            const qsizetype end = bytes.indexOf('\n', index);
-            index = end < 0 ? bytes.size() : end;
-            continue;
-        }
         if (byte == '\\') {
-            ++index; // whatever follows is taken as it is
+            ++index; // whatever follows is taken as it is, also the end of the line
         } else if (byte == '"') {
             isQuoted = !isQuoted;
+        } else if (isQuoted && (byte == '\n' || byte == '\r')) {
+            return true;
+        } else if (!isQuoted && byte == ';') { // a comment, to the end of the line
+            const qsizetype end = bytes.indexOf('\n', index);
+            index = end < 0 ? bytes.size() : end;
         }
-        isAtLineStart = !isQuoted && (byte == '\n' || byte == '\r');
     }
     return isQuoted;
 }
@@ -95,7 +95,9 @@ std::optional<std::string> problemOf(const QString& path) {
         return "cannot be read";
     }
     const bool isText = path.endsWith(QStringLiteral(".conf")); // other systems keep a format of their own
-    if (isText && (bytes.contains('\0') || endsInsideQuotes(bytes))) {
+    const bool isUTF8 =
+        VintrelCore::Text::isValidUTF8({bytes.constData(), static_cast<size_t>(bytes.size())});
+    if (isText && (bytes.contains('\0') || !isUTF8 || losesQuotes(bytes))) {
         return "are damaged";
     }
     return std::nullopt;

@@ -49,7 +49,10 @@ Run::Run(Run&& other) noexcept
 Run::~Run() {
     if (m_child && m_stage != Stage::finished) {
         ::kill(-m_child->pid, SIGKILL);
-        ::waitpid(m_child->pid, nullptr, 0);
+        const auto end = Clock::now() + patienceAfterKill;
+        while (::waitpid(m_child->pid, nullptr, WNOHANG) == 0 && Clock::now() < end) {
+            ::poll(nullptr, 0, static_cast<int>(pollingInterval.count()));
+        }
     }
 }
 

@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <iterator>
 
 #include <locale.h>
 #if __has_include(<xlocale.h>)
@@ -133,9 +135,10 @@ bool isValidUTF8(std::string_view bytes) {
 
 std::string_view withoutCutCharacter(std::string_view bytes) {
     const auto* const data = reinterpret_cast<const uint8_t*>(bytes.data());
-    size_t length = bytes.size();
-    U8_TRUNCATE_IF_INCOMPLETE(data, size_t{0}, length);
-    return bytes.substr(0, length);
+    std::ptrdiff_t length =
+        std::ssize(bytes); // signed: the macro looks at what stands before, by subtraction
+    U8_TRUNCATE_IF_INCOMPLETE(data, std::ptrdiff_t{0}, length);
+    return bytes.substr(0, static_cast<size_t>(length));
 }
 
 std::optional<double> parseDecimal(std::string_view text) {

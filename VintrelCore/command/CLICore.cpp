@@ -101,7 +101,8 @@ std::string formatElapsed(double seconds) {
     constexpr int64_t minute = 60;
     constexpr int64_t hour = 60 * minute;
     constexpr int64_t day = 24 * hour;
-    const auto s = static_cast<int64_t>(seconds);
+    constexpr double longest = 1e18; // more than any integer would hold is no age
+    const auto s = static_cast<int64_t>(std::clamp(seconds, -longest, longest));
     if (s < minute) {
         return std::to_string(s) + "s";
     }

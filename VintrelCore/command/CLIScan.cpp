@@ -8,7 +8,6 @@
 #include <array>
 #include <filesystem>
 #include <optional>
-#include <unordered_map>
 #include <utility>
 
 namespace VintrelCore::CLIScan {
@@ -39,17 +38,6 @@ std::string resolved(const std::string& home) {
     return error ? home : path.string();
 }
 
-/// Each process is looked up once, when it is first seen.
-StartTimeProvider remembering(std::unordered_map<int32_t, std::optional<ProcStartTime>>& known) {
-    return [&known](int32_t pid) {
-        const auto [entry, isNew] = known.try_emplace(pid);
-        if (isNew) {
-            entry->second = Platform::startTime(pid);
-        }
-        return entry->second;
-    };
-}
-
 std::vector<int32_t> pidsOf(const std::vector<ProcessItem>& items) {
     std::vector<int32_t> pids;
     std::ranges::transform(items, std::back_inserter(pids), &ProcessItem::pid);
@@ -75,7 +63,7 @@ public:
 
         // Ports change how risky a candidate is, never which candidates there are: no need to wait for them
         // here.
-        m_result.items = enumerate({});
+        m_result.items = enumerate();
         std::optional<Lsof::Query> directories;
         if (!m_result.items.empty()) {
             directories.emplace(CwdResolver::lsofArguments(pidsOf(m_result.items)), m_world.lsof);
@@ -98,20 +86,20 @@ private:
         return !m_result.psFailed && !m_result.interrupted;
     }
 
-    [[nodiscard]] std::vector<ProcessItem> enumerate(ScanCore::PIDSet registeredPIDs) {
+    [[nodiscard]] std::vector<ProcessItem> enumerate() const {
         return ScanCore::enumerate({.elapsedThreshold = m_rules.elapsedThreshold,
                                     .records = m_records,
-                                    .registeredPIDs = std::move(registeredPIDs),
+                                    .registeredPIDs = ScanCore::PIDSet(),
                                     .ignoredNames = m_ignores.names,
                                     .disabledKinds = m_rules.disabledKinds,
                                     .customRules = m_rules.customRules,
-                                    .startTimeProvider = remembering(m_startTimes)});
+                                    .startTimeProvider = Platform::startTime});
     }
 
     void takePorts(Lsof::Query& listeners) {
         const Lsof::Answer answer = listeners.finish(m_world.interrupt);
         note(answer);
-        m_result.items = enumerate(PortRegistry::listeningPIDs(answer.output));
+        ScanCore::applyRegisteredPorts(m_result.items, PortRegistry::listeningPIDs(answer.output));
     }
 
     void takeDirectories(Lsof::Query& directories) {
@@ -121,16 +109,19 @@ private:
         m_result.cwds = CwdResolver::processCwds({.forPIDs = pidsOf(m_result.items),
                                                   .lsofOutput = answer.output,
                                                   .home = home,
-                                                  .mayTouchFiles = !answer.metDeadMount});
+                                                  .mayTouchFiles = !m_metDeadMount});
         m_result.items = ScanCore::applyScopedIgnores(m_result.items, m_result.cwds, m_ignores.scoped);
         for (const auto& [pid, cwd] : m_result.cwds) {
-            if (CwdResolver::isProtected(cwd.fullPath, m_rules.protectedProjects, home)) {
+            // An entry may name the home folder in either form.
+            if (CwdResolver::isProtected(cwd.fullPath, m_rules.protectedProjects, home) ||
+                CwdResolver::isProtected(cwd.fullPath, m_rules.protectedProjects, m_world.home)) {
                 m_result.protectedPIDs.insert(pid);
             }
         }
     }
 
     void note(const Lsof::Answer& answer) {
+        m_metDeadMount = m_metDeadMount || answer.metDeadMount;
         m_result.lsofFailed = m_result.lsofFailed || answer.failed;
         m_result.interrupted = m_result.interrupted || answer.interrupted;
     }
@@ -139,7 +130,7 @@ private:
     const World& m_world;
     SortedIgnores m_ignores;
     std::vector<SnapshotRecord> m_records;
-    std::unordered_map<int32_t, std::optional<ProcStartTime>> m_startTimes;
+    bool m_metDeadMount = false;
     Result m_result;
 };
 

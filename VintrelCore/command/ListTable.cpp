@@ -1,8 +1,10 @@
+#include "VintrelCore/base/Text.h"
 #include "VintrelCore/base/UnicodeText.h"
 #include "VintrelCore/command/CLICore.h"
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <vector>
 
 namespace VintrelCore::CLICore {
@@ -50,6 +52,20 @@ std::array<size_t, narrowColumns> widths(const std::vector<Cells>& rows) {
     return widest;
 }
 
+/// The largest `commandMax` with which the command takes no more than `columns` of a terminal.
+size_t charactersWithin(std::string_view command, size_t columns) {
+    if (UnicodeText::terminalColumns(command) <= columns || Text::isASCII(command)) {
+        return columns;
+    }
+    size_t fitting = 0;
+    for (size_t step = std::bit_floor(columns); step > 0; step /= 2) {
+        const size_t tried = fitting + step;
+        const auto cut = UnicodeText::firstCharacters(command, tried);
+        fitting = UnicodeText::terminalColumns(cut) < columns ? tried : fitting; // one is the ellipsis
+    }
+    return fitting + 1;
+}
+
 } // namespace
 
 std::string truncate(std::string_view text, size_t max) {
@@ -95,7 +111,12 @@ size_t commandMaxForTerminal(size_t columns, const TableOptions& options) {
         }
         taken = std::max(taken, padded + extra);
     }
-    return columns > taken + least ? columns - taken : least;
+    const size_t room = columns > taken + least ? columns - taken : least;
+    size_t max = room;
+    for (const ProcessItem& item : options.items) {
+        max = std::min(max, charactersWithin(item.command, room));
+    }
+    return std::max(max, least);
 }
 
 } // namespace VintrelCore::CLICore

@@ -20,7 +20,8 @@ bool isRefusal(std::string_view name, int32_t pid) {
 /// The kernel names a directory that was deleted "... (deleted)"; one may also be called so.
 void dropDeletedEnding(std::string& directory, bool mayTouchFiles) {
     constexpr std::string_view ending = " (deleted)";
-    if (directory.ends_with(ending) && !(mayTouchFiles && File::exists(directory))) {
+    if (directory.size() > ending.size() && directory.ends_with(ending) &&
+        !(mayTouchFiles && File::exists(directory))) {
         directory.resize(directory.size() - ending.size());
     }
 }

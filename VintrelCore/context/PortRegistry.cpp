@@ -29,8 +29,10 @@ std::optional<PortSet> parseUserPorts(const std::string& bytes) {
             if (!entry.is_number_integer()) {
                 return std::nullopt;
             }
-            // No port is larger than an int; what is, can only be left out.
-            if (entry.is_number_unsigned() && entry.get<uint64_t>() <= std::numeric_limits<int>::max()) {
+            // A number that is no int is no port either.
+            const bool isTooLarge =
+                entry.is_number_unsigned() && entry.get<uint64_t>() > std::numeric_limits<int>::max();
+            if (!isTooLarge && entry.get<int64_t>() >= std::numeric_limits<int>::min()) {
                 ports.insert(entry.get<int>());
             }
         }

@@ -22,7 +22,7 @@ std::optional<Stat> parseStat(std::string_view record) {
     for (int field = 4; field <= startField; ++field) {
         const std::string_view text = Text::takeWord(rest, " \n");
         const auto value = Text::parseInteger<int64_t>(text);
-        if (!value) {
+        if (!value || (field == startField && *value < 0)) {
             return std::nullopt;
         }
         if (field == sessionField) {

@@ -2,6 +2,7 @@
 #include "VintrelCore/scan/ItemMaker.h"
 #include "VintrelCore/scan/ScanCore.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace VintrelCore::ScanCore {
@@ -48,6 +49,10 @@ RiskTier riskTier(ProcessKind kind, bool hasTTY, bool isOrphan, bool isOld) {
         return RiskTier::moderate; // the user's own rules never make anything sweepable without review
     }
     return RiskTier::high;
+}
+
+RiskTier riskTierOfListener(RiskTier tier) {
+    return std::max(tier, RiskTier::moderate);
 }
 
 std::optional<ProcessItem> makeItem(std::string_view line, const ItemOptions& options) {
@@ -101,8 +106,8 @@ std::optional<ProcessItem> ItemMaker::makeWith(const PSLine& line, Detect detect
     const double elapsed = parseElapsed(line.etime);
     const bool isOld = elapsed >= m_inputs.elapsedThreshold;
     RiskTier tier = riskTier(*kind, ProcessItem::isTTYAttached(line.tty), line.ppid == 1, isOld);
-    if (tier == RiskTier::easy && m_inputs.registeredPIDs.contains(line.pid)) {
-        tier = RiskTier::moderate; // something may be talking to it
+    if (m_inputs.registeredPIDs.contains(line.pid)) {
+        tier = riskTierOfListener(tier);
     }
     return ProcessItem{.pid = line.pid,
                        .ppid = line.ppid,

@@ -13,6 +13,10 @@ namespace VintrelCore::ScanCore {
 namespace {
 
 std::vector<ProcessItem> makeItems(const EnumerateOptions& options) {
+    std::vector<SnapshotRecord> own;
+    if (!options.psOutput && !options.records) {
+        own = snapshotRecords(runPS(), Platform::kernelView());
+    }
     const PIDSet registered =
         options.registeredPIDs ? *options.registeredPIDs : PortRegistry::listeningPIDs();
     const ItemMaker maker({.elapsedThreshold = options.elapsedThreshold,
@@ -34,10 +38,6 @@ std::vector<ProcessItem> makeItems(const EnumerateOptions& options) {
         }
         return items;
     }
-    std::vector<SnapshotRecord> own;
-    if (!options.records) {
-        own = snapshotRecords(runPS(), Platform::kernelView());
-    }
     for (const SnapshotRecord& record : options.records.value_or(own)) {
         add(maker.make(record));
     }
@@ -58,6 +58,18 @@ std::vector<ProcessItem> enumerate(const EnumerateOptions& options) {
     // After collapsing, so that a runner disappears together with what it runs.
     std::erase_if(items, [&](const ProcessItem& item) { return options.disabledKinds.contains(item.kind); });
     return items;
+}
+
+void applyRegisteredPorts(std::vector<ProcessItem>& items, const PIDSet& registeredPIDs) {
+    for (ProcessItem& item : items) {
+        // A merged row has the tier of the child that is folded into it.
+        const auto isRegistered = [&](const FoldedProcess& process) {
+            return registeredPIDs.contains(process.pid);
+        };
+        if (registeredPIDs.contains(item.pid) || std::ranges::any_of(item.folded, isRegistered)) {
+            item.riskTier = riskTierOfListener(item.riskTier);
+        }
+    }
 }
 
 std::vector<ProcessItem> applyScopedIgnores(const std::vector<ProcessItem>& items,

@@ -3,6 +3,7 @@
 #include "VintrelCore/base/Path.h"
 #include "VintrelCore/base/Text.h"
 #include "VintrelCore/model/ProcessItem.h"
+#include "VintrelCore/scan/RunnerShells.h"
 
 #include <algorithm>
 #include <array>
@@ -99,6 +100,9 @@ public:
             if (isAdopter(record.pid, record.command)) {
                 m_adopters.insert(record.pid);
             }
+            if (record.pid == 1 && RunnerShells::isPackageRunner(record.command)) {
+                m_processOne = programOf(record.command);
+            }
         }
         for (SnapshotRecord& record : records) {
             if (m_adopters.contains(record.ppid)) {
@@ -151,6 +155,9 @@ private:
     /// Who looks after the process; absent when nobody does, "" when it is somebody without a name.
     [[nodiscard]] std::optional<std::string_view> keeperOf(const SnapshotRecord& record,
                                                            const KernelFacts& facts) const {
+        if (record.ppid == 1 && !m_processOne.empty()) {
+            return m_processOne;
+        }
         if (isInContainer(facts.controlGroup, m_kernel.ownControlGroup)) {
             return containerName(facts.controlGroup);
         }
@@ -178,6 +185,8 @@ private:
 
     const Platform::KernelView& m_kernel;
     std::unordered_set<int32_t> m_adopters{1}; // also where the system hides process 1 from its users
+    /// A package runner that is process 1, as in a container made for it: its children are at work.
+    std::string_view m_processOne;
     std::vector<Child> m_children;
     /// Per control group, start and pid of the oldest child that an adopter has in it.
     std::unordered_map<std::string, std::pair<uint64_t, int32_t>> m_oldest;

@@ -96,7 +96,10 @@ private:
             }
         }
         for (const auto& [child, runner] : moves) {
-            m_records[child].ppid = m_records[runner].pid;
+            // In a container the runner may be process 1, and as its child the process would pass for an
+            // orphan.
+            const int32_t pid = m_records[runner].pid;
+            m_records[child].ppid = pid == 1 ? 0 : pid;
         }
     }
 

@@ -75,6 +75,9 @@ struct PSLine {
 /// The risk of ending a process. A stray has no terminal, is an orphan and is old.
 [[nodiscard]] RiskTier riskTier(ProcessKind kind, bool hasTTY, bool isOrphan, bool isOld);
 
+/// Who listens on a known port is never safe: something may be talking to it.
+[[nodiscard]] RiskTier riskTierOfListener(RiskTier tier);
+
 struct ItemOptions {
     double elapsedThreshold = defaultElapsedThreshold; ///< seconds, inclusive
     PIDSet registeredPIDs{};                           ///< who listens on a known port is never safe
@@ -104,6 +107,10 @@ struct EnumerateOptions {
 
 /// The candidates, in the order of ps.
 [[nodiscard]] std::vector<ProcessItem> enumerate(const EnumerateOptions& options);
+
+/// Raises the risk of candidates that hold a registered port, as `enumerate` does when it knows them
+/// beforehand. For callers that do not want to wait for the ports.
+void applyRegisteredPorts(std::vector<ProcessItem>& items, const PIDSet& registeredPIDs);
 
 /// Merges each package runner that has exactly one candidate child with that child. The row shows what runs;
 /// its identity (pid and start time) is the runner's, and the child is folded into it.

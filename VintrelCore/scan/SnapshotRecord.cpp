@@ -5,6 +5,8 @@
 #include "VintrelCore/scan/RunnerShells.h"
 #include "VintrelCore/scan/ScanCore.h"
 
+#include <algorithm>
+
 namespace VintrelCore {
 
 namespace {
@@ -30,6 +32,7 @@ std::string_view possibleAge(std::string_view etime, const Platform::KernelView&
 
 std::vector<SnapshotRecord> snapshotRecords(std::string_view psOutput, const Platform::KernelView& kernel) {
     std::vector<SnapshotRecord> records;
+    records.reserve(static_cast<size_t>(std::ranges::count(psOutput, '\n')) + 1);
     while (const auto text = Text::takeLine(psOutput)) {
         const auto line = ScanCore::parsePSLine(*text);
         if (line && !isZombie(*line, kernel)) {

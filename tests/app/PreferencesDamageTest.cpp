@@ -34,6 +34,9 @@ const std::vector<Damage> damages = {
     {"an unterminated quote", "[General]\nscanInterval=45\nprotectedProjects=\"~/shop\n"},
     {"an unterminated quote at the very end", "[General]\nscanInterval=45\nprotectedProjects=\"~/shop"},
     {"an unterminated quote in a list", "[General]\nprotectedProjects=~/a, \"~/shop\nscanInterval=45\n"},
+    {"two lost quotes", "[General]\nprotectedProjects=\"~/code/a\nignoredNames=\"vite\nelapsedThreshold=5\n"},
+    {"text that is not UTF-8", "[General]\nprotectedProjects=~/L\xe4"
+                               "den\n"},
     {"nothing but zeros", std::string(512, '\0')},
     {"zeros behind the settings", "[General]\nscanInterval=45\n"s + std::string(64, '\0')},
     {"a zero in a value", "[General]\nscanInterval=45\nprotectedProjects=~/sh\0op\n"s},
@@ -83,7 +86,8 @@ TEST(PreferencesDamageTest, aDamagedFileStaysAsItIs) {
 }
 
 TEST(PreferencesDamageTest, aFileWithoutSettingsIsWhole) {
-    for (const std::string bytes : {"", "\n", "[General]\n", "; nothing\n\n; at all\n", "[Window]\n"}) {
+    for (const std::string bytes : {"", "\n", "[General]\n", "; nothing\n\n  ; at all on a 5\" disk\n",
+                                    "[General] ; \"\n", "[Window]\n"}) {
         SCOPED_TRACE(bytes);
         const SettingsStore store;
         store.write(bytes);

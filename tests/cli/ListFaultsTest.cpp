@@ -98,6 +98,28 @@ TEST(ListFaults, ctrlCEndsTheToolsToo) {
         << "the tool is still there";
 }
 
+TEST(ListFaults, toolsInheritALoweredLimitOfDescriptors) {
+    VINTREL_NEEDS_ROOT();
+    const VintrelHome home;
+    const auto limits = home.path() / "limits";
+    const auto telling = script(home, "#!/bin/sh\nulimit -Sn >>" + limits.string() + "\n");
+    auto argv = replacing(Lsof::path(), telling);
+    argv.insert(argv.begin(), {"prlimit", "--nofile=8000:9000"});
+    EXPECT_EQ(home.run({"list"}, argv).status, 0);
+    EXPECT_EQ(Process({.argv = {"cat", limits.string()}}).readLine(), "4096");
+}
+
+TEST(ListFaults, aSignalWhileItPrintsEndsTheProgramAsAlways) {
+    const VintrelHome home;
+    const Stray stray({.argv = {"vitest", std::string(100'000, 'x')}}); // more than a pipe holds
+    Process program({.argv = {VINTREL_PROGRAM, "list"}, .environment = home.environment()});
+    const auto blocked = "/proc/" + std::to_string(program.pid()) + "/wchan";
+    EXPECT_TRUE(
+        eventually([&] { return Process({.argv = {"cat", blocked}}).readAll().contains("pipe_write"); }));
+    program.signal(SIGTERM);
+    EXPECT_EQ(program.wait(), -SIGTERM);
+}
+
 TEST(ListFaults, anotherAccountsProcessHasNoProject) {
     VINTREL_NEEDS_ROOT();
     const VintrelHome home;

@@ -60,7 +60,7 @@ TEST_F(List, showsEveryStrayWithItsKindBucketAndProject) {
     const auto protectedTest = start({"node", "/x/.bin/vitest"}, "code/ledgra/core");
     const auto mcp = start({"node", "/x/.bin/mcp-server-files"}, "notes");
     const auto playwright = start({"node", "/x/.bin/playwright-mcp", "--headless"}, "notes");
-    const auto listening = start({"vitest", "--api"}, "code/shop", 5183);
+    const auto listening = start({"vitest", "--api"}, "code/shop", freeRegisteredPort());
     const auto vite = start({"node", "/x/.bin/vite", "--port", "5199"}, "code/shop/apps/admin");
     const auto next = start({"next-server", "(v14.2.35)"}, "code/shop");
     const auto uvicorn = start({"/usr/bin/python3", "-m", "uvicorn", "app:app"}, "code/shop/api");

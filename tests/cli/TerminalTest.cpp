@@ -83,6 +83,21 @@ TEST(ListOnATerminal, fitsItsWidth) {
     }
 }
 
+TEST(ListOnATerminal, fitsItsWidthWithWideCharactersInTheCommand) {
+    const VintrelHome home;
+    std::string wide;
+    for (int count = 0; count < 200; ++count) {
+        wide += "漢";
+    }
+    const Stray stray({.argv = {"vitest", wide}});
+    for (const int columns : {100, 150}) {
+        const auto line = lineOf(linesOnTerminal(home, columns), stray.pid());
+        EXPECT_TRUE(line.ends_with("漢漢…")) << line;
+        EXPECT_LE(static_cast<int>(UnicodeText::terminalColumns(line)), columns) << line;
+        EXPECT_GE(static_cast<int>(UnicodeText::terminalColumns(line)) + 4, columns) << line;
+    }
+}
+
 TEST(ListOnATerminal, leavesTwentyCharactersToTheCommand) {
     const VintrelHome home;
     const Stray stray({.argv = {"vitest", std::string(400, 'x')}});

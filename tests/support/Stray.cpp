@@ -1,5 +1,7 @@
 #include "tests/support/Stray.h"
 
+#include "VintrelCore/context/PortRegistry.h"
+
 #include <chrono>
 #include <stdexcept>
 #include <thread>
@@ -29,6 +31,21 @@ ProcessOptions starterOf(const StrayOptions& options) {
     return {.argv = argv};
 }
 
+/// The number of the port when it (or, for 0, any) could be taken for a moment.
+std::optional<int> boundPort(int port) {
+    const VintrelCore::FileDescriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<uint16_t>(port));
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    auto* const generic = reinterpret_cast<sockaddr*>(&address);
+    if (::bind(socket.get(), generic, length) != 0 || ::getsockname(socket.get(), generic, &length) != 0) {
+        return std::nullopt;
+    }
+    return ntohs(address.sin_port);
+}
+
 } // namespace
 
 Stray::Stray(const StrayOptions& options) : m_starter(starterOf(options)) {
@@ -40,16 +57,16 @@ Stray::Stray(const StrayOptions& options) : m_starter(starterOf(options)) {
 }
 
 int freePort() {
-    const VintrelCore::FileDescriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    auto* const generic = reinterpret_cast<sockaddr*>(&address);
-    if (::bind(socket.get(), generic, length) != 0 || ::getsockname(socket.get(), generic, &length) != 0) {
-        throw std::runtime_error("no free port");
+    return boundPort(0).value();
+}
+
+int freeRegisteredPort() {
+    for (const int port : VintrelCore::PortRegistry::registeredPorts) {
+        if (boundPort(port)) {
+            return port;
+        }
     }
-    return ntohs(address.sin_port);
+    throw std::runtime_error("no development port is free");
 }
 
 void letStraysAge() {

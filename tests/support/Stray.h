@@ -34,6 +34,9 @@ private:
 /// A port of 127.0.0.1 that nobody listens on just now.
 int freePort();
 
+/// A known development port that nobody listens on just now.
+int freeRegisteredPort();
+
 /// Waits until every stray is a second old: ps counts whole ones, and at 0 none is older than any threshold.
 void letStraysAge();
 

@@ -48,9 +48,14 @@ TEST_F(ScanOnThisMachine, findsTheStrayAndItsProject) {
 TEST_F(ScanOnThisMachine, findsTheHomeFolderBehindALink) {
     const auto link = m_folder.path() / "link";
     std::filesystem::create_symlink(m_folder.path(), link);
-    const auto result = CLIScan::scan({.elapsedThreshold = 0}, {.home = link});
-    ASSERT_TRUE(lists(result));
-    EXPECT_EQ(result.cwds.at(m_stray.pid()).fullPath, "~/shop/web");
+    for (const std::string& project :
+         {std::string("~/shop"), (link / "shop").string(), (m_folder.path() / "shop").string()}) {
+        const auto result =
+            CLIScan::scan({.elapsedThreshold = 0, .protectedProjects = {project}}, {.home = link});
+        ASSERT_TRUE(lists(result));
+        EXPECT_EQ(result.cwds.at(m_stray.pid()).fullPath, "~/shop/web");
+        EXPECT_TRUE(result.protectedPIDs.contains(m_stray.pid())) << project;
+    }
 }
 
 TEST_F(ScanOnThisMachine, appliesScopedAndUnscopedIgnores) {
@@ -61,7 +66,7 @@ TEST_F(ScanOnThisMachine, appliesScopedAndUnscopedIgnores) {
 }
 
 TEST_F(ScanOnThisMachine, aListenerOnAKnownPortIsNotSafe) {
-    const Stray listening({.argv = {"vitest", "--api"}, .port = 5184});
+    const Stray listening({.argv = {"vitest", "--api"}, .port = freeRegisteredPort()});
     const auto result = CLIScan::scan({.elapsedThreshold = 0}, world());
     const auto tierOf = [&result](int32_t pid) {
         return std::ranges::find(result.items, pid, &ProcessItem::pid)->riskTier;

@@ -87,4 +87,6 @@ TEST(Text, withoutCutCharacterDropsOnlyAnIncompleteOne) {
     EXPECT_EQ(Text::withoutCutCharacter("a\xE2\x82"), "a");
     EXPECT_EQ(Text::withoutCutCharacter("a\xF0\x9F\x98"), "a");
     EXPECT_EQ(Text::withoutCutCharacter(""), "");
+    EXPECT_EQ(Text::withoutCutCharacter("\xB7"), "\xB7"); // the end of a character that never began
+    EXPECT_EQ(Text::withoutCutCharacter("\xB7\xAF"), "\xB7\xAF");
 }

@@ -93,5 +93,6 @@ TEST(TerminalColumns, countsCells) {
     EXPECT_EQ(UnicodeText::terminalColumns("e\u0301"), 1U);
     EXPECT_EQ(UnicodeText::terminalColumns("漢字"), 4U);
     EXPECT_EQ(UnicodeText::terminalColumns("—"), 1U);
-    EXPECT_EQ(UnicodeText::terminalColumns("👩‍👧"), 4U); // two figures, and nothing for what joins them
+    EXPECT_EQ(UnicodeText::terminalColumns("👩‍👧"),
+              4U); // two figures, and nothing for what joins them
 }

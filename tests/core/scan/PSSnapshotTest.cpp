@@ -200,6 +200,7 @@ TEST(ParseElapsed, holdsVeryLongTimes) {
 
 TEST(RunPS, asksForEveryProcessInSevenColumnsWithoutAHeader) {
     const Shell::Command command = ScanCore::psCommand();
+    EXPECT_EQ(command.deadline, std::chrono::seconds(5));
     EXPECT_EQ(command.executable, "/bin/ps");
     EXPECT_EQ(command.arguments, (std::vector{"-axww"s, "-o"s, "pid=,ppid=,etime=,tty=,pcpu=,rss=,args="s}));
 }

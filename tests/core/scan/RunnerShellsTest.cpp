@@ -159,6 +159,24 @@ TEST(RunnerShells, onlyAShellOfARunnerIsFolded) {
     EXPECT_EQ(kept.size(), 6U);
 }
 
+TEST(RunnerShells, whatARunnerAsProcessOneRunsIsNoOrphan) {
+    FakeKernel kernel;
+    kernel.addOrphan(11).addOrphan(12).addOrphan(13);
+    for (const bool correctsParents : {true, false}) {
+        auto view = kernel.view();
+        view.correctsParents = correctsParents;
+        const auto kept = snapshotRecords("1 0 01:00:00 ? 1 100 npm test\n"
+                                          "11 1 01:00:00 ? 1 10 sh -c vitest & jest\n"
+                                          "12 11 01:00:00 ? 1 10 node (vitest)\n",
+                                          view);
+        EXPECT_EQ(std::ranges::count(kept, 1, &SnapshotRecord::ppid), 0) << correctsParents;
+    }
+    const auto direct =
+        snapshotRecords("1 0 01:00:00 ? 1 100 npm test\n13 1 01:00:00 ? 1 10 node (vitest)\n", kernel.view());
+    EXPECT_EQ(direct[1].ppid, 0);
+    EXPECT_EQ(direct[1].managedBy, "npm");
+}
+
 TEST(RunnerShells, aRingOfParentsDoesNotHang) {
     const auto kept = records("10 11 00:07 ? 1 100 sh -c vite\n11 10 00:07 ? 1 100 sh -c vite\n"
                               "12 12 00:07 ? 1 100 sh -c vite\n");
