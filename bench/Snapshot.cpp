@@ -122,7 +122,7 @@ Platform::KernelView kernelView() {
                     .userID = someone,
                     .state = 'S',
                     .sessionID = session,
-                    .startTicks = static_cast<uint64_t>(pid),
+                    .startTime = {.sec = pid},
                     .controlGroup = "/user.slice/user-1000.slice/user@1000.service/app.slice/app-terminal-" +
                                     std::to_string(pid % 100) + ".scope"};
             }};

@@ -64,7 +64,7 @@ int Interrupt::descriptor() const {
     return readingEnd;
 }
 
-void Interrupt::endProgramIfItCame() const {
+void Interrupt::endProgramIfOneCame() {
     const int number = signalThatCame;
     if (number == 0) {
         return;

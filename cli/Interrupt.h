@@ -5,8 +5,8 @@
 #include <signal.h>
 
 /// While it lives, Ctrl+C and its like (SIGINT, SIGTERM, SIGHUP) make a descriptor readable instead of ending
-/// the program, so that running tools can be taken down first. A second one ends the program at once, and
-/// signals that whoever started the program told it to ignore stay ignored. One at a time.
+/// the program, so that running tools can be taken down first. The same one again ends the program at once,
+/// and signals that whoever started the program told it to ignore stay ignored. One at a time.
 class Interrupt {
 public:
     Interrupt();
@@ -20,8 +20,9 @@ public:
     /// always.
     [[nodiscard]] int descriptor() const;
 
-    /// If a signal has come, ends the program by it, as whoever started the program expects to see.
-    void endProgramIfItCame() const;
+    /// For the time after: if a signal came, ends the program by it, as whoever started the program expects
+    /// to see.
+    static void endProgramIfOneCame();
 
 private:
     static constexpr std::array<int, 3> signals{SIGINT, SIGTERM, SIGHUP};

@@ -61,9 +61,12 @@ CLIScan::Rules loadRules() {
 
 /// A scan that Ctrl+C ends together with its tools, and the program with them.
 CLIScan::Result scanUnlessInterrupted(const CLIScan::Rules& rules) {
-    const Interrupt interrupt;
-    CLIScan::Result result = CLIScan::scan(rules, {.interrupt = interrupt.descriptor()});
-    interrupt.endProgramIfItCame();
+    CLIScan::Result result;
+    {
+        const Interrupt interrupt;
+        result = CLIScan::scan(rules, {.interrupt = interrupt.descriptor()});
+    }
+    Interrupt::endProgramIfOneCame(); // only now that no more can be swallowed
     return result;
 }
 
@@ -81,7 +84,7 @@ int list(bool safeOnly) {
     }
     CLICore::TableOptions table{.items = scan.items, .cwds = scan.cwds, .protectedPIDs = scan.protectedPIDs};
     if (const size_t columns = terminalColumns(); columns > 0) {
-        table.commandMax = CLICore::commandMaxForTerminal(columns, table);
+        table.commandColumns = CLICore::columnsForCommands(columns, table);
     }
     return printed(CLICore::listTable(table));
 }

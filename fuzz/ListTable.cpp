@@ -64,11 +64,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         .items = scene.items, .cwds = scene.cwds, .protectedPIDs = scene.protectedPIDs, .commandMax = 0};
     checkLines(CLICore::listTable(options), scene);
 
-    const size_t roomForAll = CLICore::commandMaxForTerminal(1'000'000, options);
+    const size_t roomForAll = CLICore::columnsForCommands(1'000'000, options);
     const size_t columns = 1'000'000 - roomForAll + 40;
-    options.commandMax = CLICore::commandMaxForTerminal(columns, options);
-    require(options.commandMax == 40, "columns that are not taken are the command's");
-    require(CLICore::commandMaxForTerminal(0, options) == 20, "a command keeps some room on any terminal");
+    options.commandColumns = CLICore::columnsForCommands(columns, options);
+    require(options.commandColumns == 40, "columns that are not taken are the command's");
+    require(CLICore::columnsForCommands(0, options) == 20, "a command keeps some room on any terminal");
     const std::string table = CLICore::listTable(options);
     checkLines(table, scene);
     if (Text::isASCII(psOutput)) {

@@ -35,7 +35,7 @@ FactsByPID factsOf(std::string_view text) {
                                Platform::KernelFacts{.userID = userID,
                                                      .state = state.empty() ? '?' : state.front(),
                                                      .sessionID = session,
-                                                     .startTicks = static_cast<uint64_t>(start),
+                                                     .startTime = {.sec = start},
                                                      .controlGroup = std::string(Text::takeWord(*line))});
     }
     return facts;

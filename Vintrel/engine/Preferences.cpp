@@ -1,13 +1,15 @@
 #include "Vintrel/engine/Preferences.h"
 
+#include "VintrelCore/base/File.h"
 #include "VintrelCore/base/Text.h"
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
-#include <QFile>
 #include <QSettings>
 #include <QString>
 #include <QStringList>
@@ -51,9 +53,9 @@ bool flag(const QSettings& store, const char* key) {
 
 /// Whether quotation marks in an INI file do not end on the line where they begin. QSettings takes all that
 /// follows a lost one for part of the value and reports no error; it never writes such a line itself.
-bool losesQuotes(const QByteArray& bytes) {
+bool losesQuotes(std::string_view bytes) {
     bool isQuoted = false;
-    for (qsizetype index = 0; index < bytes.size(); ++index) {
+    for (size_t index = 0; index < bytes.size(); ++index) {
         const char byte = bytes[index];
         if (byte == '\\') {
             ++index; // whatever follows is taken as it is, also the end of the line
@@ -62,8 +64,7 @@ bool losesQuotes(const QByteArray& bytes) {
         } else if (isQuoted && (byte == '\n' || byte == '\r')) {
             return true;
         } else if (!isQuoted && byte == ';') { // a comment, to the end of the line
-            const qsizetype end = bytes.indexOf('\n', index);
-            index = end < 0 ? bytes.size() : end;
+            index = std::min(bytes.find('\n', index), bytes.size());
         }
     }
     return isQuoted;
@@ -86,18 +87,14 @@ std::optional<std::string> problemOf(const QString& path) {
     if (status.type() == std::filesystem::file_type::not_found && !isLink) {
         return std::nullopt; // nothing has been stored yet
     }
-    QFile file(path);
-    if (!std::filesystem::is_regular_file(status) || !file.open(QIODevice::ReadOnly)) {
-        return "cannot be read";
-    }
-    const QByteArray bytes = file.readAll();
-    if (file.error() != QFileDevice::NoError) {
+    constexpr size_t largestFile = size_t{16} << 20;
+    const auto bytes =
+        VintrelCore::File::read(path.toStdString(), largestFile); // of a regular file, and no other
+    if (!bytes) {
         return "cannot be read";
     }
     const bool isText = path.endsWith(QStringLiteral(".conf")); // other systems keep a format of their own
-    const bool isUTF8 =
-        VintrelCore::Text::isValidUTF8({bytes.constData(), static_cast<size_t>(bytes.size())});
-    if (isText && (bytes.contains('\0') || !isUTF8 || losesQuotes(bytes))) {
+    if (isText && (bytes->contains('\0') || !VintrelCore::Text::isValidUTF8(*bytes) || losesQuotes(*bytes))) {
         return "are damaged";
     }
     return std::nullopt;

@@ -12,7 +12,7 @@
 /// Declared here, because it knows nothing of Vintrel, and implemented under platform/.
 namespace VintrelCore::ChildProcess {
 
-/// A child that has not been reaped. Whoever holds it reaps it.
+/// A child that has not been reaped. Whoever holds it reaps it, unless even SIGKILL does not end it.
 struct Child {
     int32_t pid = 0;       ///< also the number of the child's process group, which it leads
     FileDescriptor output; ///< what the child writes to its standard output; reading never blocks

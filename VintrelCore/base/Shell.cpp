@@ -20,7 +20,8 @@ using std::chrono::milliseconds;
 /// How often a child's end is looked up where the system gives no descriptor for it.
 constexpr milliseconds pollingInterval{10};
 
-/// Also for a tool that sits in an uninterruptible call and outlives even SIGKILL: it is left to process 1.
+/// Also for a tool that sits in an uninterruptible call and outlives even SIGKILL: it is given up. It stays
+/// this program's child, and a zombie once the call returns, until the program ends.
 constexpr milliseconds patienceAfterKill{1'000};
 
 int millisecondsUntil(Clock::time_point when, Clock::time_point now) {
@@ -210,8 +211,11 @@ private:
         m_interrupt = -1;
         m_until = nullptr; // all are ended before anything goes on
         for (Run* const run : m_runs) {
+            if (run->finished()) {
+                continue;
+            }
+            run->m_outcome.interrupted = true;
             if (run->m_stage == Run::Stage::running || run->m_stage == Run::Stage::draining) {
-                run->m_outcome.interrupted = true;
                 run->takeDown();
             }
         }

@@ -86,11 +86,20 @@ std::optional<std::string_view> takeLine(std::string_view& rest) {
 }
 
 std::string_view takeWord(std::string_view& rest, std::string_view blanks) {
-    const auto start = std::min(rest.find_first_not_of(blanks), rest.size());
-    rest.remove_prefix(start);
-    const auto word = rest.substr(0, rest.find_first_of(blanks));
-    rest.remove_prefix(word.size());
-    return word;
+    // Loops in place of find_first_of, which calls a function for every character: this takes apart every
+    // line of ps.
+    const auto isBlank = [blanks](char byte) {
+        bool found = false;
+        for (const char blank : blanks) {
+            found = found || byte == blank;
+        }
+        return found;
+    };
+    const char* const end = rest.data() + rest.size();
+    const char* const start = std::find_if_not(rest.data(), end, isBlank);
+    const char* const stop = std::find_if(start, end, isBlank);
+    rest = {stop, end};
+    return {start, stop};
 }
 
 std::string asciiLowered(std::string_view text) {

@@ -94,6 +94,21 @@ std::string_view firstCharacters(std::string_view text, size_t count) {
     return text.substr(0, prefixOf(text, count).bytes);
 }
 
+std::string printable(std::string_view text) {
+    std::string shown;
+    size_t position = 0;
+    while (position < text.size()) {
+        const size_t start = position;
+        const UChar32 codePoint = takeCodePoint(text, position);
+        const bool isBreak =
+            (codePoint >= '\t' && codePoint <= '\r') || codePoint == 0x2028 || codePoint == 0x2029;
+        const bool isObeyed = codePoint < 0 || u_charType(codePoint) == U_CONTROL_CHAR ||
+                              u_hasBinaryProperty(codePoint, UCHAR_BIDI_CONTROL) != 0;
+        shown += isBreak ? " " : isObeyed ? "?" : text.substr(start, position - start);
+    }
+    return shown;
+}
+
 size_t terminalColumns(std::string_view text) {
     constexpr UChar32 firstCombining = 0x300; // and there are no wide ones before it
     size_t columns = 0;

@@ -17,6 +17,11 @@ namespace VintrelCore::UnicodeText {
 /// The first `count` characters, or all when there are fewer. A view into `text`.
 [[nodiscard]] std::string_view firstCharacters(std::string_view text, size_t count);
 
+/// The text with a blank in place of tabs and line breaks, and "?" in place of other control characters, of
+/// marks that turn the writing direction, and of bytes that are no UTF-8: what a terminal would obey rather
+/// than show.
+[[nodiscard]] std::string printable(std::string_view text);
+
 /// How many columns of a terminal the text takes: wide characters take two, combining ones none.
 [[nodiscard]] size_t terminalColumns(std::string_view text);
 

@@ -55,14 +55,16 @@ struct TableOptions {
     std::span<const ProcessItem> items;
     const CwdResolver::CwdMap& cwds;
     const ScanCore::PIDSet& protectedPIDs;
-    size_t commandMax = 0; ///< characters of a command that are shown; below 2: all
+    size_t commandMax = 0;     ///< characters of a command that are shown; below 2: all
+    size_t commandColumns = 0; ///< columns of a terminal that a command may take; 0: any number
 };
 
-/// The candidates as a table with a heading; lines joined by line feeds, none at the end.
+/// The candidates as a table with a heading; lines joined by line feeds, none at the end. Whatever could
+/// steer a terminal, or turn its writing direction, stands as "?".
 [[nodiscard]] std::string listTable(const TableOptions& options);
 
-/// The `commandMax` with which the table's lines fit a terminal of so many columns; at least 20.
-[[nodiscard]] size_t commandMaxForTerminal(size_t columns, const TableOptions& options);
+/// How many columns of a terminal of so many the table leaves to its commands; at least 20.
+[[nodiscard]] size_t columnsForCommands(size_t columns, const TableOptions& options);
 
 /// "42s", "5m", "2h 7m", "3d 4h". `seconds` must be finite.
 [[nodiscard]] std::string formatElapsed(double seconds);

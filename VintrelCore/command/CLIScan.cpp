@@ -7,7 +7,10 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
+#include <iterator>
 #include <optional>
+#include <span>
+#include <unordered_map>
 #include <utility>
 
 namespace VintrelCore::CLIScan {
@@ -31,16 +34,20 @@ SortedIgnores sortedIgnores(const std::vector<std::string>& lines) {
     return sorted;
 }
 
-/// lsof names directories with links resolved, so the home folder has to be known in that form.
-std::string resolved(const std::string& home) {
+/// The path with links resolved, as lsof names directories; as it stands where there is no such file.
+std::string resolved(const std::string& path) {
     std::error_code error;
-    const auto path = std::filesystem::canonical(home, error);
-    return error ? home : path.string();
+    const auto found = std::filesystem::canonical(path, error);
+    return error ? path : found.string();
 }
 
-std::vector<int32_t> pidsOf(const std::vector<ProcessItem>& items) {
+/// Rows and what is folded into them: all of it counts for what protects.
+std::vector<int32_t> allPIDsOf(std::span<const ProcessItem> items) {
     std::vector<int32_t> pids;
-    std::ranges::transform(items, std::back_inserter(pids), &ProcessItem::pid);
+    for (const ProcessItem& item : items) {
+        pids.push_back(item.pid);
+        std::ranges::transform(item.folded, std::back_inserter(pids), &FoldedProcess::pid);
+    }
     return pids;
 }
 
@@ -66,7 +73,7 @@ public:
         m_result.items = enumerate();
         std::optional<Lsof::Query> directories;
         if (!m_result.items.empty()) {
-            directories.emplace(CwdResolver::lsofArguments(pidsOf(m_result.items)), m_world.lsof);
+            directories.emplace(CwdResolver::lsofArguments(allPIDsOf(m_result.items)), m_world.lsof);
             const std::array<Shell::Run*, 2> second{&listeners.run(), &directories->run()};
             Shell::await(second, nullptr, m_world.interrupt);
         }
@@ -82,7 +89,7 @@ private:
         const Shell::Outcome outcome = ps.take();
         m_result.interrupted = outcome.interrupted;
         m_result.psFailed = !outcome.completed() || outcome.output.empty();
-        m_records = snapshotRecords(outcome.output, Platform::kernelView());
+        m_records = snapshotRecords(outcome.output, rememberingStarts(Platform::kernelView()));
         return !m_result.psFailed && !m_result.interrupted;
     }
 
@@ -93,7 +100,24 @@ private:
                                     .ignoredNames = m_ignores.names,
                                     .disabledKinds = m_rules.disabledKinds,
                                     .customRules = m_rules.customRules,
-                                    .startTimeProvider = Platform::startTime});
+                                    .startTimeProvider = [this](int32_t pid) { return startTime(pid); }});
+    }
+
+    /// The kernel's records are read once: what the snapshot asks for tells the start as well.
+    Platform::KernelView rememberingStarts(Platform::KernelView view) {
+        view.factsOf = [this, factsOf = std::move(view.factsOf)](int32_t pid) {
+            auto facts = factsOf(pid);
+            if (facts) {
+                m_starts.emplace(pid, facts->startTime);
+            }
+            return facts;
+        };
+        return view;
+    }
+
+    [[nodiscard]] std::optional<ProcStartTime> startTime(int32_t pid) const {
+        const auto known = m_starts.find(pid);
+        return known != m_starts.end() ? std::optional(known->second) : Platform::startTime(pid);
     }
 
     void takePorts(Lsof::Query& listeners) {
@@ -106,18 +130,38 @@ private:
         const Lsof::Answer answer = directories.finish(m_world.interrupt);
         note(answer);
         const std::string home = resolved(m_world.home);
-        m_result.cwds = CwdResolver::processCwds({.forPIDs = pidsOf(m_result.items),
+        m_result.cwds = CwdResolver::processCwds({.forPIDs = allPIDsOf(m_result.items),
                                                   .lsofOutput = answer.output,
                                                   .home = home,
                                                   .mayTouchFiles = !m_metDeadMount});
         m_result.items = ScanCore::applyScopedIgnores(m_result.items, m_result.cwds, m_ignores.scoped);
-        for (const auto& [pid, cwd] : m_result.cwds) {
-            // An entry may name the home folder in either form.
-            if (CwdResolver::isProtected(cwd.fullPath, m_rules.protectedProjects, home) ||
-                CwdResolver::isProtected(cwd.fullPath, m_rules.protectedProjects, m_world.home)) {
-                m_result.protectedPIDs.insert(pid);
+        const auto projects = protectedForms(home);
+        for (const ProcessItem& item : m_result.items) {
+            const auto pids = allPIDsOf({&item, 1});
+            if (std::ranges::any_of(pids, [&](int32_t pid) { return isProtected(pid, projects, home); })) {
+                m_result.protectedPIDs.insert(item.pid);
             }
         }
+    }
+
+    [[nodiscard]] bool isProtected(int32_t pid, std::span<const std::string> projects,
+                                   const std::string& home) const {
+        const auto cwd = m_result.cwds.find(pid);
+        return cwd != m_result.cwds.end() && CwdResolver::isProtected(cwd->second.fullPath, projects, home);
+    }
+
+    /// The protected projects as written, and with links resolved: lsof names directories in that form. More
+    /// forms can only protect more.
+    [[nodiscard]] std::vector<std::string> protectedForms(const std::string& home) const {
+        std::vector<std::string> forms = m_rules.protectedProjects;
+        for (const std::string& entry : m_rules.protectedProjects) {
+            const bool isBelowHome = entry == "~" || entry.starts_with("~/");
+            const std::string path = isBelowHome ? home + entry.substr(1) : entry;
+            if (path.starts_with('/') && !m_metDeadMount) {
+                forms.push_back(resolved(path));
+            }
+        }
+        return forms;
     }
 
     void note(const Lsof::Answer& answer) {
@@ -130,6 +174,7 @@ private:
     const World& m_world;
     SortedIgnores m_ignores;
     std::vector<SnapshotRecord> m_records;
+    std::unordered_map<int32_t, ProcStartTime> m_starts;
     bool m_metDeadMount = false;
     Result m_result;
 };

@@ -1,4 +1,3 @@
-#include "VintrelCore/base/Text.h"
 #include "VintrelCore/base/UnicodeText.h"
 #include "VintrelCore/command/CLICore.h"
 
@@ -28,10 +27,10 @@ Cells cellsOf(const ProcessItem& item, const TableOptions& options) {
     const auto cwd = options.cwds.find(item.pid);
     return {std::to_string(item.pid),
             std::move(bucket),
-            std::string(item.displayLabel()),
+            UnicodeText::printable(item.displayLabel()),
             formatElapsed(item.elapsed),
             formatRSS(item.rssKB),
-            cwd != options.cwds.end() ? cwd->second.label : "—"};
+            cwd != options.cwds.end() ? UnicodeText::printable(cwd->second.label) : "—"};
 }
 
 std::vector<Cells> allCells(const TableOptions& options) {
@@ -52,18 +51,19 @@ std::array<size_t, narrowColumns> widths(const std::vector<Cells>& rows) {
     return widest;
 }
 
-/// The largest `commandMax` with which the command takes no more than `columns` of a terminal.
-size_t charactersWithin(std::string_view command, size_t columns) {
-    if (UnicodeText::terminalColumns(command) <= columns || Text::isASCII(command)) {
-        return columns;
+/// The command as far as both limits allow.
+std::string shownCommand(std::string_view command, const TableOptions& options) {
+    const std::string text = truncate(UnicodeText::printable(command), options.commandMax);
+    const size_t columns = options.commandColumns;
+    if (columns == 0 || UnicodeText::terminalColumns(text) <= columns) {
+        return text;
     }
-    size_t fitting = 0;
+    size_t fitting = 0; // how many characters fit together with the ellipsis, bit by bit
     for (size_t step = std::bit_floor(columns); step > 0; step /= 2) {
-        const size_t tried = fitting + step;
-        const auto cut = UnicodeText::firstCharacters(command, tried);
-        fitting = UnicodeText::terminalColumns(cut) < columns ? tried : fitting; // one is the ellipsis
+        const auto cut = UnicodeText::firstCharacters(text, fitting + step);
+        fitting += UnicodeText::terminalColumns(cut) < columns ? step : 0;
     }
-    return fitting + 1;
+    return truncate(text, fitting + 1);
 }
 
 } // namespace
@@ -87,14 +87,14 @@ std::string listTable(const TableOptions& options) {
             line.append(widest[column] - UnicodeText::characterCount(cell), ' ');
             line += gap;
         }
-        line += row == 0 ? "COMMAND" : truncate(options.items[row - 1].command, options.commandMax);
+        line += row == 0 ? "COMMAND" : shownCommand(options.items[row - 1].command, options);
         line.erase(line.find_last_not_of(" \t\n\v\f\r") + 1);
         table += (row == 0 ? "" : "\n") + line;
     }
     return table;
 }
 
-size_t commandMaxForTerminal(size_t columns, const TableOptions& options) {
+size_t columnsForCommands(size_t columns, const TableOptions& options) {
     constexpr size_t least = 20;
     const std::vector<Cells> rows = allCells(options);
     size_t padded = narrowColumns * gap.size();
@@ -111,12 +111,7 @@ size_t commandMaxForTerminal(size_t columns, const TableOptions& options) {
         }
         taken = std::max(taken, padded + extra);
     }
-    const size_t room = columns > taken + least ? columns - taken : least;
-    size_t max = room;
-    for (const ProcessItem& item : options.items) {
-        max = std::min(max, charactersWithin(item.command, room));
-    }
-    return std::max(max, least);
+    return columns > taken + least ? columns - taken : least;
 }
 
 } // namespace VintrelCore::CLICore

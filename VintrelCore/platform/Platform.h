@@ -47,7 +47,7 @@ struct KernelFacts {
     int32_t userID = -1;        ///< the real user id
     char state = '?';           ///< as ps prints it: R, S, D, Z (a zombie), T ...
     int32_t sessionID = 0;      ///< the pid of the session's leader
-    uint64_t startTicks = 0;    ///< start, in the kernel's own unit: only for telling who is older
+    ProcStartTime startTime{};  ///< as `startTime` gives it
     std::string controlGroup{}; ///< the path of its control group; "" where there are none
 };
 

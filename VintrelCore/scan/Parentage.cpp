@@ -4,10 +4,12 @@
 #include "VintrelCore/base/Text.h"
 #include "VintrelCore/model/ProcessItem.h"
 #include "VintrelCore/scan/RunnerShells.h"
+#include "VintrelCore/scan/ScanCore.h"
 
 #include <algorithm>
 #include <array>
 #include <optional>
+#include <tuple>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -73,8 +75,9 @@ bool isLaunchedByDesktop(std::string_view service) {
 /// The program in whose keeping its children are, although their parent is an adopter; "" when it is none
 /// such.
 std::string_view hostProgram(std::string_view command) {
-    constexpr std::array<std::string_view, 8> hosts{"tmux",  "screen", "zellij",  "abduco",
-                                                    "dtach", "conmon", "dockerd", "rootlesskit"};
+    // screen calls itself SCREEN once it has become the server.
+    constexpr auto hosts = std::to_array<std::string_view>(
+        {"tmux", "screen", "SCREEN", "zellij", "abduco", "dtach", "conmon", "dockerd", "rootlesskit"});
     const std::string_view program = programOf(command);
     if (std::ranges::find(hosts, program) != hosts.end() || program.starts_with("containerd")) {
         return program;
@@ -92,6 +95,12 @@ std::string_view containerName(std::string_view controlGroup) {
     return Path::lastComponent(controlGroup);
 }
 
+/// Whether a command is no system's first process but a tool or a script with work of its own.
+bool isAtWork(std::string_view command) {
+    return RunnerShells::isPackageRunner(command) || RunnerShells::shellScript(command).has_value() ||
+           ScanCore::detectKind(command).has_value();
+}
+
 /// Decides for the children of adopters in one snapshot.
 class Judge {
 public:
@@ -100,7 +109,7 @@ public:
             if (isAdopter(record.pid, record.command)) {
                 m_adopters.insert(record.pid);
             }
-            if (record.pid == 1 && RunnerShells::isPackageRunner(record.command)) {
+            if (record.pid == 1 && isAtWork(record.command)) {
                 m_processOne = programOf(record.command);
             }
         }
@@ -123,13 +132,15 @@ public:
     }
 
 private:
+    using Age = std::tuple<int64_t, int64_t, int32_t>; // seconds and microseconds of the start, pid
+
     struct Child {
         SnapshotRecord* record;
         std::optional<KernelFacts> facts;
     };
 
     void noteAge(const Child& child) {
-        const std::pair age{child.facts->startTicks, child.record->pid};
+        const Age age{child.facts->startTime.sec, child.facts->startTime.usec, child.record->pid};
         const auto [oldest, isFirst] = m_oldest.try_emplace(child.facts->controlGroup, age);
         if (!isFirst) {
             oldest->second = std::min(oldest->second, age);
@@ -168,7 +179,7 @@ private:
         }
         if (isService(unit.name)) {
             const bool isDesktops = unit.belongsToUserManager && isLaunchedByDesktop(unit.name);
-            const bool isOldest = m_oldest.at(facts.controlGroup).second == record.pid;
+            const bool isOldest = std::get<2>(m_oldest.at(facts.controlGroup)) == record.pid;
             const bool isApplicationItself = leadsItsSession && isOldest;
             if (!isDesktops || isApplicationItself) {
                 return unit.name;
@@ -185,11 +196,11 @@ private:
 
     const Platform::KernelView& m_kernel;
     std::unordered_set<int32_t> m_adopters{1}; // also where the system hides process 1 from its users
-    /// A package runner that is process 1, as in a container made for it: its children are at work.
+    /// A developer tool that is process 1, as in a container made for it: its children are at work, too.
     std::string_view m_processOne;
     std::vector<Child> m_children;
     /// Per control group, start and pid of the oldest child that an adopter has in it.
-    std::unordered_map<std::string, std::pair<uint64_t, int32_t>> m_oldest;
+    std::unordered_map<std::string, Age> m_oldest;
 };
 
 } // namespace

@@ -28,13 +28,18 @@ bool runsOneProgram(std::string_view script) {
 /// Works on the records of one snapshot.
 class Folder {
 public:
-    explicit Folder(std::vector<SnapshotRecord>& records) : m_records(records) {
-        for (size_t index = 0; index < records.size(); ++index) {
-            m_byPID.emplace(records[index].pid, index);
-        }
-    }
+    explicit Folder(std::vector<SnapshotRecord>& records) : m_records(records) {}
 
     void fold() {
+        const auto isShell = [](const SnapshotRecord& record) {
+            return shellScript(record.command).has_value();
+        };
+        if (std::ranges::none_of(m_records, isShell)) {
+            return; // as on most machines most of the time
+        }
+        for (size_t index = 0; index < m_records.size(); ++index) {
+            m_byPID.emplace(m_records[index].pid, index);
+        }
         std::vector<std::pair<size_t, size_t>> shells; // shell, runner
         for (size_t index = 0; index < m_records.size(); ++index) {
             if (const auto runner = runnerOf(index)) {

@@ -108,8 +108,9 @@ struct EnumerateOptions {
 /// The candidates, in the order of ps.
 [[nodiscard]] std::vector<ProcessItem> enumerate(const EnumerateOptions& options);
 
-/// Raises the risk of candidates that hold a registered port, as `enumerate` does when it knows them
-/// beforehand. For callers that do not want to wait for the ports.
+/// Raises the risk of candidates that hold a registered port, for callers that do not want to wait for the
+/// ports. The result is the one that `enumerate` gives when it knows them: only the tier easy is ever raised,
+/// and a merged row, whose child has a parent, never has it.
 void applyRegisteredPorts(std::vector<ProcessItem>& items, const PIDSet& registeredPIDs);
 
 /// Merges each package runner that has exactly one candidate child with that child. The row shows what runs;

@@ -24,7 +24,8 @@ public:
 
     /// A process of the user's in nobody's care: no unit, and not its session's leader.
     FakeKernel& addOrphan(int32_t pid) {
-        m_facts[pid] = {.userID = 1000, .state = 'S', .sessionID = 1, .startTicks = 100, .controlGroup = "/"};
+        m_facts[pid] = {
+            .userID = 1000, .state = 'S', .sessionID = 1, .startTime = {.sec = 100}, .controlGroup = "/"};
         return *this;
     }
 

@@ -105,6 +105,7 @@ protected:
         EXPECT_NEAR(static_cast<double>(row.rssKB), static_cast<double>(together),
                     0.1 * static_cast<double>(together));
         EXPECT_EQ(result.cwds.at(row.pid).fullPath, "~/shop");
+        EXPECT_EQ(result.cwds.at(serverPID).fullPath, "~/shop"); // what is folded in counts for what protects
         return row;
     }
 

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <list>
 
 #include <gtest/gtest.h>
 
@@ -55,6 +56,27 @@ TEST_F(ScanOnThisMachine, findsTheHomeFolderBehindALink) {
         ASSERT_TRUE(lists(result));
         EXPECT_EQ(result.cwds.at(m_stray.pid()).fullPath, "~/shop/web");
         EXPECT_TRUE(result.protectedPIDs.contains(m_stray.pid())) << project;
+    }
+}
+
+TEST_F(ScanOnThisMachine, protectsAProjectThatIsNamedByALink) {
+    std::filesystem::create_symlink(m_folder.path() / "shop", m_folder.path() / "current");
+    const auto result = CLIScan::scan({.elapsedThreshold = 0, .protectedProjects = {"~/current"}}, world());
+    EXPECT_TRUE(result.protectedPIDs.contains(m_stray.pid()));
+}
+
+TEST_F(ScanOnThisMachine, findsProjectsWithUnusualNames) {
+    std::list<Stray> strays;
+    for (const char* name : {"back\\slash", "line\nbreak",
+                             "L\xe4"
+                             "den",
+                             "tab\there"}) {
+        strays.emplace_back(StrayOptions{.argv = {"jest"}, .cwd = m_folder.makeFolder(name)});
+        m_folder.makeFolder(std::string(name) + "/.git");
+        const auto result = CLIScan::scan({}, world());
+        const ProcessCwd& cwd = result.cwds.at(strays.back().pid());
+        EXPECT_EQ(cwd.label, name);
+        EXPECT_EQ(cwd.projectRoot, "~/" + std::string(name));
     }
 }
 

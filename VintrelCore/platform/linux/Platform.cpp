@@ -40,6 +40,15 @@ int64_t bootMicroseconds() {
     return sampled;
 }
 
+ProcStartTime timeOf(const ProcFiles::Stat& stat) {
+    static const int64_t ticksPerSecond = std::max<int64_t>(::sysconf(_SC_CLK_TCK), 1);
+    const auto ticks = static_cast<int64_t>(stat.startTicks);
+    const int64_t sinceBoot = ticks / ticksPerSecond * microsecondsPerSecond +
+                              ticks % ticksPerSecond * microsecondsPerSecond / ticksPerSecond;
+    const int64_t start = bootMicroseconds() + sinceBoot;
+    return {.sec = start / microsecondsPerSecond, .usec = start % microsecondsPerSecond};
+}
+
 std::optional<KernelFacts> readKernelFacts(int32_t pid) {
     const auto stat = readStat(pid);
     const auto status = readProcFile(pid, "status");
@@ -51,7 +60,7 @@ std::optional<KernelFacts> readKernelFacts(int32_t pid) {
     return KernelFacts{.userID = *userID,
                        .state = stat->state,
                        .sessionID = stat->sessionID,
-                       .startTicks = stat->startTicks,
+                       .startTime = timeOf(*stat),
                        .controlGroup = ProcFiles::parseControlGroup(*cgroups)};
 }
 
@@ -84,16 +93,8 @@ std::string dataFolder() {
 }
 
 std::optional<ProcStartTime> startTime(int32_t pid) {
-    static const int64_t ticksPerSecond = std::max<int64_t>(::sysconf(_SC_CLK_TCK), 1);
     const auto stat = readStat(pid);
-    if (!stat) {
-        return std::nullopt;
-    }
-    const auto ticks = static_cast<int64_t>(stat->startTicks);
-    const int64_t sinceBoot = ticks / ticksPerSecond * microsecondsPerSecond +
-                              ticks % ticksPerSecond * microsecondsPerSecond / ticksPerSecond;
-    const int64_t start = bootMicroseconds() + sinceBoot;
-    return ProcStartTime{.sec = start / microsecondsPerSecond, .usec = start % microsecondsPerSecond};
+    return stat ? std::optional(timeOf(*stat)) : std::nullopt;
 }
 
 KernelView kernelView() {
@@ -101,7 +102,8 @@ KernelView kernelView() {
     return {.correctsParents = true,
             .userID = currentUserID(),
             .ownControlGroup = own ? ProcFiles::parseControlGroup(*own) : std::string(),
-            .secondsSinceBoot = static_cast<double>(clockMicroseconds(CLOCK_BOOTTIME)) / microsecondsPerSecond,
+            .secondsSinceBoot =
+                static_cast<double>(clockMicroseconds(CLOCK_BOOTTIME)) / microsecondsPerSecond,
             .factsOf = readKernelFacts};
 }
 

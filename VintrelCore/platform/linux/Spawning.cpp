@@ -32,7 +32,8 @@ std::span<const std::string_view> forcedToolEnvironment() {
 
 std::span<const std::string_view> unwantedToolEnvironment() {
     // They change the width, the columns or the dialect of what ps prints.
-    static constexpr std::array<std::string_view, 3> names{"COLUMNS", "PS_FORMAT", "PS_PERSONALITY"};
+    static constexpr auto names = std::to_array<std::string_view>(
+        {"COLUMNS", "PS_FORMAT", "PS_PERSONALITY", "CMD_ENV", "I_WANT_A_BROKEN_PS", "LIBPROC_HIDE_KERNEL"});
     return names;
 }
 

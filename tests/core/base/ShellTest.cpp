@@ -147,12 +147,14 @@ TEST(Shell, givesToolsAnEnvironmentThatLeavesTheirOutputAlone) {
     const ScopedEnvironment columns("COLUMNS", "60");
     const ScopedEnvironment format("PS_FORMAT", "pid");
     const ScopedEnvironment personality("PS_PERSONALITY", "bsd");
+    const ScopedEnvironment dialect("CMD_ENV", "hpux");
     const ScopedEnvironment locale("LC_ALL", "de_DE.UTF-8");
     const ScopedEnvironment kept("DOCKER_HOST", "unix:///somewhere");
     const std::string environment = "\n" + outputOf({"environment"});
     EXPECT_TRUE(environment.contains("\nLC_ALL=C.UTF-8\n"));
     EXPECT_TRUE(environment.contains("\nDOCKER_HOST=unix:///somewhere\n"));
-    for (const char* unwanted : {"\nCOLUMNS=", "\nPS_FORMAT=", "\nPS_PERSONALITY=", "\nLC_ALL=de"}) {
+    for (const char* unwanted :
+         {"\nCOLUMNS=", "\nPS_FORMAT=", "\nPS_PERSONALITY=", "\nCMD_ENV=", "\nLC_ALL=de"}) {
         EXPECT_FALSE(environment.contains(unwanted)) << unwanted;
     }
 }

@@ -88,6 +88,14 @@ TEST(FirstCharacters, neverCutsACharacter) {
     EXPECT_EQ(UnicodeText::firstCharacters("👨‍👩‍👧x", 1), "👨‍👩‍👧");
 }
 
+TEST(Printable, showsWhatATerminalWouldObey) {
+    EXPECT_EQ(UnicodeText::printable("plain — 漢字 👨‍👩‍👧"),
+              "plain — 漢字 👨‍👩‍👧");
+    EXPECT_EQ(UnicodeText::printable("\x1B[31mred\n\t\x7F\u009B"), "?[31mred  ??");
+    EXPECT_EQ(UnicodeText::printable("a\u202Eb\u2066c\u200F"), "a?b?c?");
+    EXPECT_EQ(UnicodeText::printable("a\xFF\xE2\x82"), "a??");
+}
+
 TEST(TerminalColumns, countsCells) {
     EXPECT_EQ(UnicodeText::terminalColumns("safe 🔒"), 7U);
     EXPECT_EQ(UnicodeText::terminalColumns("e\u0301"), 1U);

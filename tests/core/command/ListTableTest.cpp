@@ -186,7 +186,7 @@ TEST(ListTableTest, fillsATerminalToItsLastColumn) {
     const TableOptions options{.items = items, .cwds = cwds, .protectedPIDs = nobody};
     for (const size_t columns : {80U, 90U, 100U}) {
         SCOPED_TRACE(columns);
-        const auto lines = linesOf(table(items, cwds, {}, commandMaxForTerminal(columns, options)));
+        const auto lines = linesOf(table(items, cwds, {}, columnsForCommands(columns, options)));
         EXPECT_EQ(UnicodeText::terminalColumns(lines.at(2)), columns);
         EXPECT_LE(UnicodeText::terminalColumns(lines.at(1)), columns);
     }
@@ -199,9 +199,37 @@ TEST(ListTableTest, fitsATerminalWhereCharactersTakeTwoColumns) {
     const CwdResolver::CwdMap cwds = {{200, project("東京")}, {31'415, project("日本語の店")}};
     const ScanCore::PIDSet locked = {200, 31'415};
     const TableOptions options{.items = items, .cwds = cwds, .protectedPIDs = locked};
-    for (const std::string& line : linesOf(table(items, cwds, locked, commandMaxForTerminal(100, options)))) {
+    for (const std::string& line : linesOf(table(items, cwds, locked, columnsForCommands(100, options)))) {
         EXPECT_LE(UnicodeText::terminalColumns(line), 100U) << line;
     }
+}
+
+TEST(ListTableTest, aWideCommandIsCutByColumnsAndShortensNoOther) {
+    ProcessItem wide = viteServer();
+    wide.command = "vite ";
+    for (int count = 0; count < 60; ++count) {
+        wide.command += "漢";
+    }
+    ProcessItem plain = vitest();
+    plain.command = std::string(60, 'x');
+    const std::vector items = {plain, wide};
+    const CwdResolver::CwdMap cwds;
+    const ScanCore::PIDSet nobody;
+    TableOptions options{.items = items, .cwds = cwds, .protectedPIDs = nobody};
+    options.commandColumns = 40;
+    const auto lines = linesOf(listTable(options));
+    EXPECT_TRUE(lines.at(1).ends_with("  " + std::string(39, 'x') + "…")) << lines.at(1);
+    EXPECT_TRUE(lines.at(2).ends_with("vite 漢漢漢漢漢漢漢漢漢漢漢漢漢漢漢漢漢…")) << lines.at(2);
+}
+
+TEST(ListTableTest, nothingSteersTheTerminal) {
+    ProcessItem item = namedByTheUser("\x1B[31mKeys");
+    item.command = "node \u202Eevil\nline";
+    const auto lines = linesOf(table({item}, {{item.pid, project("a\tb\x9B")}}, {}, 0));
+    ASSERT_EQ(lines.size(), 2U);
+    EXPECT_TRUE(lines.at(1).contains("?[31mKeys")) << lines.at(1);
+    EXPECT_TRUE(lines.at(1).contains("  a b?  ")) << lines.at(1);
+    EXPECT_TRUE(lines.at(1).ends_with("  node ?evil line")) << lines.at(1);
 }
 
 TEST(ListTableTest, showsTwentyCharactersOfACommandInTheNarrowestTerminal) {
@@ -211,7 +239,7 @@ TEST(ListTableTest, showsTwentyCharactersOfACommandInTheNarrowestTerminal) {
     const TableOptions options{.items = items, .cwds = cwds, .protectedPIDs = nobody};
     for (const size_t columns : {0U, 1U, 20U, 40U}) {
         SCOPED_TRACE(columns);
-        EXPECT_EQ(commandMaxForTerminal(columns, options), 20U);
+        EXPECT_EQ(columnsForCommands(columns, options), 20U);
     }
 }
 

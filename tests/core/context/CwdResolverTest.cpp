@@ -281,4 +281,21 @@ TEST(CwdResolverTest, asksLsofForTheWorkingDirectoriesOfAllAtOnce) {
               (std::vector<std::string>{"-a", "-p", "7", "-d", "cwd", "-Fpn"}));
 }
 
+TEST(ParseCwds, readsWhatLsofWritesForNamesItWillNotPrint) {
+    const auto directories =
+        CwdResolver::parseCwds("p1\nn/x/back\\\\slash\np2\nn/x/a\\nb\\tc\np3\nn/x/L\\xe4den\n"
+                               "p4\nn/x/^A \\q \\x4\\\n");
+    EXPECT_EQ(directories.at(1), "/x/back\\slash");
+    EXPECT_EQ(directories.at(2), "/x/a\nb\tc");
+    EXPECT_EQ(directories.at(3), "/x/L\xe4"
+                                 "den");
+    EXPECT_EQ(directories.at(4), "/x/^A \\q \\x4\\") << "what is no escape stays";
+}
+
+TEST(IsProtected, anEntryMayEndInAnyNumberOfSlashes) {
+    const std::vector<std::string> projects{"~/code//"};
+    EXPECT_TRUE(CwdResolver::isProtected("~/code/shop", projects, "/home/u"));
+    EXPECT_FALSE(CwdResolver::isProtected("~/codex", projects, "/home/u"));
+}
+
 } // namespace VintrelCore::CwdResolver

@@ -46,13 +46,14 @@ SnapshotRecord corrected(const Candidate& candidate, const std::string& ownContr
     kernel[69] = {.userID = 1000,
                   .state = 'S',
                   .sessionID = 69,
-                  .startTicks = 1,
+                  .startTime = {.sec = 1},
                   .controlGroup = "/user@1000.service/init.scope"};
-    kernel[80] = {.userID = 1000, .state = 'S', .sessionID = 80, .startTicks = 2, .controlGroup = "/x.scope"};
+    kernel[80] = {
+        .userID = 1000, .state = 'S', .sessionID = 80, .startTime = {.sec = 2}, .controlGroup = "/x.scope"};
     kernel[strayPID] = {.userID = candidate.user,
                         .state = candidate.state,
                         .sessionID = candidate.session,
-                        .startTicks = 100,
+                        .startTime = {.sec = 100},
                         .controlGroup = candidate.controlGroup};
     Parentage::correct(records, kernel.view(ownControlGroup));
     return records.back();
@@ -157,9 +158,10 @@ TEST(Parentage, inADesktopServiceTheApplicationItselfIsNoOrphan) {
 
 TEST(Parentage, hostProgramsLookAfterTheirOwn) {
     for (const char* command :
-         {"tmux new -d vitest", "tmux: server", "/usr/bin/tmux", "screen -S x", "zellij --server /x",
-          "abduco -n x vitest", "dtach -n x vitest", "/usr/libexec/podman/conmon -c x", "dockerd",
-          "rootlesskit x", "/usr/bin/containerd-shim-runc-v2 -id 1", "containerd",
+         {"tmux new -d vitest", "tmux: server", "/usr/bin/tmux", "screen -S x",
+          "SCREEN -dmS t npx vitest --watch", "zellij --server /x", "abduco -n x vitest", "dtach -n x vitest",
+          "/usr/libexec/podman/conmon -c x", "dockerd", "rootlesskit x",
+          "/usr/bin/containerd-shim-runc-v2 -id 1", "containerd",
           "node /home/u/.vscode-server/bin/x/server.js vitest", "/home/u/.cursor-server/node vitest"}) {
         EXPECT_EQ(corrected({.command = command}).ppid, 0) << command;
         EXPECT_FALSE(corrected({.command = command}).managedBy.empty()) << command;

@@ -171,10 +171,14 @@ TEST(RunnerShells, whatARunnerAsProcessOneRunsIsNoOrphan) {
                                           view);
         EXPECT_EQ(std::ranges::count(kept, 1, &SnapshotRecord::ppid), 0) << correctsParents;
     }
-    const auto direct =
-        snapshotRecords("1 0 01:00:00 ? 1 100 npm test\n13 1 01:00:00 ? 1 10 node (vitest)\n", kernel.view());
-    EXPECT_EQ(direct[1].ppid, 0);
-    EXPECT_EQ(direct[1].managedBy, "npm");
+    for (const char* first :
+         {"npm test", "node /x/.bin/vitest --watch", "bash -c vitest", "python3 -m pytest"}) {
+        const auto direct = snapshotRecords("1 0 01:00:00 ? 1 100 " + std::string(first) +
+                                                "\n13 1 01:00:00 ? 1 10 node (vitest 1)\n",
+                                            kernel.view());
+        EXPECT_EQ(direct[1].ppid, 0) << first;
+        EXPECT_FALSE(direct[1].managedBy.empty()) << first;
+    }
 }
 
 TEST(RunnerShells, aRingOfParentsDoesNotHang) {

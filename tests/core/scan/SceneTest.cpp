@@ -19,7 +19,7 @@ namespace {
 
 struct Process {
     int32_t pid = 0, ppid = 0, group = 0, session = 0, user = 0;
-    uint64_t age = 0;
+    int64_t age = 0;
     std::string tty, state, args;
 };
 
@@ -52,11 +52,11 @@ void readProcesses(Scene& scene) {
         raw << process.pid << ' ' << process.ppid << " 01:00 " << process.tty << " 0.0 " << rss << ' '
             << process.args;
         scene.psOutput += raw.str() + "\n";
-        constexpr uint64_t now = 100'000;
+        constexpr int64_t now = 100'000;
         scene.kernel[process.pid] = {.userID = process.user,
                                      .state = process.state.front(),
                                      .sessionID = process.session,
-                                     .startTicks = now - process.age};
+                                     .startTime = {.sec = now - process.age}};
         scene.processes[process.pid] = process;
     }
 }

@@ -42,13 +42,13 @@ TEST(SnapshotRecords, keepALivingProcessThatCallsItselfDefunct) {
 TEST(SnapshotRecords, doNotBelieveAnAgeBeyondTheSystemsOwn) {
     // What procps 4.0.2 prints now and then for a process that has just started.
     auto view = FakeKernel().view();
-    view.secondsSinceBoot = 3'600;
+    view.secondsSinceBoot = 2 * 86'400;
     const auto records = snapshotRecords("30 10 441077234-00:18:40 ? 0.0 1 vitest\n"
-                                         "31 10 01:00:00 ? 0.0 1 vitest\n32 10 01:00:01 ? 0.0 1 vitest\n",
+                                         "31 10 2-00:00:00 ? 0.0 1 vitest\n32 10 2-00:00:01 ? 0.0 1 vitest\n",
                                          view);
     ASSERT_EQ(records.size(), 3U);
     EXPECT_EQ(records[0].elapsed, "0");
-    EXPECT_EQ(records[1].elapsed, "01:00:00");
+    EXPECT_EQ(records[1].elapsed, "2-00:00:00");
     EXPECT_EQ(records[2].elapsed, "0");
 }
 
