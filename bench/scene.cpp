@@ -31,7 +31,7 @@ constexpr size_t candidateCount = 50;
 constexpr size_t listenerCount = 6; ///< the first so many candidates
 constexpr size_t projectCount = 10;
 constexpr size_t openFiles = 20; ///< in each process, the three standard ones included
-constexpr size_t daemonEvery = 10;
+constexpr size_t daemonEvery = 30;
 
 constexpr const char* folderVariable = "BENCH_SCENE_FOLDER";
 constexpr const char* indexVariable = "BENCH_SCENE_INDEX";

@@ -126,9 +126,14 @@ CwdMap processCwds(const ProcessCwdsOptions& options) {
     }
     const bool mayTouchFiles = options.mayTouchFiles && !own.metDeadMount;
     const std::string home = options.home.value_or("");
+    std::unordered_map<std::string, std::optional<std::string>> gitRoots; // many processes share a directory
     for (auto& [pid, directory] : parseCwds(options.lsofOutput.value_or(own.output))) {
         dropDeletedEnding(directory, mayTouchFiles);
-        const auto gitRoot = mayTouchFiles ? options.gitRootFinder(directory) : std::nullopt;
+        const auto [known, isNew] = gitRoots.try_emplace(directory);
+        if (isNew && mayTouchFiles) {
+            known->second = options.gitRootFinder(directory);
+        }
+        const std::optional<std::string>& gitRoot = known->second;
         ProcessCwd cwd{.label = projectLabel(directory, gitRoot),
                        .fullPath = abbreviateHome(directory, home)};
         if (gitRoot) {
