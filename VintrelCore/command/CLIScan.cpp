@@ -34,10 +34,11 @@ SortedIgnores sortedIgnores(const std::vector<std::string>& lines) {
     return sorted;
 }
 
-/// The path with links resolved, as lsof names directories; as it stands where there is no such file.
+/// The path with links resolved, as lsof names directories; what does not exist (any more) stays as it
+/// stands.
 std::string resolved(const std::string& path) {
     std::error_code error;
-    const auto found = std::filesystem::canonical(path, error);
+    const auto found = std::filesystem::weakly_canonical(path, error);
     return error ? path : found.string();
 }
 
