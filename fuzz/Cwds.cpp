@@ -20,7 +20,8 @@ void checkCwd(const ProcessCwd& cwd, const std::string& directory) {
     require(!cwd.projectRoot, "without a repository there is no root");
     require(!Path::isAtOrBelow(cwd.fullPath, home), "home is abbreviated");
     const std::vector<std::string> itself{cwd.fullPath};
-    require(cwd.fullPath == "/" || CwdResolver::isProtected(cwd.fullPath, itself, home),
+    const bool isRoot = Path::withoutTrailingSlashes(cwd.fullPath) == "/";
+    require(isRoot || CwdResolver::isProtected(cwd.fullPath, itself, home),
             "a protected folder protects itself");
     require(!CwdResolver::isProtected(cwd.fullPath, std::vector<std::string>{"/", ""}, home),
             "the root protects nothing");
