@@ -53,7 +53,7 @@ std::array<size_t, narrowColumns> widths(const std::vector<Cells>& rows) {
 
 /// The command as far as both limits allow.
 std::string shownCommand(std::string_view command, const TableOptions& options) {
-    const std::string text = truncate(UnicodeText::printable(command), options.commandMax);
+    std::string text = truncate(UnicodeText::printable(command), options.commandMax);
     const size_t columns = options.commandColumns;
     if (columns == 0 || UnicodeText::terminalColumns(text) <= columns) {
         return text;
