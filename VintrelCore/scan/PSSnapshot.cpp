@@ -51,12 +51,15 @@ double parseElapsed(std::string_view etime) {
         days = number(clock.substr(0, hyphen));
         clock.remove_prefix(hyphen + 1);
     }
-    const auto pieces = Text::split(clock, ':');
     double seconds = 0;
-    if (pieces.size() <= 3) { // hours, minutes, seconds, the first ones left out when zero
-        for (const std::string_view piece : pieces) {
-            seconds = seconds * 60 + number(piece);
-        }
+    int pieces = 0; // hours, minutes, seconds, the first ones left out when zero
+    for (size_t end = 0; end != std::string_view::npos; ++pieces) {
+        end = clock.find(':');
+        seconds = seconds * 60 + number(clock.substr(0, end));
+        clock.remove_prefix(end == std::string_view::npos ? clock.size() : end + 1);
+    }
+    if (pieces > 3) {
+        seconds = 0;
     }
     return days * 24 * 60 * 60 + seconds;
 }

@@ -23,9 +23,8 @@ bool isZombie(const ScanCore::PSLine& line, const Platform::KernelView& kernel) 
 /// For a process in its first moments procps may print an age of millions of days, which would make it old.
 /// Nothing is older than the system.
 std::string_view possibleAge(std::string_view etime, const Platform::KernelView& kernel) {
-    const bool hasDays = etime.contains('-'); // less is always possible enough
     const bool isImpossible =
-        hasDays && kernel.secondsSinceBoot > 0 && ScanCore::parseElapsed(etime) > kernel.secondsSinceBoot;
+        kernel.secondsSinceBoot > 0 && ScanCore::parseElapsed(etime) > kernel.secondsSinceBoot;
     return isImpossible ? "0" : etime;
 }
 
