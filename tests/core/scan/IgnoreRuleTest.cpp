@@ -121,7 +121,7 @@ TEST(ScopedIgnoresTest, aScopedRuleNeverHidesWhatWorksInAnUnknownFolder) {
 TEST(ScopedIgnoresTest, comparesPathsAsTextOnly) {
     EXPECT_FALSE(hides({"node", "/home/dev/work"}, "node a.js", "~/work")) << "the tilde is not expanded";
     EXPECT_FALSE(hides({"node", "~/Work"}, "node a.js", "~/work")) << "case counts";
-    EXPECT_FALSE(hides({"node", "~/work/../work"}, "node a.js", "~/work"));
+    EXPECT_FALSE(hides({"node", "~/jobs/../jobs"}, "node a.js", "~/jobs"));
     EXPECT_FALSE(hides({"node", "~/work//"}, "node a.js", "~/work")) << "only one slash is taken off";
     EXPECT_TRUE(hides({"node", "~"}, "node a.js", "~/work"));
     EXPECT_TRUE(hides({"node", "/srv/my app"}, "node a.js", "/srv/my app/web"));
