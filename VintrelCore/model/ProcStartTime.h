@@ -1,5 +1,6 @@
 #pragma once
 
+#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -14,6 +15,7 @@ struct ProcStartTime {
     int64_t usec = 0; ///< microseconds within the second
 
     bool operator==(const ProcStartTime&) const = default;
+    auto operator<=>(const ProcStartTime&) const = default;
 };
 
 /// Looks up the start of a process; absent when there is no such process or it cannot be known.

@@ -11,7 +11,7 @@
 
 /// All that the core asks of an operating system, apart from starting a child (base/ChildProcess.h). Each
 /// function fetches raw facts; what they mean is decided elsewhere, in code that every system shares. A port
-/// implements this page and platform/Spawning.h, and nothing else.
+/// implements this page, platform/Spawning.h and platform/ProcessDescriptors.h, and nothing else.
 namespace VintrelCore::Platform {
 
 // Where tools stand. PATH is never searched.
@@ -42,6 +42,22 @@ namespace VintrelCore::Platform {
 /// to the clock.
 [[nodiscard]] std::optional<ProcStartTime> startTime(int32_t pid);
 
+/// The kernel's record of a process, as far as ending it goes by it.
+struct ProcessRecord {
+    ProcStartTime startTime{};
+    bool isStopped = false; ///< by a signal; it handles others only once it goes on
+    bool isZombie = false;  ///< all of it has ended, and its parent has not looked yet
+
+    bool operator==(const ProcessRecord&) const = default;
+};
+
+/// Absent when there is no such process or its record cannot be read.
+[[nodiscard]] std::optional<ProcessRecord> processRecord(int32_t pid);
+
+/// The moment that a process would note as its start if it started now; absent where such moments move with
+/// the clock, and so cannot be compared with earlier ones.
+[[nodiscard]] std::optional<ProcStartTime> startTimeOfNow();
+
 /// What the kernel knows of a process beyond what ps was asked for.
 struct KernelFacts {
     int32_t userID = -1;        ///< the real user id
@@ -55,6 +71,8 @@ struct KernelFacts {
 struct KernelView {
     /// False where an orphan's parent is always process 1, and so nothing is to be corrected.
     bool correctsParents = false;
+    /// False where containers are not to be seen in the kernel's records of their processes.
+    bool knowsContainers = false;
     int32_t userID = -1;
     std::string ownControlGroup;
     double secondsSinceBoot = 0; ///< no process is older; 0 where it is not known
@@ -67,7 +85,8 @@ struct KernelView {
 
 // This process.
 
-/// Lowers the soft limit of open descriptors to what tools cope with; lsof closes every possible one by one.
+/// Sets the soft limit of open descriptors to what tools cope with (lsof closes every possible one by one)
+/// and what ending many processes at once takes.
 void limitDescriptors();
 
 } // namespace VintrelCore::Platform

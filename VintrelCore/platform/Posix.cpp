@@ -2,6 +2,7 @@
 #include "VintrelCore/base/Path.h"
 #include "VintrelCore/platform/Platform.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <vector>
 
@@ -29,11 +30,16 @@ int32_t currentUserID() {
     return static_cast<int32_t>(::getuid());
 }
 
+std::optional<ProcStartTime> startTime(int32_t pid) {
+    const auto record = processRecord(pid);
+    return record ? std::optional(record->startTime) : std::nullopt;
+}
+
 void limitDescriptors() {
     constexpr rlim_t enough = 4'096;
     rlimit limit{};
-    if (::getrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur > enough) {
-        limit.rlim_cur = enough;
+    if (::getrlimit(RLIMIT_NOFILE, &limit) == 0) {
+        limit.rlim_cur = std::min(enough, limit.rlim_max);
         ::setrlimit(RLIMIT_NOFILE, &limit);
     }
 }

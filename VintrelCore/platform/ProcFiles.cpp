@@ -18,6 +18,7 @@ std::optional<Stat> parseStat(std::string_view record) {
     }
     Stat stat{.state = state.front()};
     constexpr int sessionField = 6;
+    constexpr int threadsField = 20;
     constexpr int startField = 22;
     for (int field = 4; field <= startField; ++field) {
         const std::string_view text = Text::takeWord(rest, " \n");
@@ -27,6 +28,8 @@ std::optional<Stat> parseStat(std::string_view record) {
         }
         if (field == sessionField) {
             stat.sessionID = static_cast<int32_t>(*value);
+        } else if (field == threadsField) {
+            stat.threadCount = static_cast<int32_t>(*value);
         } else if (field == startField) {
             stat.startTicks = static_cast<uint64_t>(*value);
         }
@@ -34,15 +37,31 @@ std::optional<Stat> parseStat(std::string_view record) {
     return stat;
 }
 
-std::optional<int32_t> parseUserID(std::string_view status) {
-    while (auto line = Text::takeLine(status)) {
-        if (line->starts_with("Uid:")) {
-            line->remove_prefix(4);
-            return Text::parseInteger<int32_t>(
-                Text::takeWord(*line, "\t ")); // real, effective, saved, file system
+namespace {
+
+/// The number behind a field's name; of several, the first.
+std::optional<int32_t> numberOf(std::string_view field, std::string_view lines) {
+    while (auto line = Text::takeLine(lines)) {
+        if (line->starts_with(field)) {
+            line->remove_prefix(field.size());
+            return Text::parseInteger<int32_t>(Text::takeWord(*line, "\t "));
         }
     }
     return std::nullopt;
+}
+
+} // namespace
+
+std::optional<int32_t> parseUserID(std::string_view status) {
+    return numberOf("Uid:", status); // real, effective, saved, file system
+}
+
+std::optional<int32_t> parseThreadGroup(std::string_view status) {
+    return numberOf("Tgid:", status);
+}
+
+std::optional<int32_t> parsePID(std::string_view descriptorInfo) {
+    return numberOf("Pid:", descriptorInfo);
 }
 
 std::string parseControlGroup(std::string_view cgroups) {

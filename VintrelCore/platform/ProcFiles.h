@@ -12,6 +12,7 @@ namespace VintrelCore::ProcFiles {
 struct Stat {
     char state = '?';
     int32_t sessionID = 0;
+    int32_t threadCount = 1;
     uint64_t startTicks = 0; ///< clock ticks between boot and the start of the process
 };
 
@@ -21,6 +22,12 @@ struct Stat {
 
 /// The real user id from "status"; absent when it is not there.
 [[nodiscard]] std::optional<int32_t> parseUserID(std::string_view status);
+
+/// The process that a thread belongs to, from "status"; absent when it is not there.
+[[nodiscard]] std::optional<int32_t> parseThreadGroup(std::string_view status);
+
+/// The process behind a descriptor for processes, from its "fdinfo"; absent when it is not there.
+[[nodiscard]] std::optional<int32_t> parsePID(std::string_view descriptorInfo);
 
 /// The control group from "cgroup": systemd's own hierarchy where there is one, else the unified one; "" for
 /// neither.

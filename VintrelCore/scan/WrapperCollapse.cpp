@@ -1,10 +1,10 @@
+#include "VintrelCore/base/Saturating.h"
 #include "VintrelCore/base/Text.h"
 #include "VintrelCore/scan/ScanCore.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <limits>
 #include <unordered_map>
 
 namespace VintrelCore::ScanCore {
@@ -21,15 +21,6 @@ bool isWrapper(std::string_view command) {
     return names("npm") || names("npx") || c.contains("npm-cli.js") || c.contains("npx-cli.js");
 }
 
-/// Text that was made up may hold any size.
-int64_t saturatingSum(int64_t left, int64_t right) {
-    int64_t sum = 0;
-    if (!__builtin_add_overflow(left, right, &sum)) {
-        return sum;
-    }
-    return left > 0 ? std::numeric_limits<int64_t>::max() : std::numeric_limits<int64_t>::min();
-}
-
 ProcessItem merged(const ProcessItem& wrapper, const ProcessItem& child) {
     ProcessItem item = wrapper; // a kill targets the runner
     item.command = child.command;
@@ -37,7 +28,7 @@ ProcessItem merged(const ProcessItem& wrapper, const ProcessItem& child) {
     item.riskTier = child.riskTier;
     item.customLabel.reset();
     item.cpuPercent += child.cpuPercent;
-    item.rssKB = saturatingSum(wrapper.rssKB, child.rssKB);
+    item.rssKB = Saturating::sum(wrapper.rssKB, child.rssKB);
     item.folded.push_back({.pid = child.pid, .startTime = child.startTime});
     item.folded.insert(item.folded.end(), child.folded.begin(), child.folded.end());
     return item;

@@ -9,6 +9,7 @@
 //   --terminal  it had a terminal: one that is still open, or one that was closed
 //   --adopter   it is adopted by a process "systemd --user" that this program stands in for
 //   --zombie    it has ended, and the adopter does not look after it
+//   --ignores-term  it does not end when it is asked to
 // Its pid is printed on a line; then the program waits for the end of its standard input if it has something
 // to keep (the adopter, the open terminal), and ends. The stray itself ends after its lifetime at the latest.
 #include <cstdio>
@@ -36,6 +37,7 @@ struct Options {
     bool adopter = false;
     bool leader = false;
     bool zombie = false;
+    bool ignoresTerm = false;
     std::string terminal;
     std::string cwd;
     int port = 0;
@@ -66,6 +68,8 @@ Options parse(int argc, char** argv) {
             options.leader = true;
         } else if (word == "--zombie") {
             options.zombie = true;
+        } else if (word == "--ignores-term") {
+            options.ignoresTerm = true;
         } else if (word == "--terminal") {
             options.terminal = value();
         } else if (word == "--cwd") {
@@ -122,6 +126,9 @@ int takeTerminal() {
     const int null = ::open("/dev/null", O_RDWR | O_CLOEXEC);
     for (int descriptor = 0; descriptor <= STDERR_FILENO; ++descriptor) {
         ::dup2(null, descriptor);
+    }
+    if (options.ignoresTerm) {
+        ::signal(SIGTERM, SIG_IGN);
     }
     ::signal(SIGHUP, SIG_IGN); // as nohup does it: what the terminal sends at its end may come at once
     ::setenv(idleVariable, options.zombie ? "0" : options.lifetime.c_str(), 1);

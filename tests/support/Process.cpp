@@ -59,7 +59,7 @@ std::array<FileDescriptor, 2> makePipe() {
 Process::Process(const ProcessOptions& options) {
     auto input = makePipe();
     auto output = makePipe();
-    m_pid = ::fork();
+    m_pid = forked();
     if (m_pid == 0) {
         become(options, input[0].get(), output[1].get());
     }
@@ -115,6 +115,19 @@ Ended::~Ended() {
     if (m_pid > 1 && m_start && VintrelCore::Platform::startTime(m_pid) == m_start) {
         ::kill(m_pid, SIGKILL);
     }
+}
+
+int32_t forked() {
+    const pid_t pid = ::fork();
+    if (pid < 0) {
+        throw std::runtime_error("fork failed");
+    }
+    return pid;
+}
+
+bool isRunning(int32_t pid) {
+    const auto record = VintrelCore::Platform::processRecord(pid);
+    return record && !record->isZombie;
 }
 
 bool eventually(const std::function<bool()>& condition, std::chrono::milliseconds patience) {

@@ -71,6 +71,14 @@ private:
     std::optional<VintrelCore::ProcStartTime> m_start;
 };
 
+/// As fork does it, but a failure throws: -1 must never be taken for the pid of a child and signalled, as it
+/// means everybody.
+int32_t forked();
+
+/// Whether there is such a process, and it has not ended: not even as a zombie, which an orphan stays until
+/// process 1 gets to it.
+bool isRunning(int32_t pid);
+
 /// Waits up to ten seconds until `condition` holds; whether it does.
 bool eventually(const std::function<bool()>& condition,
                 std::chrono::milliseconds patience = std::chrono::seconds(10));

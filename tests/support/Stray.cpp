@@ -25,6 +25,7 @@ ProcessOptions starterOf(const StrayOptions& options) {
     add(options.adopter, {"--adopter"});
     add(options.leader, {"--leader"});
     add(options.zombie, {"--zombie"});
+    add(options.ignoresTerm, {"--ignores-term"});
     add(!options.terminal.empty(), {"--terminal", options.terminal});
     argv.emplace_back("--");
     argv.insert(argv.end(), options.argv.begin(), options.argv.end());
@@ -54,6 +55,8 @@ Stray::Stray(const StrayOptions& options) : m_starter(starterOf(options)) {
         throw std::runtime_error("the stray did not start: " + m_starter.readAll());
     }
     m_stray.emplace(std::stoi(pid));
+    // A scan lists nobody who may have started after it did, and the kernel counts starts in ticks.
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
 }
 
 int freePort() {

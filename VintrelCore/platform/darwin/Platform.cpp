@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include <sys/proc.h>
 #include <sys/sysctl.h>
 #include <unistd.h>
 
@@ -12,7 +13,7 @@ static_assert(sizeof(kinfo_proc) == 648);
 
 namespace {
 
-std::optional<kinfo_proc> processRecord(int32_t pid) {
+std::optional<kinfo_proc> kernelRecord(int32_t pid) {
     std::array<int, 4> name{CTL_KERN, KERN_PROC, KERN_PROC_PID, pid};
     kinfo_proc record{};
     size_t length = sizeof record;
@@ -44,17 +45,24 @@ std::string dataFolder() {
     return home.empty() ? home : home + "/Library/Application Support";
 }
 
-std::optional<ProcStartTime> startTime(int32_t pid) {
-    const auto record = processRecord(pid);
+std::optional<ProcessRecord> processRecord(int32_t pid) {
+    const auto record = kernelRecord(pid);
     if (!record) {
         return std::nullopt;
     }
     const timeval& start = record->kp_proc.p_un.__p_starttime;
-    return ProcStartTime{.sec = start.tv_sec, .usec = start.tv_usec};
+    return ProcessRecord{.startTime = {.sec = start.tv_sec, .usec = start.tv_usec},
+                         .isStopped = record->kp_proc.p_stat == SSTOP,
+                         .isZombie = record->kp_proc.p_stat == SZOMB};
+}
+
+std::optional<ProcStartTime> startTimeOfNow() {
+    return std::nullopt; // the kernel notes starts by the clock on the wall
 }
 
 KernelView kernelView() {
     return {.correctsParents = false,
+            .knowsContainers = false,
             .userID = currentUserID(),
             .ownControlGroup = {},
             .factsOf = [](int32_t) { return std::optional<KernelFacts>(); }};

@@ -40,13 +40,20 @@ int64_t bootMicroseconds() {
     return sampled;
 }
 
-ProcStartTime timeOf(const ProcFiles::Stat& stat) {
-    static const int64_t ticksPerSecond = std::max<int64_t>(::sysconf(_SC_CLK_TCK), 1);
-    const auto ticks = static_cast<int64_t>(stat.startTicks);
-    const int64_t sinceBoot = ticks / ticksPerSecond * microsecondsPerSecond +
-                              ticks % ticksPerSecond * microsecondsPerSecond / ticksPerSecond;
+int64_t ticksPerSecond() {
+    static const int64_t sampled = std::max<int64_t>(::sysconf(_SC_CLK_TCK), 1);
+    return sampled;
+}
+
+ProcStartTime timeOfTicks(int64_t ticks) {
+    const int64_t sinceBoot = ticks / ticksPerSecond() * microsecondsPerSecond +
+                              ticks % ticksPerSecond() * microsecondsPerSecond / ticksPerSecond();
     const int64_t start = bootMicroseconds() + sinceBoot;
     return {.sec = start / microsecondsPerSecond, .usec = start % microsecondsPerSecond};
+}
+
+ProcStartTime timeOf(const ProcFiles::Stat& stat) {
+    return timeOfTicks(static_cast<int64_t>(stat.startTicks));
 }
 
 std::optional<KernelFacts> readKernelFacts(int32_t pid) {
@@ -92,14 +99,27 @@ std::string dataFolder() {
     return home.empty() ? home : home + "/.local/share";
 }
 
-std::optional<ProcStartTime> startTime(int32_t pid) {
+std::optional<ProcessRecord> processRecord(int32_t pid) {
     const auto stat = readStat(pid);
-    return stat ? std::optional(timeOf(*stat)) : std::nullopt;
+    if (!stat) {
+        return std::nullopt;
+    }
+    // Only a first thread that ended before the others is a zombie of a process that runs.
+    return ProcessRecord{.startTime = timeOf(*stat),
+                         .isStopped = stat->state == 'T',
+                         .isZombie = (stat->state == 'Z' && stat->threadCount <= 1) || stat->state == 'X'};
+}
+
+std::optional<ProcStartTime> startTimeOfNow() {
+    const int64_t sinceBoot = clockMicroseconds(CLOCK_BOOTTIME);
+    return timeOfTicks(sinceBoot / microsecondsPerSecond * ticksPerSecond() +
+                       sinceBoot % microsecondsPerSecond * ticksPerSecond() / microsecondsPerSecond);
 }
 
 KernelView kernelView() {
     const auto own = File::readKernelFile("/proc/self/cgroup", maxRecord);
     return {.correctsParents = true,
+            .knowsContainers = true,
             .userID = currentUserID(),
             .ownControlGroup = own ? ProcFiles::parseControlGroup(*own) : std::string(),
             .secondsSinceBoot =

@@ -2,6 +2,7 @@
 #include "VintrelCore/platform/Platform.h"
 
 #include "VintrelCore/base/ChildProcess.h"
+#include "tests/support/Process.h"
 #include "tests/support/ScopedEnvironment.h"
 
 #include <chrono>
@@ -97,7 +98,7 @@ TEST(Folders, dataFollowsTheBaseDirectoryRules) {
 TEST(LimitDescriptors, lowersTheSoftLimitAndNothingElse) {
     rlimit before{};
     ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
-    const pid_t child = ::fork();
+    const pid_t child = VintrelTests::forked();
     if (child == 0) {
         Platform::limitDescriptors();
         rlimit after{};
