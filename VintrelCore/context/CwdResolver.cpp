@@ -6,7 +6,6 @@
 #include "VintrelCore/context/Lsof.h"
 
 #include <algorithm>
-#include <charconv>
 
 namespace VintrelCore::CwdResolver {
 
@@ -16,36 +15,6 @@ namespace {
 bool isRefusal(std::string_view name, int32_t pid) {
     const std::string start = "/proc/" + std::to_string(pid) + "/cwd (";
     return name.starts_with(start) && name.ends_with(')');
-}
-
-/// lsof doubles backslashes and writes what it will not print as an escape, such as "\\n" and "\\xed". ("^A"
-/// may stand for a control character, but also for itself, and stays.)
-std::string unescaped(std::string_view name) {
-    constexpr std::string_view letters = "\\bfnrt";
-    constexpr std::string_view meanings = "\\\b\f\n\r\t";
-    std::string plain;
-    for (size_t index = 0; index < name.size(); ++index) {
-        const std::string_view rest = name.substr(index + 1);
-        if (name[index] != '\\' || rest.empty()) {
-            plain += name[index];
-            continue;
-        }
-        unsigned value = 0;
-        const char* const digits = rest.data() + 1;
-        const bool isHex = rest.size() >= 3 && rest.front() == 'x' &&
-                           std::from_chars(digits, digits + 2, value, 16).ptr == digits + 2;
-        const auto letter = letters.find(rest.front());
-        if (isHex) {
-            plain += static_cast<char>(value);
-            index += 3;
-        } else if (letter != std::string_view::npos) {
-            plain += meanings[letter];
-            ++index;
-        } else {
-            plain += name[index];
-        }
-    }
-    return plain;
 }
 
 /// The kernel names a directory that was deleted "... (deleted)"; one may also be called so.
@@ -79,7 +48,7 @@ std::unordered_map<int32_t, std::string> parseCwds(std::string_view lsofOutput) 
         if (line->front() == 'p') {
             pid = Text::parseInteger<int32_t>(value);
         } else if (line->front() == 'n' && pid && !value.empty() && !isRefusal(value, *pid)) {
-            directories.insert_or_assign(*pid, unescaped(value));
+            directories.insert_or_assign(*pid, Lsof::unescaped(value));
         }
     }
     return directories;

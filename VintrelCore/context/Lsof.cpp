@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <chrono>
 #include <utility>
 
@@ -45,6 +46,34 @@ Answer Query::finish(int interrupt) {
             .failed = failed,
             .metDeadMount = hung,
             .interrupted = outcome.interrupted};
+}
+
+std::string unescaped(std::string_view name) {
+    constexpr std::string_view letters = "\\bfnrt";
+    constexpr std::string_view meanings = "\\\b\f\n\r\t";
+    std::string plain;
+    for (size_t index = 0; index < name.size(); ++index) {
+        const std::string_view rest = name.substr(index + 1);
+        if (name[index] != '\\' || rest.empty()) {
+            plain += name[index];
+            continue;
+        }
+        unsigned value = 0;
+        const char* const digits = rest.data() + 1;
+        const bool isHex = rest.size() >= 3 && rest.front() == 'x' &&
+                           std::from_chars(digits, digits + 2, value, 16).ptr == digits + 2;
+        const auto letter = letters.find(rest.front());
+        if (isHex) {
+            plain += static_cast<char>(value);
+            index += 3;
+        } else if (letter != std::string_view::npos) {
+            plain += meanings[letter];
+            ++index;
+        } else {
+            plain += name[index];
+        }
+    }
+    return plain;
 }
 
 Answer ask(std::vector<std::string> arguments) {

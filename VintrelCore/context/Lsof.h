@@ -3,6 +3,7 @@
 #include "VintrelCore/base/Shell.h"
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// How lsof is run, whatever it is asked for.
@@ -41,5 +42,9 @@ private:
 
 /// Asks and waits.
 [[nodiscard]] Answer ask(std::vector<std::string> arguments);
+
+/// A name as it is: lsof doubles backslashes, and writes what it will not print as escapes like "\\xed".
+/// ("^A" may stand for a control character, but also for itself, and stays.)
+[[nodiscard]] std::string unescaped(std::string_view name);
 
 } // namespace VintrelCore::Lsof

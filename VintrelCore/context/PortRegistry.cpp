@@ -16,6 +16,9 @@ namespace {
 
 /// The integers of the user's file; absent when it is no object of integer arrays.
 std::optional<PortSet> parseUserPorts(const std::string& bytes) {
+    if (bytes.contains('\0')) {
+        return std::nullopt; // the parser would take it for the end
+    }
     const auto document = nlohmann::json::parse(bytes, nullptr, /*allow_exceptions=*/false);
     if (!document.is_object()) {
         return std::nullopt;

@@ -76,7 +76,9 @@ TEST_F(PortRegistryTest, addsThePortsOfTheUser) {
 }
 
 TEST_F(PortRegistryTest, anythingElseThanAnObjectOfIntegerListsAddsNothing) {
+    using namespace std::string_literals;
     const std::vector<std::string> damaged = {
+        "{\"shop\": [4100]}\0"s,
         "",
         "[3000]",
         "3000",
