@@ -9,6 +9,8 @@
 #include "VintrelCore/context/CwdResolver.h"
 #include "VintrelCore/context/OpenFilesResolver.h"
 #include "VintrelCore/context/PortRegistry.h"
+#include "VintrelCore/docker/DockerCore.h"
+#include "VintrelCore/docker/DockerService.h"
 #include "VintrelCore/model/ProcessItem.h"
 #include "VintrelCore/platform/Platform.h"
 #include "VintrelCore/scan/ScanCore.h"

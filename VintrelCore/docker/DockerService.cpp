@@ -1,0 +1,132 @@
+#include "VintrelCore/docker/DockerService.h"
+
+#include "VintrelCore/base/Text.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <utility>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace VintrelCore::DockerService {
+
+namespace {
+
+/// An engine may accept and never answer.
+constexpr std::chrono::seconds askingDeadline{10};
+
+/// The engine itself gives a container ten seconds to stop.
+constexpr std::chrono::seconds changingDeadline{30};
+
+bool changesAContainer(const Arguments& arguments) {
+    constexpr std::array<std::string_view, 3> verbs{"restart", "stop", "rm"};
+    return !arguments.empty() && std::ranges::find(verbs, arguments.front()) != verbs.end();
+}
+
+Arguments withFormat(Arguments arguments, std::string_view format) {
+    arguments.emplace_back("--format");
+    arguments.emplace_back(format);
+    return arguments;
+}
+
+/// Absent without a client.
+std::optional<Shell::Outcome> outcomeOf(const Arguments& arguments, int interrupt = -1) {
+    const auto client = cliPath();
+    return client ? std::optional(Shell::runToOutcome(command(*client, arguments), interrupt)) : std::nullopt;
+}
+
+/// What the client printed; "" when it failed.
+std::string answerTo(const Arguments& arguments, int interrupt = -1) {
+    Shell::Result result = run(arguments, interrupt);
+    return result.ok ? std::move(result.output) : std::string();
+}
+
+} // namespace
+
+std::optional<std::string> cliPath(std::span<const std::string_view> candidates) {
+    const auto found = std::ranges::find_if(
+        candidates, [](std::string_view path) { return isTrustedExecutable(std::string(path)); });
+    return found != candidates.end() ? std::optional<std::string>(*found) : std::nullopt;
+}
+
+bool isInstalled() {
+    return cliPath().has_value();
+}
+
+bool isTrustedExecutable(const std::string& path) {
+    struct stat target{};
+    return ::stat(path.c_str(), &target) == 0 && S_ISREG(target.st_mode) &&
+           ::access(path.c_str(), X_OK) == 0 &&
+           isTrustedOwnership(target.st_uid, static_cast<uint16_t>(target.st_mode), ::getuid());
+}
+
+bool isTrustedOwnership(uint32_t ownerUID, uint16_t permissions, uint32_t currentUID) {
+    return (ownerUID == 0 || ownerUID == currentUID) && (permissions & S_IWOTH) == 0;
+}
+
+Shell::Command command(std::string client, Arguments arguments) {
+    const auto deadline = changesAContainer(arguments) ? changingDeadline : askingDeadline;
+    return {.executable = std::move(client), .arguments = std::move(arguments), .deadline = deadline};
+}
+
+Shell::Result run(const Arguments& arguments, int interrupt) {
+    auto outcome = outcomeOf(arguments, interrupt);
+    if (!outcome) {
+        return {};
+    }
+    const bool ok = outcome->ok();
+    return {.output = std::move(outcome->output), .ok = ok};
+}
+
+void perform(std::span<const Arguments> commands) {
+    for (const Arguments& arguments : commands) {
+        static_cast<void>(run(arguments)); // what failed shows in the next listing
+    }
+}
+
+Arguments restartArguments(const std::string& id) {
+    return {"restart", id};
+}
+
+Arguments stopArguments(const std::string& idOrName) {
+    return {"stop", idOrName};
+}
+
+Arguments removeArguments(const std::string& id) {
+    return {"rm", id};
+}
+
+std::vector<Container> listContainers() {
+    return DockerCore::parsePS(answerTo(withFormat({"ps"}, DockerCore::psFormat)));
+}
+
+DockerCore::StatsMap containerStats() {
+    return DockerCore::parseStats(answerTo(withFormat({"stats", "--no-stream"}, DockerCore::statsFormat)));
+}
+
+DockerCore::OwnerMap containerOwners(int interrupt) {
+    const std::string listing = answerTo({"ps", "-q"}, interrupt);
+    Arguments inspect = withFormat({"inspect"}, DockerCore::inspectOwnerFormat);
+    const size_t without = inspect.size();
+    std::string_view rest = listing;
+    while (const auto id = Text::takeLine(rest)) {
+        inspect.emplace_back(*id);
+    }
+    if (inspect.size() == without) {
+        return {};
+    }
+    // Whatever its exit status: one container that went away in between must not hide the others. But not
+    // when it was cut off: half a name is another container's.
+    const auto outcome = outcomeOf(inspect, interrupt);
+    return outcome && outcome->completed() ? DockerCore::parseContainerOwners(outcome->output)
+                                           : DockerCore::OwnerMap();
+}
+
+std::vector<Container> removeContainer(const std::string& id) {
+    perform(std::array{stopArguments(id), removeArguments(id)});
+    return listContainers();
+}
+
+} // namespace VintrelCore::DockerService
