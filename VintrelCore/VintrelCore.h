@@ -17,3 +17,4 @@
 #include "VintrelCore/model/ProcessItem.h"
 #include "VintrelCore/platform/Platform.h"
 #include "VintrelCore/scan/ScanCore.h"
+#include "VintrelCore/terminate/KillCore.h"

@@ -1,0 +1,90 @@
+#pragma once
+
+#include "VintrelCore/docker/DockerCore.h"
+#include "VintrelCore/docker/DockerService.h"
+#include "VintrelCore/model/ProcessItem.h"
+#include "VintrelCore/platform/Platform.h"
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+/// The one place that ends processes. A number that somebody else has got since the scan is never signalled:
+/// every signal is guarded by the start time, noted at the scan and read again before signalling. No state.
+namespace VintrelCore::KillCore {
+
+/// Seconds between the polite signal and the forced one.
+inline constexpr double gracePeriod = 2.0;
+
+enum class KillOutcome {
+    confirmed, ///< the whole sequence ran; the process counts as cleaned
+    notKilled, ///< nothing was done: it is not the same process, or the system refuses
+};
+
+/// What became of it, for people and logs.
+enum class KillDetail {
+    containerStopped,
+    ended,
+    stillThere,   ///< even after the forced signal, or as a process that is never forced
+    alreadyGone,  ///< it had ended before it was signalled
+    notTheSame,   ///< its number is another process's now; nothing was signalled
+    notPermitted, ///< the system refuses the signal, or to say which process it is
+    refused,      ///< process 1 and below, and this program itself
+    interrupted,  ///< it still ran when the sequence was cut short
+};
+
+struct KillResult {
+    KillOutcome outcome = KillOutcome::notKilled;
+    KillDetail detail = KillDetail::refused;
+    /// Those of the item and of what is folded into it that run on, or may do so.
+    std::vector<int32_t> left{};
+
+    bool operator==(const KillResult&) const = default;
+};
+
+/// The kernel's stamp; absent when there is no such process or its record cannot be read.
+[[nodiscard]] std::optional<ProcStartTime> startTime(int32_t pid);
+
+/// `expected` is what the scan noted. When that is absent the check is waived.
+[[nodiscard]] bool shouldSendSIGTERM(const std::optional<ProcStartTime>& expected,
+                                     const std::optional<ProcStartTime>& current);
+
+/// `snapshot` was read before the polite signal, `current` after the wait; both must be known and equal.
+[[nodiscard]] bool shouldEscalateToSIGKILL(const std::optional<ProcStartTime>& snapshot,
+                                           const std::optional<ProcStartTime>& current);
+
+/// Ends one item and what is folded into it; blocks for the grace period, or for as long as its container
+/// takes to stop.
+[[nodiscard]] KillOutcome kill(const ProcessItem& item, const DockerCore::OwnerMap& containerOwners);
+
+/// Whether an item that has an owner entry really is in a container on this machine: a remote engine's
+/// numbers mean nothing here. Where the kernel does not know, what looks like a container is one.
+[[nodiscard]] bool isInContainer(const ProcessItem& item, const Platform::KernelView& kernel);
+
+/// Moments of the sequence at which a test may change the world.
+enum class Moment { beforeOpening, afterOpening, afterComparison, duringGrace };
+
+/// The outside world of ending processes.
+struct World {
+    double gracePeriod = KillCore::gracePeriod; ///< seconds
+    /// A descriptor that becomes readable when the wait is to be cut short; negative for none. Nobody is
+    /// forced then.
+    int interrupt = -1;
+    /// The container engine's client; absent without one.
+    std::function<std::optional<std::string>()> client = [] { return DockerService::cliPath(); };
+    std::function<bool(const ProcessItem& item)> isInContainerHere =
+        [kernel = Platform::kernelView()](const ProcessItem& item) { return isInContainer(item, kernel); };
+    /// Called at each moment of each process.
+    std::function<void(Moment moment, int32_t pid)> at = [](Moment, int32_t) {};
+};
+
+/// Ends many at once, on the calling thread: containers stop side by side, then everything is checked and
+/// signalled, then there is one wait for all, and whoever is left is forced. One result per item, in order.
+[[nodiscard]] std::vector<KillResult> killAll(std::span<const ProcessItem> items,
+                                              const DockerCore::OwnerMap& containerOwners,
+                                              const World& world = {});
+
+} // namespace VintrelCore::KillCore

@@ -1,0 +1,211 @@
+// Processes in containers are stopped through the engine's client; here a script stands in for it.
+#include "VintrelCore/terminate/KillCore.h"
+#include "tests/core/terminate/Subject.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <signal.h>
+
+using namespace VintrelCore;
+using namespace VintrelTests;
+using DockerCore::OwnerMap;
+using KillCore::KillDetail;
+using KillCore::KillOutcome;
+using KillCore::KillResult;
+using KillCore::Moment;
+using KillCore::World;
+
+namespace {
+
+const KillResult confirmedEnd{.outcome = KillOutcome::confirmed, .detail = KillDetail::ended};
+const KillResult stopped{.outcome = KillOutcome::confirmed, .detail = KillDetail::containerStopped};
+
+class EndingContainers : public ::testing::Test {
+protected:
+    /// A client that notes each of its words in brackets, and then does what `rest` says.
+    std::string client(const std::string& rest) {
+        const auto file =
+            m_folder.write("docker", "#!/bin/sh\ncd '" + m_folder.path().string() +
+                                         "'\n{ for word in \"$@\"; do printf '[%s]' \"$word\"; done; "
+                                         "echo; } >>calls\n" +
+                                         rest + "\n");
+        std::filesystem::permissions(file, std::filesystem::perms::owner_all);
+        return file.string();
+    }
+
+    World world(double gracePeriod, const std::string& rest) {
+        World world = shortWait(gracePeriod);
+        world.client = [path = client(rest)] { return path; };
+        world.isInContainerHere = [](const ProcessItem&) { return true; };
+        return world;
+    }
+
+    [[nodiscard]] std::string calls() const {
+        std::ifstream file(m_folder.path() / "calls");
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
+    static ProcessItem itemOf(const Subject& subject, ProcessKind kind = ProcessKind::docker) {
+        ProcessItem item = subject.item();
+        item.kind = kind;
+        return item;
+    }
+
+    static void expectUntouched(Subject& subject) {
+        EXPECT_TRUE(subject.isAlive());
+        EXPECT_EQ(subject.noted(), std::vector<int>());
+    }
+
+    TemporaryFolder m_folder;
+};
+
+} // namespace
+
+TEST_F(EndingContainers, isAStopWithoutASignalOrAWait) {
+    Subject subject(OnSIGTERM::leaves);
+    KillResult result;
+    const double seconds = secondsOf(
+        [&] { result = endOne(itemOf(subject), world(300, "exit 0"), {{subject.pid(), "shop-db-1"}}); });
+    EXPECT_EQ(result, stopped);
+    EXPECT_LT(seconds, noWait);
+    EXPECT_EQ(calls(), "[stop][shop-db-1]\n");
+    expectUntouched(subject);
+}
+
+TEST_F(EndingContainers, goesForEveryKindOfItem) {
+    for (const ProcessKind kind : {ProcessKind::node, ProcessKind::vite, ProcessKind::custom}) {
+        Subject subject(OnSIGTERM::leaves);
+        EXPECT_EQ(endOne(itemOf(subject, kind), world(300, "exit 0"), {{subject.pid(), "web"}}), stopped);
+        expectUntouched(subject);
+    }
+    EXPECT_EQ(calls(), "[stop][web]\n[stop][web]\n[stop][web]\n");
+}
+
+TEST_F(EndingContainers, handsTheNameOverAsItIs) {
+    Subject subject(OnSIGTERM::leaves);
+    EXPECT_EQ(endOne(itemOf(subject), world(300, "exit 0"), {{subject.pid(), "a b;$(exit 1)'*"}}), stopped);
+    EXPECT_EQ(calls(), "[stop][a b;$(exit 1)'*]\n");
+}
+
+TEST_F(EndingContainers, fallsBackToSignalsWhenTheStopFails) {
+    Subject subject(OnSIGTERM::leaves);
+    EXPECT_EQ(endOne(itemOf(subject), world(0.3, "exit 1"), {{subject.pid(), "web"}}), confirmedEnd);
+    EXPECT_EQ(calls(), "[stop][web]\n");
+    EXPECT_EQ(subject.wait(), 0);
+    EXPECT_EQ(subject.noted(), std::vector{SIGTERM});
+}
+
+TEST_F(EndingContainers, fallsBackToSignalsWhenTheClientIsEndedByASignal) {
+    Subject subject(OnSIGTERM::stays);
+    EXPECT_EQ(endOne(itemOf(subject), world(0.3, "kill -9 $$"), {{subject.pid(), "web"}}), confirmedEnd);
+    EXPECT_EQ(subject.wait(), -SIGKILL);
+}
+
+TEST_F(EndingContainers, checksWhoItIsWhenItFallsBack) {
+    Subject subject(OnSIGTERM::leaves);
+    ProcessItem item = itemOf(subject);
+    --item.startTime->sec;
+    const KillResult result = endOne(item, world(0.3, "exit 1"), {{subject.pid(), "web"}});
+    EXPECT_EQ(result.outcome, KillOutcome::notKilled);
+    EXPECT_EQ(result.detail, KillDetail::notTheSame);
+    expectUntouched(subject);
+}
+
+TEST_F(EndingContainers, usesSignalsWithoutAClient) {
+    Subject subject(OnSIGTERM::leaves);
+    World world = shortWait();
+    world.isInContainerHere = [](const ProcessItem&) { return true; };
+    EXPECT_EQ(endOne(itemOf(subject), world, {{subject.pid(), "web"}}), confirmedEnd);
+    EXPECT_EQ(subject.wait(), 0);
+}
+
+TEST_F(EndingContainers, usesSignalsWhenTheClientCannotBeRun) {
+    Subject subject(OnSIGTERM::leaves);
+    World missing = world(0.3, "exit 0");
+    missing.client = [this] { return (m_folder.path() / "none").string(); };
+    EXPECT_EQ(endOne(itemOf(subject), missing, {{subject.pid(), "web"}}), confirmedEnd);
+    EXPECT_EQ(subject.wait(), 0);
+}
+
+TEST_F(EndingContainers, usesSignalsWithoutAnOwner) {
+    Subject subject(OnSIGTERM::leaves);
+    EXPECT_EQ(endOne(itemOf(subject), world(0.3, "exit 0"), {{subject.pid() + 1, "web"}}), confirmedEnd);
+    EXPECT_EQ(calls(), "");
+    EXPECT_EQ(subject.wait(), 0);
+}
+
+TEST_F(EndingContainers, usesSignalsForTheNumberOfARemoteEngine) {
+    for (const ProcessKind kind : {ProcessKind::docker, ProcessKind::node}) {
+        Subject subject(OnSIGTERM::leaves);
+        World remote = world(0.3, "exit 0");
+        remote.isInContainerHere = [&](const ProcessItem& item) {
+            EXPECT_EQ(item.pid, subject.pid());
+            return false;
+        };
+        EXPECT_EQ(endOne(itemOf(subject, kind), remote, {{subject.pid(), "web"}}), confirmedEnd);
+        EXPECT_EQ(calls(), "");
+        EXPECT_EQ(subject.wait(), 0);
+    }
+}
+
+TEST_F(EndingContainers, anOrdinaryProcessOfThisMachineIsInNone) {
+    Subject subject(OnSIGTERM::leaves);
+    for (const ProcessKind kind : {ProcessKind::docker, ProcessKind::node}) {
+        EXPECT_FALSE(KillCore::isInContainer(itemOf(subject, kind), Platform::kernelView()));
+    }
+    World real = world(0.3, "exit 0");
+    real.isInContainerHere = World().isInContainerHere;
+    EXPECT_EQ(endOne(itemOf(subject), real, {{subject.pid(), "web"}}), confirmedEnd);
+    EXPECT_EQ(calls(), "");
+    EXPECT_EQ(subject.wait(), 0);
+}
+
+TEST_F(EndingContainers, signalsNothingOfTheRowEither) {
+    Subject runner(OnSIGTERM::leaves);
+    Subject server(OnSIGTERM::leaves);
+    ProcessItem item = itemOf(runner, ProcessKind::node);
+    item.folded = {server.folded()};
+    const KillResult result = endOne(item, world(300, "exit 0"), {{runner.pid(), "web"}});
+    EXPECT_EQ(result.outcome, KillOutcome::confirmed);
+    EXPECT_EQ(result.detail, KillDetail::containerStopped);
+    expectUntouched(runner);
+    expectUntouched(server);
+}
+
+TEST_F(EndingContainers, stopSideBySide) {
+    // Each client waits until the other one has started.
+    const World meeting = world(300, R"(
+: >"started-$2"
+for turn in $(seq 400); do
+  [ -e started-a ] && [ -e started-b ] && exit 0
+  sleep 0.02
+done
+exit 1)");
+    Subject first(OnSIGTERM::leaves);
+    Subject second(OnSIGTERM::leaves);
+    const std::vector items{itemOf(first), itemOf(second)};
+    const auto results = KillCore::killAll(items, {{first.pid(), "a"}, {second.pid(), "b"}}, meeting);
+    EXPECT_EQ(results, (std::vector{stopped, stopped}));
+    expectUntouched(first);
+    expectUntouched(second);
+}
+
+TEST_F(EndingContainers, andOrdinaryProcessesInOneBatch) {
+    const World world = this->world(0.3, "[ \"$2\" = willing ]");
+    Subject willing(OnSIGTERM::leaves);
+    Subject ordinary(OnSIGTERM::leaves);
+    Subject refusing(OnSIGTERM::leaves);
+    const std::vector items{itemOf(ordinary, ProcessKind::vite), itemOf(willing), itemOf(refusing)};
+    const OwnerMap owners{{willing.pid(), "willing"}, {refusing.pid(), "refusing"}};
+    EXPECT_EQ(KillCore::killAll(items, owners, world), (std::vector{confirmedEnd, stopped, confirmedEnd}));
+    expectUntouched(willing);
+    EXPECT_EQ(ordinary.wait(), 0);
+    EXPECT_EQ(refusing.wait(), 0);
+}
