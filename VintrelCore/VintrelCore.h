@@ -4,6 +4,7 @@
 #include "VintrelCore/base/Shell.h"
 #include "VintrelCore/base/UnicodeText.h"
 #include "VintrelCore/command/CLICore.h"
+#include "VintrelCore/command/CLIEnding.h"
 #include "VintrelCore/command/CLIScan.h"
 #include "VintrelCore/context/AncestryResolver.h"
 #include "VintrelCore/context/CwdResolver.h"

@@ -1,16 +1,16 @@
-#include "Vintrel/engine/Preferences.h"
 #include "VintrelCore/VintrelCore.h"
-#include "cli/Interrupt.h"
+#include "cli/EndCommands.h"
+#include "cli/Output.h"
+#include "cli/Scanning.h"
+#include "cli/Settings.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include <fcntl.h>
 #include <signal.h>
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace {
@@ -19,89 +19,34 @@ using namespace VintrelCore;
 
 constexpr int usageError = 2;
 
-/// Prints one line; false when standard output did not take all of it.
-bool print(std::string_view text) {
-    const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
-    return std::fputc('\n', stdout) != EOF && written && std::fflush(stdout) == 0;
-}
-
-void complain(std::string_view text) {
-    std::fprintf(stderr, "vintrel: %.*s\n", static_cast<int>(text.size()), text.data());
-}
-
-int printed(std::string_view text) {
-    if (print(text)) {
-        return EXIT_SUCCESS;
-    }
-    complain("the output could not be written");
-    return EXIT_FAILURE;
-}
-
-/// The width of the terminal on standard output; 0 when it is none.
-size_t terminalColumns() {
-    winsize size{};
-    if (::isatty(STDOUT_FILENO) == 0) {
-        return 0;
-    }
-    constexpr size_t usual = 80;
-    return ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : usual;
-}
-
-CLIScan::Rules loadRules() {
-    auto [settings, problem] = Vintrel::Preferences::load();
-    if (problem) {
-        complain(*problem + "; using defaults");
-    }
-    return {.elapsedThreshold = settings.elapsedThreshold,
-            .ignoredNames = std::move(settings.ignoredNames),
-            .protectedProjects = std::move(settings.protectedProjects),
-            .disabledKinds = std::move(settings.disabledKinds),
-            .customRules = std::move(settings.customRules)};
-}
-
-/// A scan that Ctrl+C ends together with its tools, and the program with them.
-CLIScan::Result scanUnlessInterrupted(const CLIScan::Rules& rules) {
-    CLIScan::Result result;
-    {
-        const Interrupt interrupt;
-        result = CLIScan::scan(rules, {.interrupt = interrupt.descriptor()});
-    }
-    Interrupt::endProgramIfOneCame(); // only now that no more can be swallowed
-    return result;
-}
-
-int list(bool safeOnly) {
-    CLIScan::Result scan = scanUnlessInterrupted(loadRules());
-    if (scan.psFailed) {
-        complain("ps could not be run: no processes are known");
+int list(bool safeOnly, const Settings& settings) {
+    settings.complainAboutDefaults();
+    CLIScan::Result scan;
+    interruptibly([&](int interrupt) { scan = CLIScan::scan(settings.rules, {.interrupt = interrupt}); });
+    if (!isUsable(scan)) {
         return EXIT_FAILURE;
-    }
-    if (scan.lsofFailed) {
-        complain("lsof could not be run: projects and ports are unknown");
     }
     if (safeOnly) {
         std::erase_if(scan.items, [](const ProcessItem& item) { return item.bucket() != Bucket::safe; });
     }
     CLICore::TableOptions table{.items = scan.items, .cwds = scan.cwds, .protectedPIDs = scan.protectedPIDs};
-    if (const size_t columns = terminalColumns(); columns > 0) {
+    if (const size_t columns = Output::terminalColumns(); columns > 0) {
         table.commandColumns = CLICore::columnsForCommands(columns, table);
     }
-    return printed(CLICore::listTable(table));
+    return Output::finish(CLICore::listTable(table));
 }
 
 int run(const CLICore::Command& command) {
     using Name = CLICore::Command::Name;
     switch (command.name) {
     case Name::help:
-        return printed(CLICore::usage);
+        return Output::finish(CLICore::usage);
     case Name::list:
-        return list(command.safeOnly);
+        return list(command.safeOnly, Settings::load());
     case Name::clean:
-        complain("clean is not available in this version yet; nothing was ended");
-        return EXIT_FAILURE;
+        return EndCommands::clean(Settings::load());
     case Name::kill:
-        complain("kill is not available in this version yet; nothing was ended");
-        return EXIT_FAILURE;
+        return EndCommands::kill(command.pid, Settings::load());
     }
     return EXIT_FAILURE;
 }
@@ -116,6 +61,8 @@ void prepareProcess() {
         ::close(opened);
     }
     ::signal(SIGCHLD, SIG_DFL); // ignored, it would lose the exit status of every tool
+    ::signal(SIGXFSZ,
+             SIG_IGN); // a file that may not grow is a failure to write it, not the end of the program
     Platform::limitDescriptors();
 }
 

@@ -72,6 +72,7 @@ public:
         // Ports change how risky a candidate is, never which candidates there are: no need to wait for them
         // here.
         m_result.items = enumerate();
+        std::erase_if(m_result.items, [](const ProcessItem& item) { return !item.startTime; });
         std::optional<Lsof::Query> directories;
         if (!m_result.items.empty()) {
             directories.emplace(CwdResolver::lsofArguments(allPIDsOf(m_result.items)), m_world.lsof);
@@ -116,9 +117,12 @@ private:
         return view;
     }
 
+    /// Absent for a process that is gone, and for one that started after ps did: the line of ps may be about
+    /// a predecessor of that number, whose place it must not take.
     [[nodiscard]] std::optional<ProcStartTime> startTime(int32_t pid) const {
         const auto known = m_starts.find(pid);
-        return known != m_starts.end() ? std::optional(known->second) : Platform::startTime(pid);
+        const auto start = known != m_starts.end() ? std::optional(known->second) : Platform::startTime(pid);
+        return start && (!m_began || *start < *m_began) ? start : std::nullopt;
     }
 
     void takePorts(Lsof::Query& listeners) {
@@ -139,16 +143,26 @@ private:
         const auto projects = protectedForms(home);
         for (const ProcessItem& item : m_result.items) {
             const auto pids = allPIDsOf({&item, 1});
-            if (std::ranges::any_of(pids, [&](int32_t pid) { return isProtected(pid, projects, home); })) {
+            const bool mayBeSwept = item.bucket() == Bucket::safe;
+            if (std::ranges::any_of(
+                    pids, [&](int32_t pid) { return isProtected(pid, mayBeSwept, projects, home); })) {
                 m_result.protectedPIDs.insert(item.pid);
             }
         }
     }
 
-    [[nodiscard]] bool isProtected(int32_t pid, std::span<const std::string> projects,
+    /// A process that may be swept and that lsof cannot place is protected by whatever rule goes by folders.
+    [[nodiscard]] bool isProtected(int32_t pid, bool mayBeSwept, std::span<const std::string> projects,
                                    const std::string& home) const {
         const auto cwd = m_result.cwds.find(pid);
-        return cwd != m_result.cwds.end() && CwdResolver::isProtected(cwd->second.fullPath, projects, home);
+        if (cwd == m_result.cwds.end()) {
+            return mayBeSwept && goesByFolders();
+        }
+        return CwdResolver::isProtected(cwd->second.fullPath, projects, home);
+    }
+
+    [[nodiscard]] bool goesByFolders() const {
+        return !m_rules.protectedProjects.empty() || !m_ignores.scoped.empty();
     }
 
     /// The protected projects as written, and with links resolved: lsof names directories in that form. More
@@ -167,6 +181,8 @@ private:
 
     void note(const Lsof::Answer& answer) {
         m_metDeadMount = m_metDeadMount || answer.metDeadMount;
+        // Links in protected folders are not followed then.
+        m_result.protectionUnknown = m_result.protectionUnknown || (answer.metDeadMount && goesByFolders());
         m_result.lsofFailed = m_result.lsofFailed || answer.failed;
         m_result.interrupted = m_result.interrupted || answer.interrupted;
     }
@@ -176,6 +192,7 @@ private:
     SortedIgnores m_ignores;
     std::vector<SnapshotRecord> m_records;
     std::unordered_map<int32_t, ProcStartTime> m_starts;
+    std::optional<ProcStartTime> m_began = Platform::startTimeOfNow(); // before ps
     bool m_metDeadMount = false;
     Result m_result;
 };

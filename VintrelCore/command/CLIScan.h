@@ -38,6 +38,7 @@ struct Result {
     ScanCore::PIDSet protectedPIDs{}; ///< whose working directory belongs to a protected project
     bool psFailed = false;            ///< nothing is known: ps could not be run or missed its deadline
     bool lsofFailed = false;          ///< projects or ports are unknown, and with them some of what protects
+    bool protectionUnknown = false;   ///< lsof hung at first, and folders that protect could not be looked at
     bool interrupted = false;         ///< stopped on request; every tool has ended
 };
 

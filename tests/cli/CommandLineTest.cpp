@@ -52,16 +52,6 @@ TEST(CommandLine, aParseErrorGoesToStandardErrorWithTheUsageAfterABlankLine) {
     }
 }
 
-TEST(CommandLine, cleanAndKillSayThatTheyAreNotThereYet) {
-    const VintrelHome home;
-    for (const std::vector<std::string>& arguments : {std::vector<std::string>{"clean"}, {"kill", "4242"}}) {
-        const auto outcome = home.run(arguments);
-        EXPECT_EQ(outcome.status, 1);
-        EXPECT_EQ(outcome.output, "");
-        EXPECT_TRUE(outcome.errors.contains("not available")) << outcome.errors;
-    }
-}
-
 TEST(CommandLine, outputThatCannotBeWrittenIsAFailure) {
     const VintrelHome home;
     for (const char* command : {"help", "list"}) {

@@ -2,6 +2,7 @@
 #include "VintrelCore/VintrelCore.h"
 #include "tests/support/Process.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/system/RunnerProject.h"
 
 #include <algorithm>
 #include <fstream>
@@ -17,28 +18,9 @@ using namespace VintrelTests;
 
 namespace {
 
-constexpr std::string_view manifest = R"({
-  "name": "shop", "version": "1.0.0", "private": true,
-  "scripts": { "dev": "vite --port 5199", "test": "vitest --watch" }
-})";
-
-/// A server that says which process it is, and stays. It holds some memory, so that sums can be told apart.
-constexpr std::string_view server = R"(#!/usr/bin/env node
-const fs = require('fs');
-TITLE
-fs.writeFileSync('ready.tmp', String(process.pid));
-fs.renameSync('ready.tmp', 'ready');
-setInterval(() => {}, 1000);
-setTimeout(() => process.exit(0), 100000);
-)";
-
 class PackageRunners : public ::testing::Test {
 protected:
-    PackageRunners() {
-        m_folder.write("shop/package.json", manifest);
-        addTool("vite", "");
-        addTool("vitest", "process.title = 'node (vitest)';");
-    }
+    PackageRunners() { makeRunnerProject(m_folder, "shop"); }
 
     ~PackageRunners() override {
         for (const int32_t pid : m_started) {
@@ -46,30 +28,15 @@ protected:
         }
     }
 
-    void addTool(const std::string& name, const std::string& title) {
-        std::string script(server);
-        script.replace(script.find("TITLE"), 5, title);
-        const auto path = m_folder.write("shop/node_modules/.bin/" + name, script);
-        std::filesystem::permissions(path, std::filesystem::perms::owner_all);
-    }
-
     /// Starts a runner in the project, and waits for its server, whose pid is returned.
     int32_t start(const std::vector<std::string>& argv, const std::string& shell = "") {
-        const auto home = m_folder.makeFolder("home");
-        std::map<std::string, std::string> environment{
-            {"HOME", home.string()}, {"npm_config_update_notifier", "false"}, {"npm_config_offline", "true"}};
-        if (!shell.empty()) {
-            environment["npm_config_script_shell"] = shell;
-        }
+        const auto environment = runnerEnvironment(m_folder, shell);
         m_runner.emplace(ProcessOptions{.argv = argv,
                                         .cwd = m_folder.path() / "shop",
                                         .environment = environment,
                                         .newSession = true,
                                         .output = m_folder.path() / "output"});
-        const auto ready = m_folder.path() / "shop/ready";
-        EXPECT_TRUE(eventually([&] { return std::filesystem::exists(ready); }, std::chrono::seconds(30)));
-        int32_t pid = 0;
-        std::ifstream(ready) >> pid;
+        const int32_t pid = awaitServer(m_folder.path() / "shop");
         m_started.push_back(pid);
         return pid;
     }

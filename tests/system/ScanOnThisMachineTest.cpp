@@ -162,3 +162,17 @@ TEST_F(ScanOnThisMachine, aHangingLsofIsAskedOnceMoreWithoutBlockingCalls) {
     EXPECT_EQ(result.cwds.at(m_stray.pid()).fullPath, "~/shop/web");
     EXPECT_EQ(result.cwds.at(m_stray.pid()).label, "web") << "no file is touched while a mount may be dead";
 }
+
+TEST_F(ScanOnThisMachine, aPidThatWasUsedAgainWhilePSRanIsNotListed) {
+    // This ps speaks of a process of old; by now its number is that of one which started only after ps did.
+    const auto ps = m_folder.write("ps", "#!/bin/sh\nsleep 60 >/dev/null &\n"
+                                         "echo \"$! 1 10-00:00:00 ? 0.0 1000 vitest --watch\"\n"
+                                         "echo \"$PPID 1 10-00:00:00 ? 0.0 1000 vitest --watch\"\n");
+    std::filesystem::permissions(ps, std::filesystem::perms::owner_all);
+    auto world = this->world();
+    world.ps = ps;
+    const auto result = CLIScan::scan({}, world);
+    ASSERT_FALSE(result.psFailed);
+    ASSERT_EQ(result.items.size(), 1U) << "only the one that was there before";
+    EXPECT_EQ(result.items.front().pid, ::getpid());
+}

@@ -1,0 +1,191 @@
+// "vintrel clean": all safe strays at once. These tests see only the processes that they started.
+#include "VintrelCore/VintrelCore.h"
+#include "tests/cli/VintrelRun.h"
+#include "tests/support/Process.h"
+#include "tests/support/Stray.h"
+
+#include <chrono>
+#include <filesystem>
+#include <list>
+
+#include <gtest/gtest.h>
+
+using namespace VintrelCore;
+using namespace VintrelTests;
+
+namespace {
+
+constexpr const char* everybodyIsOld = "[General]\nelapsedThreshold=0.000001\n";
+
+std::vector<CleanEvent> eventsOf(const VintrelHome& home) {
+    return CleanLogFile::load(home.path() / "data/Vintrel/clean-log.json", CleanLogFile::retentionCap);
+}
+
+/// A command that runs another with `tool` in the place of lsof.
+std::vector<std::string> withLsof(const std::filesystem::path& tool) {
+    return {"unshare",
+            "-m",
+            "/bin/sh",
+            "-c",
+            "mount --bind " + tool.string() + " $(readlink -f " + Lsof::path() + ") && exec \"$@\"",
+            "sh"};
+}
+
+/// A shell script in the place of lsof; $REAL is the real one.
+std::vector<std::string> withLsofScript(const VintrelHome& home, const std::string& lines) {
+    const auto real = home.path() / "real-lsof";
+    std::filesystem::copy_file(Lsof::path(), real, std::filesystem::copy_options::overwrite_existing);
+    const auto script = home.folder().write("lsof", "#!/bin/sh\nREAL=" + real.string() + "\n" + lines);
+    std::filesystem::permissions(script, std::filesystem::perms::owner_all);
+    return withLsof(script);
+}
+
+} // namespace
+
+TEST(Clean, endsEverySafeStrayThatIsNotProtectedAndNothingElse) {
+    const VintrelHome home;
+    home.writeSettings(std::string(everybodyIsOld) + "protectedProjects=~/mine\nignoredNames=jest\n");
+    const auto shop = home.folder().makeFolder("shop");
+    const Stray safe({.argv = {"vitest"}, .cwd = shop});
+    const Stray safeToo({.argv = {"node", "/x/node_modules/.bin/playwright", "test"}});
+    const Stray isProtected({.argv = {"vitest"}, .cwd = home.folder().makeFolder("mine/deep")});
+    const Stray listening({.argv = {"vitest"}, .port = freeRegisteredPort()});
+    const Stray leader({.argv = {"npm", "run", "dev"}});
+    const Stray ignored({.argv = {"jest"}});
+    const Stray onTerminal({.argv = {"vitest"}, .terminal = "open"});
+    letStraysAge();
+    const auto table = parseTable(home.run({"list"}).output);
+    ASSERT_EQ(table.at(safe.pid()).bucket, "safe");
+    ASSERT_EQ(table.at(safeToo.pid()).bucket, "safe");
+
+    const auto outcome = home.run({"clean"});
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
+    EXPECT_EQ(outcome.errors, "");
+    EXPECT_TRUE(outcome.output.contains("vitest " + std::to_string(safe.pid()) + " (shop): ended\n"))
+        << outcome.output;
+    EXPECT_TRUE(outcome.output.contains("Cleaned 2 of 2, ~")) << outcome.output;
+    EXPECT_FALSE(isRunning(safe.pid()));
+    EXPECT_FALSE(isRunning(safeToo.pid()));
+    for (const Stray* other : {&isProtected, &listening, &leader, &ignored, &onTerminal}) {
+        EXPECT_TRUE(isRunning(other->pid())) << outcome.output;
+    }
+    EXPECT_EQ(eventsOf(home).size(), 2U);
+}
+
+TEST(Clean, saysWhenThereIsNothingToClean) {
+    const VintrelHome home;
+    const Stray young({.argv = {"vitest"}});
+    letStraysAge();
+    const auto outcome = home.run({"clean"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.output, "No unprotected safe-to-clean processes.\n");
+    EXPECT_EQ(outcome.errors, "");
+    EXPECT_FALSE(std::filesystem::exists(home.path() / "data"));
+}
+
+TEST(Clean, waitsOnceForAll) {
+    const VintrelHome home;
+    home.writeSettings(everybodyIsOld);
+    std::list<Stray> strays;
+    for (int count = 0; count < 20; ++count) {
+        strays.emplace_back(StrayOptions{.argv = {"vitest"}, .ignoresTerm = true});
+    }
+    letStraysAge();
+    const auto start = std::chrono::steady_clock::now();
+    const auto outcome = home.run({"clean"});
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10))
+        << "twenty would take forty";
+    EXPECT_EQ(outcome.status, 0) << outcome.output;
+    EXPECT_TRUE(outcome.output.contains("Cleaned 20 of 20, ~")) << outcome.output;
+    for (const Stray& stray : strays) {
+        EXPECT_FALSE(isRunning(stray.pid()));
+    }
+    EXPECT_EQ(eventsOf(home).size(), 20U);
+}
+
+TEST(Clean, refusesWithoutLsof) {
+    const VintrelHome home;
+    home.writeSettings(everybodyIsOld);
+    const Stray stray({.argv = {"vitest"}});
+    letStraysAge();
+    const auto outcome = home.run({"clean"}, withLsof(home.folder().write("nothing", "")));
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.output, "");
+    EXPECT_EQ(outcome.errors, "vintrel: lsof could not be run: projects and ports are unknown\n"
+                              "vintrel: without lsof, what is protected is unknown; nothing was ended\n");
+    EXPECT_TRUE(isRunning(stray.pid()));
+    EXPECT_TRUE(eventsOf(home).empty());
+}
+
+TEST(Clean, refusesWithSettingsThatCannotBeHad) {
+    const VintrelHome home;
+    const Stray stray({.argv = {"vitest"}, .cwd = home.folder().makeFolder("mine")});
+    letStraysAge();
+    home.writeSettings(std::string(everybodyIsOld) + "protectedProjects=\"~/mine\n");
+    const auto outcome = home.run({"clean"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.output, "");
+    EXPECT_EQ(outcome.errors, "vintrel: the settings in " +
+                                  (home.path() / "config/Vintrel/Vintrel.conf").string() +
+                                  " are damaged; what is protected is unknown, and nothing was ended\n");
+    EXPECT_TRUE(isRunning(stray.pid()));
+}
+
+TEST(Clean, refusesWhenFoldersThatProtectCannotBeLookedAt) {
+    const VintrelHome home;
+    const Stray stray({.argv = {"vitest"}, .cwd = home.folder().makeFolder("elsewhere/mine")});
+    std::filesystem::create_directory_symlink(home.path() / "elsewhere/mine", home.path() / "mine");
+    letStraysAge();
+    const auto hangs = withLsofScript(home, "[ \"$1\" = -b ] && exec $REAL \"$@\"\nexec sleep 60\n");
+    home.writeSettings(std::string(everybodyIsOld) + "protectedProjects=~/mine\n");
+    const auto outcome = home.run({"clean"}, hangs);
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.errors,
+              "vintrel: a mount does not answer; what is protected is unknown, and nothing was ended\n");
+    EXPECT_TRUE(isRunning(stray.pid()));
+}
+
+TEST(Clean, sparesWhatItCannotPlaceWhereRulesGoByFolders) {
+    const VintrelHome home;
+    const Stray stray({.argv = {"vitest"}, .cwd = home.folder().makeFolder("mine")});
+    letStraysAge();
+    const auto tellsNoFolders =
+        withLsofScript(home, "case \" $* \" in *\" cwd \"*) exit 1;; esac\nexec $REAL \"$@\"\n");
+    for (const char* rule : {"protectedProjects=~/mine\n", "ignoredNames=vitest @ ~/mine\n"}) {
+        home.writeSettings(std::string(everybodyIsOld) + rule);
+        EXPECT_EQ(home.run({"clean"}, tellsNoFolders).output, "No unprotected safe-to-clean processes.\n");
+        EXPECT_TRUE(isRunning(stray.pid()));
+    }
+    home.writeSettings(everybodyIsOld);
+    EXPECT_EQ(home.run({"clean"}, tellsNoFolders).status, 0) << "nothing goes by folders";
+    EXPECT_FALSE(isRunning(stray.pid()));
+    ASSERT_EQ(eventsOf(home).size(), 1U);
+    EXPECT_EQ(eventsOf(home)[0].projectLabel, "—");
+}
+
+TEST(Clean, ctrlCDuringTheWaitRecordsWholeEventsOfWhoeverHasEnded) {
+    const VintrelHome home;
+    home.writeSettings(everybodyIsOld);
+    const Stray polite({.argv = {"vitest"}});
+    const Stray stubborn({.argv = {"vitest"}, .ignoresTerm = true});
+    letStraysAge();
+    Process program({.argv = {VINTREL_PROGRAM, "clean"}, .environment = home.environment()});
+    ASSERT_TRUE(eventually([&] { return !isRunning(polite.pid()); }));
+    program.signal(SIGINT);
+    const auto output = program.readAll();
+    EXPECT_EQ(program.wait(), -SIGINT);
+    EXPECT_TRUE(output.contains("Cleaned 1 of 2, ~")) << output;
+    EXPECT_TRUE(isRunning(stubborn.pid())) << "nobody is forced before the grace period is over";
+    EXPECT_EQ(eventsOf(home).size(), 1U);
+}
+
+TEST(Clean, aReaderThatHasGoneDoesNotCostTheRecord) {
+    const VintrelHome home;
+    home.writeSettings(everybodyIsOld);
+    const Stray stray({.argv = {"vitest"}});
+    letStraysAge();
+    const auto outcome = home.run({}, {"/bin/sh", "-c", "\"$0\" clean | true"});
+    EXPECT_EQ(outcome.errors, "");
+    EXPECT_TRUE(eventually([&] { return eventsOf(home).size() == 1; }));
+    EXPECT_FALSE(isRunning(stray.pid()));
+}
