@@ -3,12 +3,11 @@
 #include "VintrelCore/scan/IgnoreRule.h"
 #include "VintrelCore/scan/ScanCore.h"
 #include "VintrelCore/scan/SnapshotRecord.h"
-#include "bench/Allocations.h"
 #include "bench/GrowthReporter.h"
+#include "bench/Measuring.h"
 #include "bench/Snapshot.h"
 
 #include <cstddef>
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,6 +17,7 @@
 namespace {
 
 using namespace VintrelCore;
+using Bench::measure;
 namespace Snapshot = Bench::Snapshot;
 
 constexpr size_t snapshotLines = 100'000;
@@ -25,21 +25,6 @@ constexpr size_t snapshotLines = 100'000;
 const std::string& snapshot() {
     static const std::string output = Snapshot::psOutput(snapshotLines);
     return output;
-}
-
-/// Runs `work` again and again; reports how many of `units` it does a second, and allocations for each.
-template <typename Work>
-void measure(benchmark::State& state, size_t units, const char* unit, Work work) {
-    uint64_t allocations = 0;
-    for ([[maybe_unused]] auto _ : state) {
-        const uint64_t before = Bench::allocationCount();
-        auto result = work();
-        allocations += Bench::allocationCount() - before;
-        benchmark::DoNotOptimize(result);
-    }
-    const auto total = static_cast<double>(units) * static_cast<double>(state.iterations());
-    state.counters[std::string(unit) + "s/s"] = benchmark::Counter(total, benchmark::Counter::kIsRate);
-    state.counters[std::string("allocations/") + unit] = static_cast<double>(allocations) / total;
 }
 
 ScanCore::EnumerateOptions withoutTools() {
