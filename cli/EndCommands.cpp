@@ -28,13 +28,14 @@ std::vector<Ending> endAll(const Items& items, int interrupt) {
     const Output::Progress progress("Ending " + std::to_string(items.size()) +
                                     (items.size() == 1 ? " process…" : " processes…"));
     // An engine that does not answer would take its whole deadline; asked only when it matters.
-    const KillCore::World world{.interrupt = interrupt};
+    KillCore::World world;
+    world.interrupt = interrupt;
     const bool anyInContainer = std::ranges::any_of(items, world.isInContainerHere);
     const auto owners = anyInContainer ? DockerService::containerOwners(interrupt) : DockerCore::OwnerMap();
     const auto results = KillCore::killAll(items, owners, world);
-    std::vector<Ending> endings;
+    std::vector<Ending> endings(items.size());
     for (size_t index = 0; index < items.size(); ++index) {
-        endings.push_back({.item = items[index], .result = results[index]});
+        endings[index] = {.item = items[index], .result = results[index]};
     }
     return endings;
 }

@@ -68,7 +68,7 @@ bool write(const std::string& path, std::string_view bytes) {
     static_cast<void>(File::makeFolders(folder)); // without it, the next step fails
     std::string name = path + "." + std::string(placeholder) + std::string(ending);
     // The new file is the user's alone, whatever the mask.
-    FileDescriptor file(::mkostemps(name.data(), static_cast<int>(ending.size()), O_CLOEXEC));
+    const FileDescriptor file(::mkostemps(name.data(), static_cast<int>(ending.size()), O_CLOEXEC));
     if (!file) {
         return false;
     }

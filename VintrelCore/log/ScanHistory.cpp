@@ -20,7 +20,7 @@ ScanHistory ScanHistory::recording(std::span<const Observation> observations) co
     ScanHistory next(m_windowDepth);
     next.m_series.reserve(observations.size());
     for (const Observation& observation : observations) {
-        Key key{.pid = observation.pid, .startTime = observation.startTime};
+        const Key key{.pid = observation.pid, .startTime = observation.startTime};
         const auto before = m_series.find(key);
         std::vector<double> samples = before != m_series.end() ? before->second : std::vector<double>();
         samples.push_back(observation.cpuPercent);

@@ -89,7 +89,7 @@ public:
 private:
     template <typename Action>
     void forUndecided(const Action& action) {
-        for (RowEnding& row : m_rows) {
+        for (RowEnding& row : m_rows) { // NOLINT(misc-const-correctness): most actions change it
             if (!row.isDecided()) {
                 std::invoke(action, row);
             }

@@ -5,8 +5,8 @@
 #include "tests/torture/Recycling.h"
 
 #include "VintrelCore/terminate/KillCore.h"
-#include "tests/torture/NamespacedRun.h"
 #include "tests/support/WithoutProcessDescriptors.h"
+#include "tests/torture/NamespacedRun.h"
 
 #include <array>
 #include <cerrno>
