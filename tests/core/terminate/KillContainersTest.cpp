@@ -1,8 +1,10 @@
 // Processes in containers are stopped through the engine's client; here a script stands in for it.
 #include "VintrelCore/terminate/KillCore.h"
 #include "tests/core/terminate/Subject.h"
+#include "tests/support/Process.h"
 #include "tests/support/TemporaryFolder.h"
 
+#include <array>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -11,7 +13,9 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <signal.h>
+#include <unistd.h>
 
 using namespace VintrelCore;
 using namespace VintrelTests;
@@ -208,4 +212,27 @@ TEST_F(EndingContainers, andOrdinaryProcessesInOneBatch) {
     expectUntouched(willing);
     EXPECT_EQ(ordinary.wait(), 0);
     EXPECT_EQ(refusing.wait(), 0);
+}
+
+TEST_F(EndingContainers, interruptedWhileItStopsIsNotSignalledEither) {
+    Subject subject(OnSIGTERM::leaves);
+    std::array<int, 2> ends{};
+    ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
+    const VintrelCore::FileDescriptor reading(ends[0]);
+    const VintrelCore::FileDescriptor writing(ends[1]);
+    World interruptible = world(300, "exec sleep 30");
+    interruptible.interrupt = reading.get();
+    // The client runs once it has noted its words.
+    Process interrupter({.argv = {"/bin/sh", "-c",
+                                  "until [ -s calls ]; do sleep 0.02; done; echo ! >/proc/" +
+                                      std::to_string(::getpid()) + "/fd/" + std::to_string(writing.get())},
+                         .cwd = m_folder.path()});
+    KillResult result;
+    const double seconds =
+        secondsOf([&] { result = endOne(itemOf(subject), interruptible, {{subject.pid(), "web"}}); });
+    EXPECT_LT(seconds, 20);
+    EXPECT_EQ(result.outcome, KillOutcome::notKilled);
+    EXPECT_EQ(result.detail, KillDetail::interrupted);
+    EXPECT_EQ(result.left, std::vector<int32_t>{subject.pid()});
+    expectUntouched(subject);
 }
