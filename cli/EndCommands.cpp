@@ -1,7 +1,7 @@
 #include "cli/EndCommands.h"
 
+#include "Vintrel/startup/Interrupt.h"
 #include "VintrelCore/VintrelCore.h"
-#include "cli/Interrupt.h"
 #include "cli/Output.h"
 #include "cli/Scanning.h"
 
@@ -57,11 +57,11 @@ int report(std::span<const Ending> endings, const CwdResolver::CwdMap& cwds) {
     }
     const int status = Output::finish(text + CLIEnding::closingLine(endings));
     const bool anyLeft = std::ranges::any_of(
-        endings, [](const Ending& ending) { return CLIEnding::isLeftRunning(ending.result); });
+        endings, [](const Ending& ending) { return KillCore::isLeftRunning(ending.result); });
     return anyLeft ? EXIT_FAILURE : status;
 }
 
-int endWhatIsChosen(const CLIScan::Rules& rules, const Choice& choose, int interrupt) {
+int endWhatIsChosen(const ScanRules& rules, const Choice& choose, int interrupt) {
     const CLIScan::Result scan = CLIScan::scan(rules, {.interrupt = interrupt});
     if (scan.interrupted || !isUsable(scan)) {
         return EXIT_FAILURE;
@@ -79,7 +79,7 @@ int endWhatIsChosen(const CLIScan::Rules& rules, const Choice& choose, int inter
     return report(endings, scan.cwds);
 }
 
-int end(const CLIScan::Rules& rules, const Choice& choose) {
+int end(const ScanRules& rules, const Choice& choose) {
     int status = EXIT_FAILURE;
     interruptibly([&](int interrupt) { status = endWhatIsChosen(rules, choose, interrupt); });
     return status;
@@ -97,7 +97,7 @@ int kill(int32_t pid, const Settings& settings) {
 
 int clean(const Settings& settings) {
     return end(settings.rules, [&settings](const CLIScan::Result& scan) -> Choice::result_type {
-        if (const auto reason = CLIEnding::reasonNotToClean(scan, settings.problem)) {
+        if (const auto reason = reasonNotToClean(scan.faults, settings.rules, settings.problem)) {
             return std::unexpected(*reason);
         }
         return CLIEnding::itemsToClean(scan);

@@ -1,17 +1,16 @@
 #include "cli/Scanning.h"
 
-#include "cli/Interrupt.h"
+#include "Vintrel/startup/Interrupt.h"
 #include "cli/Output.h"
 
 bool isUsable(const VintrelCore::CLIScan::Result& scan) {
-    if (scan.psFailed) {
-        Output::complain("ps could not be run: no processes are known");
-        return false;
+    const auto complaint = complaintAboutPS(scan.faults);
+    if (complaint) {
+        Output::complain(*complaint);
+    } else if (const auto lesser = complaintAboutLsof(scan.faults)) {
+        Output::complain(*lesser);
     }
-    if (scan.lsofFailed) {
-        Output::complain("lsof could not be run: projects and ports are unknown");
-    }
-    return true;
+    return !complaint;
 }
 
 void interruptibly(const std::function<void(int interrupt)>& action) {

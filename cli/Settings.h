@@ -1,13 +1,13 @@
 #pragma once
 
-#include "VintrelCore/command/CLIScan.h"
+#include "VintrelCore/scan/ScanRules.h"
 
 #include <optional>
 #include <string>
 
 /// The user's settings, as far as the command line goes by them.
 struct Settings {
-    VintrelCore::CLIScan::Rules rules{};
+    VintrelCore::ScanRules rules{};
     /// Why the stored ones could not be had, in a sentence for people; the rules are then the defaults.
     std::optional<std::string> problem{};
 

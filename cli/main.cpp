@@ -1,3 +1,4 @@
+#include "Vintrel/startup/ProcessState.h"
 #include "VintrelCore/VintrelCore.h"
 #include "cli/EndCommands.h"
 #include "cli/Output.h"
@@ -8,10 +9,6 @@
 #include <cstdlib>
 #include <string>
 #include <vector>
-
-#include <fcntl.h>
-#include <signal.h>
-#include <unistd.h>
 
 namespace {
 
@@ -49,21 +46,6 @@ int run(const CLICore::Command& command) {
         return EndCommands::kill(command.pid, Settings::load());
     }
     return EXIT_FAILURE;
-}
-
-/// Mends what whoever started the program may have left in a state that the core does not expect.
-void prepareProcess() {
-    int opened = 0;
-    while (opened >= 0 && opened <= STDERR_FILENO) { // fills closed standard descriptors, lowest first
-        opened = ::open("/dev/null", O_RDWR);
-    }
-    if (opened > STDERR_FILENO) {
-        ::close(opened);
-    }
-    ::signal(SIGCHLD, SIG_DFL); // ignored, it would lose the exit status of every tool
-    ::signal(SIGXFSZ,
-             SIG_IGN); // a file that may not grow is a failure to write it, not the end of the program
-    Platform::limitDescriptors();
 }
 
 } // namespace

@@ -23,12 +23,13 @@ struct Child {
 /// Starts `executable` (an absolute path; no shell, no search) with `arguments` behind its own name.
 ///
 /// The child inherits standard input, has its standard output on a pipe, its standard error on the null
-/// device and no other descriptor; default signal actions, nothing blocked, a process group of its own.
-/// `environment` holds NAME=value entries. Costs what a vfork does, however much memory the caller has.
-/// Absent when it could not start.
+/// device (or, if wished, on that pipe) and no other descriptor; default signal actions, nothing blocked, a
+/// process group of its own. `environment` holds NAME=value entries. Costs what a vfork does, however much
+/// memory the caller has. Absent when it could not start.
 [[nodiscard]] std::optional<Child> start(const std::string& executable,
                                          std::span<const std::string> arguments,
-                                         std::span<const std::string> environment);
+                                         std::span<const std::string> environment,
+                                         bool isToTellErrors = false);
 
 /// The environment that tools run in: this process's own, less what would change the form of their output,
 /// with UTF-8 as character encoding and a point as decimal separator.

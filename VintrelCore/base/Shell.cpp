@@ -31,8 +31,22 @@ int millisecondsUntil(Clock::time_point when, Clock::time_point now) {
 
 } // namespace
 
+Fault Outcome::fault() const {
+    if (interrupted) {
+        return Fault::none;
+    }
+    if (!launched) {
+        return Fault::notLaunched;
+    }
+    if (deadlineMissed) {
+        return Fault::tooSlow;
+    }
+    return completed() ? Fault::none : Fault::broken;
+}
+
 Run::Run(const Command& command)
-    : m_child(ChildProcess::start(command.executable, command.arguments, ChildProcess::toolEnvironment())),
+    : m_child(ChildProcess::start(command.executable, command.arguments, ChildProcess::toolEnvironment(),
+                                  command.isToTellErrors)),
       m_wakeAt(Clock::now() + command.deadline) {
     m_outcome.launched = m_child.has_value();
     if (!m_child) {
@@ -232,6 +246,10 @@ void await(std::span<Run* const> runs, const Run* until, int interrupt) {
 }
 
 Outcome runToOutcome(const Command& command, int interrupt) {
+    pollfd interruption{.fd = interrupt, .events = POLLIN, .revents = 0};
+    if (interrupt >= 0 && ::poll(&interruption, 1, 0) > 0) {
+        return {.interrupted = true};
+    }
     Run run(command);
     Run* const runs[] = {&run};
     await(runs, nullptr, interrupt);

@@ -33,6 +33,15 @@ struct Command {
     std::string executable; ///< an absolute path
     std::vector<std::string> arguments{};
     std::chrono::milliseconds deadline = defaultDeadline;
+    bool isToTellErrors = false; ///< what it writes to its standard error joins the output
+};
+
+/// Why what a tool had to say is missing.
+enum class Fault {
+    none,
+    notLaunched, ///< there is no such program
+    tooSlow,     ///< it missed its deadline
+    broken,      ///< it was ended by a signal, or wrote too much
 };
 
 /// What became of a tool.
@@ -49,6 +58,9 @@ struct Outcome {
     [[nodiscard]] bool completed() const {
         return exitStatus && !deadlineMissed && !outputTooLarge && !interrupted;
     }
+
+    /// None when it ran to its own end, and when the caller stopped it.
+    [[nodiscard]] Fault fault() const;
 
     /// It ran to its own end with exit status 0.
     [[nodiscard]] bool ok() const { return completed() && *exitStatus == 0; }
@@ -110,7 +122,7 @@ struct Result {
 [[nodiscard]] Result run(const std::string& executable, const std::vector<std::string>& arguments,
                          std::chrono::milliseconds deadline = defaultDeadline);
 
-/// The same, with all that is known about how it ended.
+/// The same, with all that is known about how it ended. After the interrupt, nothing is started.
 [[nodiscard]] Outcome runToOutcome(const Command& command, int interrupt = -1);
 
 } // namespace VintrelCore::Shell

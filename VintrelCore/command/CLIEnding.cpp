@@ -3,6 +3,7 @@
 #include "VintrelCore/base/Saturating.h"
 #include "VintrelCore/base/UnicodeText.h"
 #include "VintrelCore/command/CLICore.h"
+#include "VintrelCore/log/CleanLog.h"
 
 #include <algorithm>
 #include <iterator>
@@ -12,31 +13,7 @@ namespace VintrelCore::CLIEnding {
 
 namespace {
 
-using KillCore::KillDetail;
-using KillCore::KillOutcome;
-using KillCore::KillResult;
-
-std::string_view inWords(KillDetail detail) {
-    switch (detail) {
-    case KillDetail::containerStopped:
-        return "container stopped";
-    case KillDetail::ended:
-        return "ended";
-    case KillDetail::stillThere:
-        return "still there, even after being forced";
-    case KillDetail::alreadyGone:
-        return "already gone";
-    case KillDetail::notTheSame:
-        return "no longer the same process, left alone";
-    case KillDetail::notPermitted:
-        return "not permitted";
-    case KillDetail::refused:
-        return "refused";
-    case KillDetail::interrupted:
-        return "still running when the wait was interrupted";
-    }
-    return {};
-}
+using KillCore::isCleaned;
 
 std::string joined(std::span<const int32_t> pids) {
     std::string list;
@@ -77,35 +54,13 @@ std::vector<ProcessItem> itemsToClean(const CLIScan::Result& scan) {
     return items;
 }
 
-std::optional<std::string> reasonNotToClean(const CLIScan::Result& scan,
-                                            const std::optional<std::string>& preferencesProblem) {
-    if (preferencesProblem) {
-        return *preferencesProblem + "; what is protected is unknown, and nothing was ended";
-    }
-    if (scan.lsofFailed) {
-        return "without lsof, what is protected is unknown; nothing was ended";
-    }
-    if (scan.protectionUnknown) {
-        return "a mount does not answer; what is protected is unknown, and nothing was ended";
-    }
-    return std::nullopt;
-}
-
-bool isCleaned(const KillResult& result) {
-    return result.outcome == KillOutcome::confirmed && !isLeftRunning(result);
-}
-
-bool isLeftRunning(const KillResult& result) {
-    return !result.left.empty();
-}
-
 std::string resultLine(const Ending& ending, const CwdResolver::CwdMap& cwds) {
     std::string line =
         UnicodeText::printable(ending.item.displayLabel()) + " " + std::to_string(ending.item.pid);
     if (const ProcessCwd* const cwd = cwdOf(ending.item, cwds)) {
         line += " (" + UnicodeText::printable(cwd->label) + ")";
     }
-    line += ": " + std::string(inWords(ending.result.detail));
+    line += ": " + std::string(KillCore::inWords(ending.result.detail));
     std::vector<int32_t> others = ending.result.left; // what is folded into the row
     std::erase(others, ending.item.pid);
     if (!others.empty()) {
@@ -132,11 +87,7 @@ std::vector<CleanEvent> cleanEvents(std::span<const Ending> endings, const CwdRe
     std::vector<CleanEvent> events;
     for (const Ending& ending : endings) {
         if (isCleaned(ending.result)) {
-            const ProcessCwd* const cwd = cwdOf(ending.item, cwds);
-            events.push_back({.kind = std::string(label(ending.item.kind)),
-                              .projectLabel = cwd != nullptr ? cwd->label : "—",
-                              .rssKB = ending.item.rssKB,
-                              .timestamp = now});
+            events.push_back(CleanLog::makeCleanEvent(ending.item, cwds, now));
         }
     }
     return events;

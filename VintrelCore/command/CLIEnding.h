@@ -7,7 +7,6 @@
 
 #include <cstdint>
 #include <expected>
-#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -21,11 +20,6 @@ namespace VintrelCore::CLIEnding {
 /// What "clean" ends: the safe candidates whose project is not protected.
 [[nodiscard]] std::vector<ProcessItem> itemsToClean(const CLIScan::Result& scan);
 
-/// Why nothing may be swept: a fact that protects is missing. `preferencesProblem` is what is wrong with the
-/// settings, if anything.
-[[nodiscard]] std::optional<std::string>
-reasonNotToClean(const CLIScan::Result& scan, const std::optional<std::string>& preferencesProblem);
-
 /// What "clean" says when there is nothing to end.
 inline constexpr std::string_view nothingToClean = "No unprotected safe-to-clean processes.";
 
@@ -34,12 +28,6 @@ struct Ending {
     ProcessItem item;
     KillCore::KillResult result;
 };
-
-/// Whether it counts as cleaned: the sequence ran, and nothing of the item is known to be left.
-[[nodiscard]] bool isCleaned(const KillCore::KillResult& result);
-
-/// Whether anything of what was asked for may still run.
-[[nodiscard]] bool isLeftRunning(const KillCore::KillResult& result);
 
 /// "Vite 4242 (shop): ended".
 [[nodiscard]] std::string resultLine(const Ending& ending, const CwdResolver::CwdMap& cwds);

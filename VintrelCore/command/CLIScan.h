@@ -5,8 +5,9 @@
 #include "VintrelCore/model/ProcessItem.h"
 #include "VintrelCore/platform/Platform.h"
 #include "VintrelCore/scan/ScanCore.h"
+#include "VintrelCore/scan/ScanFaults.h"
+#include "VintrelCore/scan/ScanRules.h"
 
-#include <set>
 #include <string>
 #include <vector>
 
@@ -14,15 +15,6 @@
 /// each other run at the same time: ps and lsof's listeners first, and lsof's working directories as soon as
 /// ps is done.
 namespace VintrelCore::CLIScan {
-
-/// The user's settings that a scan goes by, as the preferences store them.
-struct Rules {
-    double elapsedThreshold = ScanCore::defaultElapsedThreshold; ///< seconds
-    std::vector<std::string> ignoredNames{}; ///< ignore rules as text, with or without a path
-    std::vector<std::string> protectedProjects{};
-    std::set<ProcessKind> disabledKinds{};
-    std::vector<CustomRule> customRules{};
-};
 
 /// The outside world of a scan.
 struct World {
@@ -36,12 +28,10 @@ struct Result {
     std::vector<ProcessItem> items{};
     CwdResolver::CwdMap cwds{};
     ScanCore::PIDSet protectedPIDs{}; ///< whose working directory belongs to a protected project
-    bool psFailed = false;            ///< nothing is known: ps could not be run or missed its deadline
-    bool lsofFailed = false;          ///< projects or ports are unknown, and with them some of what protects
-    bool protectionUnknown = false;   ///< lsof hung at first, and folders that protect could not be looked at
-    bool interrupted = false;         ///< stopped on request; every tool has ended
+    ScanFaults faults{};
+    bool interrupted = false; ///< stopped on request; every tool has ended
 };
 
-[[nodiscard]] Result scan(const Rules& rules, const World& world = {});
+[[nodiscard]] Result scan(const ScanRules& rules, const World& world = {});
 
 } // namespace VintrelCore::CLIScan

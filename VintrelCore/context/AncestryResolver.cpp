@@ -11,12 +11,6 @@
 
 namespace VintrelCore::AncestryResolver {
 
-namespace {
-
-constexpr std::chrono::seconds deadline{5};
-
-}
-
 std::string compactLabel(std::string_view text) {
     const std::string_view last = Path::lastComponent(text);
     return std::string(last.empty() ? text : last);
@@ -33,13 +27,19 @@ std::optional<Entry> parseLine(std::string_view line) {
     return Entry{.pid = *pid, .node = {.ppid = *ppid, .label = compactLabel(command)}};
 }
 
+Shell::Command psCommand() {
+    constexpr std::chrono::seconds deadline{5};
+    return {
+        .executable = Platform::psPath(), .arguments = {"-axo", "pid=,ppid=,comm="}, .deadline = deadline};
+}
+
 ProcessTable processTable(const std::optional<std::string_view>& psOutput) {
-    Shell::Result own;
+    Shell::Outcome own;
     if (!psOutput) {
-        own = Shell::run(Platform::psPath(), {"-axo", "pid=,ppid=,comm="}, deadline);
+        own = Shell::runToOutcome(psCommand());
     }
     ProcessTable table;
-    std::string_view rest = psOutput.value_or(own.ok ? own.output : std::string_view());
+    std::string_view rest = psOutput.value_or(own.ok() ? own.output : std::string_view());
     while (const auto line = Text::takeLine(rest)) {
         if (auto entry = parseLine(*line)) {
             table.insert_or_assign(entry->pid, std::move(entry->node));

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "VintrelCore/base/Shell.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -31,6 +33,9 @@ struct Entry {
 
 /// All processes by pid. ps runs only without prepared output; empty when it fails.
 [[nodiscard]] ProcessTable processTable(const std::optional<std::string_view>& psOutput = std::nullopt);
+
+/// The command behind it, for callers that want to be able to stop it.
+[[nodiscard]] Shell::Command psCommand();
 
 /// One line of "pid ppid command"; absent when it is malformed.
 [[nodiscard]] std::optional<Entry> parseLine(std::string_view line);

@@ -29,11 +29,7 @@ void dropDeletedEnding(std::string& directory, bool mayTouchFiles) {
 } // namespace
 
 std::vector<std::string> lsofArguments(std::span<const int32_t> pids) {
-    std::string list;
-    for (const int32_t pid : pids) {
-        list += (list.empty() ? "" : ",") + std::to_string(pid);
-    }
-    return {"-a", "-p", list, "-d", "cwd", "-Fpn"};
+    return {"-a", "-p", Lsof::list(pids), "-d", "cwd", "-Fpn"};
 }
 
 std::string runLSOF(std::span<const int32_t> pids) {

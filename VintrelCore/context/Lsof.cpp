@@ -41,11 +41,19 @@ Answer Query::finish(int interrupt) {
         careful.arguments.insert(careful.arguments.begin(), {"-b", "-w"});
         outcome = Shell::runToOutcome(careful, interrupt);
     }
-    const bool failed = !outcome.completed();
+    const Shell::Fault fault = outcome.fault();
     return {.output = std::move(outcome.output),
-            .failed = failed,
+            .fault = fault,
             .metDeadMount = hung,
             .interrupted = outcome.interrupted};
+}
+
+std::string list(std::span<const int32_t> pids) {
+    std::string list;
+    for (const int32_t pid : pids) {
+        list += (list.empty() ? "" : ",") + std::to_string(pid);
+    }
+    return list;
 }
 
 std::string unescaped(std::string_view name) {

@@ -2,6 +2,8 @@
 
 #include "VintrelCore/base/Shell.h"
 
+#include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,7 +17,8 @@ namespace VintrelCore::Lsof {
 
 struct Answer {
     std::string output;
-    bool failed = false; ///< lsof could not be run or missed its deadlines; its exit status says nothing
+    Shell::Fault fault =
+        Shell::Fault::none; ///< it missed both of its deadlines; its exit status says nothing
     bool metDeadMount =
         false; ///< it hung until it was told to avoid whatever can block, as files there would
     bool interrupted = false;
@@ -39,6 +42,9 @@ private:
     Shell::Command m_command;
     Shell::Run m_run;
 };
+
+/// Pids in the form of the option -p.
+[[nodiscard]] std::string list(std::span<const int32_t> pids);
 
 /// Asks and waits.
 [[nodiscard]] Answer ask(std::vector<std::string> arguments);

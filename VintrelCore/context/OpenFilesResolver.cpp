@@ -69,11 +69,15 @@ std::vector<OpenFile> parseOpenFiles(std::string_view lsofOutput) {
     return files;
 }
 
+std::vector<std::string> lsofArguments(std::span<const int32_t> pids) {
+    return {"-p", Lsof::list(pids), "-Fftn"};
+}
+
 OpenFileList openFiles(int32_t forPID, const std::optional<std::string_view>& lsofOutput,
                        const std::optional<std::string>& home, size_t cap) {
     std::string own;
     if (!lsofOutput && forPID > 0) { // what is no number of a process means something else to lsof
-        own = Lsof::ask({"-p", std::to_string(forPID), "-Fftn"}).output;
+        own = Lsof::ask(lsofArguments({&forPID, 1})).output;
     }
     OpenFileList list{.files = parseOpenFiles(lsofOutput.value_or(own))};
     if (list.files.size() > cap) {

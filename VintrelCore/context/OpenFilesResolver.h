@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -36,6 +37,10 @@ inline constexpr size_t defaultCap = 15;
                                      const std::optional<std::string_view>& lsofOutput = std::nullopt,
                                      const std::optional<std::string>& home = std::nullopt,
                                      size_t cap = defaultCap);
+
+/// The arguments behind it, for callers that ask about several processes or want to be able to stop lsof.
+/// `pids` must not be empty: lsof would list every process of the machine.
+[[nodiscard]] std::vector<std::string> lsofArguments(std::span<const int32_t> pids);
 
 /// Regular files and sockets behind numbered descriptors, each name once, from lsof's field format. Source of
 /// the format: the manual page lsof(8), "output for other programs".

@@ -31,10 +31,14 @@ Arguments withFormat(Arguments arguments, std::string_view format) {
     return arguments;
 }
 
-/// Absent without a client.
-std::optional<Shell::Outcome> outcomeOf(const Arguments& arguments, int interrupt = -1) {
-    const auto client = cliPath();
-    return client ? std::optional(Shell::runToOutcome(command(*client, arguments), interrupt)) : std::nullopt;
+/// Whether a line is a container's number, and not a warning of the client's.
+bool isID(std::string_view line) {
+    return !line.empty() && line.find_first_not_of("0123456789abcdef") == std::string_view::npos;
+}
+
+/// Whether the client says that this account may not talk to the engine. It says so in English, always.
+bool isRefusal(std::string_view errors) {
+    return errors.contains("permission denied");
 }
 
 /// What the client printed; "" when it failed.
@@ -72,17 +76,18 @@ Shell::Command command(std::string client, Arguments arguments) {
 }
 
 Shell::Result run(const Arguments& arguments, int interrupt) {
-    auto outcome = outcomeOf(arguments, interrupt);
-    if (!outcome) {
+    const auto client = cliPath();
+    if (!client) {
         return {};
     }
-    const bool ok = outcome->ok();
-    return {.output = std::move(outcome->output), .ok = ok};
+    Shell::Outcome outcome = Shell::runToOutcome(command(*client, arguments), interrupt);
+    const bool ok = outcome.ok();
+    return {.output = std::move(outcome.output), .ok = ok};
 }
 
-void perform(std::span<const Arguments> commands) {
+void perform(std::span<const Arguments> commands, int interrupt) {
     for (const Arguments& arguments : commands) {
-        static_cast<void>(run(arguments)); // what failed shows in the next listing
+        static_cast<void>(run(arguments, interrupt)); // what failed shows in the next listing
     }
 }
 
@@ -98,35 +103,53 @@ Arguments removeArguments(const std::string& id) {
     return {"rm", id};
 }
 
-std::vector<Container> listContainers() {
-    return DockerCore::parsePS(answerTo(withFormat({"ps"}, DockerCore::psFormat)));
+std::vector<Container> listContainers(int interrupt) {
+    return DockerCore::parsePS(answerTo(withFormat({"ps"}, DockerCore::psFormat), interrupt));
 }
 
-DockerCore::StatsMap containerStats() {
-    return DockerCore::parseStats(answerTo(withFormat({"stats", "--no-stream"}, DockerCore::statsFormat)));
+DockerCore::StatsMap containerStats(int interrupt) {
+    return DockerCore::parseStats(
+        answerTo(withFormat({"stats", "--no-stream"}, DockerCore::statsFormat), interrupt));
+}
+
+std::vector<Container> removeContainer(const std::string& id, int interrupt) {
+    perform(std::array{stopArguments(id), removeArguments(id)}, interrupt);
+    return listContainers(interrupt);
 }
 
 DockerCore::OwnerMap containerOwners(int interrupt) {
-    const std::string listing = answerTo({"ps", "-q"}, interrupt);
+    return askForOwners(interrupt).owners;
+}
+
+OwnersAnswer askForOwners(int interrupt) {
+    const auto client = cliPath();
+    if (!client) {
+        return {};
+    }
+    Shell::Command listing = command(*client, {"ps", "-q"});
+    listing.isToTellErrors = true;
+    const Shell::Outcome listed = Shell::runToOutcome(listing, interrupt);
+    if (!listed.ok()) {
+        return {.engine = isRefusal(listed.output) ? EngineState::notPermitted : EngineState::notAnswering};
+    }
     Arguments inspect = withFormat({"inspect"}, DockerCore::inspectOwnerFormat);
     const size_t without = inspect.size();
-    std::string_view rest = listing;
-    while (const auto id = Text::takeLine(rest)) {
-        inspect.emplace_back(*id);
+    std::string_view rest = listed.output;
+    while (const auto line = Text::takeLine(rest)) {
+        if (isID(*line)) {
+            inspect.emplace_back(*line);
+        }
     }
     if (inspect.size() == without) {
-        return {};
+        return {.engine = EngineState::answering};
     }
     // Whatever its exit status: one container that went away in between must not hide the others. But not
     // when it was cut off: half a name is another container's.
-    const auto outcome = outcomeOf(inspect, interrupt);
-    return outcome && outcome->completed() ? DockerCore::parseContainerOwners(outcome->output)
-                                           : DockerCore::OwnerMap();
-}
-
-std::vector<Container> removeContainer(const std::string& id) {
-    perform(std::array{stopArguments(id), removeArguments(id)});
-    return listContainers();
+    const auto outcome = Shell::runToOutcome(command(*client, inspect), interrupt);
+    if (!outcome.completed()) {
+        return {.engine = EngineState::notAnswering};
+    }
+    return {.owners = DockerCore::parseContainerOwners(outcome.output), .engine = EngineState::answering};
 }
 
 } // namespace VintrelCore::DockerService

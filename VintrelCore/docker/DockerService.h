@@ -40,7 +40,7 @@ cliPath(std::span<const std::string_view> candidates = Platform::dockerCandidate
 [[nodiscard]] Shell::Result run(const Arguments& arguments, int interrupt = -1);
 
 /// Runs each of `commands` in turn, whatever becomes of the ones before.
-void perform(std::span<const Arguments> commands);
+void perform(std::span<const Arguments> commands, int interrupt = -1);
 
 // What to ask the client for.
 
@@ -49,15 +49,31 @@ void perform(std::span<const Arguments> commands);
 [[nodiscard]] Arguments removeArguments(const std::string& id);
 
 /// The running containers.
-[[nodiscard]] std::vector<Container> listContainers();
+[[nodiscard]] std::vector<Container> listContainers(int interrupt = -1);
 
 /// What each running container uses.
-[[nodiscard]] DockerCore::StatsMap containerStats();
+[[nodiscard]] DockerCore::StatsMap containerStats(int interrupt = -1);
+
+/// Stops a container and removes it; then, the running containers.
+std::vector<Container> removeContainer(const std::string& id, int interrupt = -1);
 
 /// Which processes are the first ones of running containers. `interrupt` as for `run`.
 [[nodiscard]] DockerCore::OwnerMap containerOwners(int interrupt = -1);
 
-/// Stops a container and removes it; then, the running containers.
-std::vector<Container> removeContainer(const std::string& id);
+/// How the client's engine took a question.
+enum class EngineState {
+    absent, ///< there is no client
+    answering,
+    notAnswering, ///< it is not there, or too slow
+    notPermitted, ///< this account may not use it
+};
+
+struct OwnersAnswer {
+    DockerCore::OwnerMap owners{};
+    EngineState engine = EngineState::absent;
+};
+
+/// `containerOwners`, and how the engine took it.
+[[nodiscard]] OwnersAnswer askForOwners(int interrupt = -1);
 
 } // namespace VintrelCore::DockerService

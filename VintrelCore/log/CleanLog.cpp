@@ -9,6 +9,14 @@
 
 namespace VintrelCore::CleanLog {
 
+CleanEvent makeCleanEvent(const ProcessItem& item, const CwdResolver::CwdMap& cwds, Instant now) {
+    const auto cwd = cwds.find(item.pid);
+    return {.kind = std::string(label(item.kind)),
+            .projectLabel = cwd != cwds.end() ? cwd->second.label : "—",
+            .rssKB = item.rssKB,
+            .timestamp = now};
+}
+
 namespace {
 
 bool isInWindow(Instant timestamp, Instant now, double window) {

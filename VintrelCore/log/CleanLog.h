@@ -1,6 +1,8 @@
 #pragma once
 
+#include "VintrelCore/context/CwdResolver.h"
 #include "VintrelCore/log/CleanEvent.h"
+#include "VintrelCore/model/ProcessItem.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -10,6 +12,10 @@
 
 /// What a list of clean events says. No state.
 namespace VintrelCore::CleanLog {
+
+/// The record of an item that was cleaned at `now`; "—" stands for a project that is not known.
+[[nodiscard]] CleanEvent makeCleanEvent(const ProcessItem& item, const CwdResolver::CwdMap& cwds,
+                                        Instant now);
 
 struct KindCount {
     std::string kind;

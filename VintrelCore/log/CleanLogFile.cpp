@@ -1,6 +1,7 @@
 #include "VintrelCore/log/CleanLogFile.h"
 
 #include "VintrelCore/base/AtomicFile.h"
+#include "VintrelCore/base/DamagedFile.h"
 #include "VintrelCore/base/File.h"
 #include "VintrelCore/base/FileLock.h"
 #include "VintrelCore/log/CleanLog.h"
@@ -8,7 +9,6 @@
 
 #include <cerrno>
 #include <chrono>
-#include <cstdio>
 #include <utility>
 
 #include <sys/stat.h>
@@ -62,67 +62,17 @@ Found find(const std::string& path) {
     return found;
 }
 
-/// A damaged log that is to be replaced, under a name of its own.
-class KeptAside {
-public:
-    explicit KeptAside(const std::string& path) : m_path(path) {
-        constexpr int mostNames = 1'000;
-        for (int number = 1; number <= mostNames && m_name.empty(); ++number) {
-            const std::string name =
-                path + ".damaged" + (number > 1 ? "-" + std::to_string(number) : std::string());
-            m_isSecondName = ::link(path.c_str(), name.c_str()) == 0;
-            // There are file systems without second names.
-            const bool isKept = m_isSecondName || (isFree(name) && ::rename(path.c_str(), name.c_str()) == 0);
-            if (isKept) {
-                m_name = name;
-            } else if (isFree(name)) {
-                return;
-            }
-        }
-    }
-
-    explicit operator bool() const { return !m_name.empty(); }
-
-    void undo() const {
-        if (m_isSecondName) {
-            ::unlink(m_name.c_str());
-        } else if (isFree(m_path)) {
-            ::rename(m_name.c_str(), m_path.c_str());
-        }
-    }
-
-private:
-    static bool isFree(const std::string& name) {
-        struct stat status{};
-        return ::lstat(name.c_str(), &status) != 0;
-    }
-
-    const std::string& m_path;
-    std::string m_name;
-    bool m_isSecondName = false; // the log still has its own, too
-};
-
 /// Puts `events` in the place of what was found there.
 bool replace(const std::string& path, const Found& found, std::span<const CleanEvent> events) {
     const auto text = encode(events);
     if (!text || found.kind == Found::Kind::unreachable) {
         return false;
     }
-    if (found.kind != Found::Kind::damaged) {
-        return AtomicFile::write(path, *text);
-    }
-    const KeptAside kept(path);
-    if (!kept) {
-        return false;
-    }
-    const bool isWritten = AtomicFile::write(path, *text);
-    if (!isWritten) {
-        kept.undo();
-    }
-    return isWritten;
+    return found.kind == Found::Kind::damaged ? DamagedFile::replace(path, *text)
+                                              : AtomicFile::write(path, *text);
 }
 
-/// Replaces the log by what `change` makes of its events; whether it could.
+/// Replaces the log by what `change` makes of what was found; whether it could.
 template <typename Change>
 bool rewrite(const std::string& url, const Change& change) {
     const auto path = AtomicFile::target(url);
@@ -138,7 +88,7 @@ bool rewrite(const std::string& url, const Change& change) {
     constexpr int mostAttempts = 5;
     for (int attempt = 1;; ++attempt) {
         const Found found = find(*path);
-        const std::vector<CleanEvent> events = change(found.events);
+        const std::vector<CleanEvent> events = change(found);
         if (attempt == mostAttempts || found.isStillAt(*path)) {
             return replace(*path, found, events);
         }
@@ -153,20 +103,31 @@ std::string defaultURL() {
 }
 
 std::vector<CleanEvent> load(const std::string& url, int64_t cap) {
-    const auto bytes = File::read(url, largestFile);
-    auto events = bytes ? decode(*bytes) : std::nullopt;
-    return CleanLog::capped(std::move(events).value_or(std::vector<CleanEvent>()), cap);
+    return loadIfWhole(url, cap).value_or(std::vector<CleanEvent>());
+}
+
+std::optional<std::vector<CleanEvent>> loadIfWhole(const std::string& url, int64_t cap) {
+    const auto bytes = File::readOrError(url, largestFile);
+    if (!bytes) {
+        return bytes.error() == ENOENT ? std::optional(std::vector<CleanEvent>()) : std::nullopt;
+    }
+    auto events = decode(*bytes);
+    return events ? std::optional(CleanLog::capped(*std::move(events), cap)) : std::nullopt;
 }
 
 bool save(std::span<const CleanEvent> events, const std::string& url) {
-    return rewrite(url, [events](const std::vector<CleanEvent>&) {
-        return std::vector<CleanEvent>(events.begin(), events.end());
-    });
+    return rewrite(url,
+                   [events](const Found&) { return std::vector<CleanEvent>(events.begin(), events.end()); });
 }
 
-Appended append(std::span<const CleanEvent> newEvents, const std::string& url, int64_t cap) {
+Appended append(std::span<const CleanEvent> newEvents, const std::string& url, int64_t cap,
+                std::span<const CleanEvent> insteadOfDamaged) {
     Appended appended;
-    appended.isSaved = rewrite(url, [&](std::vector<CleanEvent> events) {
+    appended.isSaved = rewrite(url, [&](const Found& found) {
+        std::vector<CleanEvent> events = found.events;
+        if (found.kind == Found::Kind::damaged) {
+            events.assign(insteadOfDamaged.begin(), insteadOfDamaged.end());
+        }
         events.insert(events.end(), newEvents.begin(), newEvents.end());
         appended.events = CleanLog::capped(std::move(events), cap);
         return appended.events;

@@ -26,6 +26,9 @@ inline constexpr int64_t retentionCap = 1'000;
 /// is damaged: then the whole of it counts as empty.
 [[nodiscard]] std::vector<CleanEvent> load(const std::string& url, int64_t cap);
 
+/// The same; absent when there is a file that cannot be read or is damaged.
+[[nodiscard]] std::optional<std::vector<CleanEvent>> loadIfWhole(const std::string& url, int64_t cap);
+
 /// Replaces the log. When false is returned, the file is what it was before.
 bool save(std::span<const CleanEvent> events, const std::string& url);
 
@@ -34,8 +37,10 @@ struct Appended {
     bool isSaved = false;           ///< false when it could not be written, and the file is what it was
 };
 
-/// Adds events to what the file holds now, and keeps the newest `cap`.
-Appended append(std::span<const CleanEvent> newEvents, const std::string& url, int64_t cap);
+/// Adds events to what the file holds now, and keeps the newest `cap`. `insteadOfDamaged` is what a damaged
+/// file is taken to have held.
+Appended append(std::span<const CleanEvent> newEvents, const std::string& url, int64_t cap,
+                std::span<const CleanEvent> insteadOfDamaged = {});
 
 // The form of the file.
 

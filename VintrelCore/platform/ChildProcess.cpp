@@ -39,11 +39,15 @@ std::optional<std::array<FileDescriptor, 2>> openHighPipe() {
 /// What posix_spawn is to do between the start of the child and its program.
 class SpawnSettings {
 public:
-    explicit SpawnSettings(int output) {
+    SpawnSettings(int output, bool isToTellErrors) {
         posix_spawnattr_init(&m_attributes);
         posix_spawn_file_actions_init(&m_actions);
         posix_spawn_file_actions_adddup2(&m_actions, output, STDOUT_FILENO);
-        posix_spawn_file_actions_addopen(&m_actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+        if (isToTellErrors) {
+            posix_spawn_file_actions_adddup2(&m_actions, output, STDERR_FILENO);
+        } else {
+            posix_spawn_file_actions_addopen(&m_actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+        }
         const short flags = Platform::inheritNothingElse(m_actions);
 
         sigset_t all;
@@ -82,7 +86,7 @@ char* asArgument(const std::string& text) {
 } // namespace
 
 std::optional<Child> start(const std::string& executable, std::span<const std::string> arguments,
-                           std::span<const std::string> environment) {
+                           std::span<const std::string> environment, bool isToTellErrors) {
     auto pipe = openHighPipe();
     if (!pipe || ::fcntl((*pipe)[0].get(), F_SETFL, O_NONBLOCK) != 0) {
         return std::nullopt;
@@ -94,7 +98,7 @@ std::optional<Child> start(const std::string& executable, std::span<const std::s
     std::ranges::transform(environment, std::back_inserter(envp), asArgument);
     envp.push_back(nullptr);
 
-    const SpawnSettings settings((*pipe)[1].get());
+    const SpawnSettings settings((*pipe)[1].get(), isToTellErrors);
     pid_t pid = 0;
     if (::posix_spawn(&pid, executable.c_str(), settings.actions(), settings.attributes(), argv.data(),
                       envp.data()) != 0) {

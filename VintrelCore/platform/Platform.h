@@ -47,6 +47,8 @@ struct ProcessRecord {
     ProcStartTime startTime{};
     bool isStopped = false; ///< by a signal; it handles others only once it goes on
     bool isZombie = false;  ///< all of it has ended, and its parent has not looked yet
+    /// Processor time used so far, in seconds; absent where ps itself reports recent use.
+    std::optional<double> usedCPU{};
 
     bool operator==(const ProcessRecord&) const = default;
 };
@@ -74,6 +76,7 @@ struct KernelView {
     /// False where containers are not to be seen in the kernel's records of their processes.
     bool knowsContainers = false;
     int32_t userID = -1;
+    int32_t ownPID = -1; ///< of this program
     std::string ownControlGroup;
     double secondsSinceBoot = 0; ///< no process is older; 0 where it is not known
     /// Absent for a process that is gone or whose records cannot be read.

@@ -2,6 +2,7 @@
 
 #include "VintrelCore/base/Text.h"
 
+#include <algorithm>
 #include <charconv>
 
 namespace VintrelCore::ProcFiles {
@@ -18,6 +19,8 @@ std::optional<Stat> parseStat(std::string_view record) {
     }
     Stat stat{.state = state.front()};
     constexpr int sessionField = 6;
+    constexpr int userTimeField = 14;
+    constexpr int systemTimeField = 15;
     constexpr int threadsField = 20;
     constexpr int startField = 22;
     for (int field = 4; field <= startField; ++field) {
@@ -28,6 +31,8 @@ std::optional<Stat> parseStat(std::string_view record) {
         }
         if (field == sessionField) {
             stat.sessionID = static_cast<int32_t>(*value);
+        } else if (field == userTimeField || field == systemTimeField) {
+            stat.usedTicks += static_cast<uint64_t>(std::max<int64_t>(*value, 0));
         } else if (field == threadsField) {
             stat.threadCount = static_cast<int32_t>(*value);
         } else if (field == startField) {

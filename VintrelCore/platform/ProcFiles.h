@@ -13,6 +13,7 @@ struct Stat {
     char state = '?';
     int32_t sessionID = 0;
     int32_t threadCount = 1;
+    uint64_t usedTicks = 0;  ///< of processor time, its own and the kernel's for it, in clock ticks
     uint64_t startTicks = 0; ///< clock ticks between boot and the start of the process
 };
 

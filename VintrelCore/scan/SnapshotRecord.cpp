@@ -20,6 +20,13 @@ bool isZombie(const ScanCore::PSLine& line, const Platform::KernelView& kernel) 
     return !facts || facts->state == 'Z'; // a living process may call itself so
 }
 
+/// The program's own tools run while ps does, and the engine's client would look like somebody's.
+bool isOwnTool(const ScanCore::PSLine& line, const Platform::KernelView& kernel) {
+    const std::string_view program = line.args.substr(0, line.args.find(' '));
+    const auto clients = Platform::dockerCandidates();
+    return line.ppid == kernel.ownPID && std::ranges::find(clients, program) != clients.end();
+}
+
 /// For a process in its first moments procps may print an age of millions of days, which would make it old.
 /// Nothing is older than the system.
 std::string_view possibleAge(std::string_view etime, const Platform::KernelView& kernel) {
@@ -35,7 +42,7 @@ std::vector<SnapshotRecord> snapshotRecords(std::string_view psOutput, const Pla
     records.reserve(static_cast<size_t>(std::ranges::count(psOutput, '\n')) + 1);
     while (const auto text = Text::takeLine(psOutput)) {
         const auto line = ScanCore::parsePSLine(*text);
-        if (line && !isZombie(*line, kernel)) {
+        if (line && !isOwnTool(*line, kernel) && !isZombie(*line, kernel)) {
             records.push_back({.pid = line->pid,
                                .ppid = line->ppid,
                                .elapsed = std::string(possibleAge(line->etime, kernel)),

@@ -25,8 +25,9 @@ struct SnapshotRecord {
     std::string runnerScript{}; ///< what the shell between a package runner and this process was told to run
 };
 
-/// Turns the raw output of `ScanCore::runPS` into records, in its order: zombies left out, parents corrected
-/// so that 1 means "nobody's child any more", and the shells of package runners folded into them.
+/// Turns the raw output of `ScanCore::runPS` into records, in its order: zombies and this program's own tools
+/// left out, parents corrected so that 1 means "nobody's child any more", and the shells of package runners
+/// folded into them.
 ///
 /// On Linux a bare parent of 1 is wrong both ways. A terminal's orphans go to the user's service manager,
 /// never to process 1; and services, terminal multiplexers and container shims do have parent 1 and are no

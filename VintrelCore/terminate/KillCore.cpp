@@ -162,6 +162,36 @@ private:
 
 } // namespace
 
+std::string_view inWords(KillDetail detail) {
+    switch (detail) {
+    case KillDetail::containerStopped:
+        return "container stopped";
+    case KillDetail::ended:
+        return "ended";
+    case KillDetail::stillThere:
+        return "still there, even after being forced";
+    case KillDetail::alreadyGone:
+        return "already gone";
+    case KillDetail::notTheSame:
+        return "no longer the same process, left alone";
+    case KillDetail::notPermitted:
+        return "not permitted";
+    case KillDetail::refused:
+        return "refused";
+    case KillDetail::interrupted:
+        return "still running when the wait was interrupted";
+    }
+    return {};
+}
+
+bool isCleaned(const KillResult& result) {
+    return result.outcome == KillOutcome::confirmed && !isLeftRunning(result);
+}
+
+bool isLeftRunning(const KillResult& result) {
+    return !result.left.empty();
+}
+
 std::optional<ProcStartTime> startTime(int32_t pid) {
     return Platform::startTime(pid);
 }

@@ -10,6 +10,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// The one place that ends processes. A number that somebody else has got since the scan is never signalled:
@@ -44,6 +45,15 @@ struct KillResult {
 
     bool operator==(const KillResult&) const = default;
 };
+
+/// What became of it, as the end of a sentence: "ended", "not permitted".
+[[nodiscard]] std::string_view inWords(KillDetail detail);
+
+/// Whether it counts as cleaned: the sequence ran, and nothing of the item is known to be left.
+[[nodiscard]] bool isCleaned(const KillResult& result);
+
+/// Whether anything of the item may still run.
+[[nodiscard]] bool isLeftRunning(const KillResult& result);
 
 /// The kernel's stamp; absent when there is no such process or its record cannot be read.
 [[nodiscard]] std::optional<ProcStartTime> startTime(int32_t pid);

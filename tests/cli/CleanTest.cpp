@@ -145,7 +145,7 @@ TEST(Clean, refusesWhenFoldersThatProtectCannotBeLookedAt) {
     EXPECT_TRUE(isRunning(stray.pid()));
 }
 
-TEST(Clean, sparesWhatItCannotPlaceWhereRulesGoByFolders) {
+TEST(Clean, endsNothingWhenNoFolderCanBeToldAndRulesGoByFolders) {
     const VintrelHome home;
     const Stray stray({.argv = {"vitest"}, .cwd = home.folder().makeFolder("mine")});
     letStraysAge();
@@ -153,7 +153,10 @@ TEST(Clean, sparesWhatItCannotPlaceWhereRulesGoByFolders) {
         withLsofScript(home, "case \" $* \" in *\" cwd \"*) exit 1;; esac\nexec $REAL \"$@\"\n");
     for (const char* rule : {"protectedProjects=~/mine\n", "ignoredNames=vitest @ ~/mine\n"}) {
         home.writeSettings(std::string(everybodyIsOld) + rule);
-        EXPECT_EQ(home.run({"clean"}, tellsNoFolders).output, "No unprotected safe-to-clean processes.\n");
+        const auto outcome = home.run({"clean"}, tellsNoFolders);
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_EQ(outcome.errors, "vintrel: no working directory could be found out; what is protected is "
+                                  "unknown, and nothing was ended\n");
         EXPECT_TRUE(isRunning(stray.pid()));
     }
     home.writeSettings(everybodyIsOld);

@@ -39,7 +39,8 @@ protected:
 
 TEST_F(ScanOnThisMachine, findsTheStrayAndItsProject) {
     const auto result = CLIScan::scan({.elapsedThreshold = 0, .protectedProjects = {"~/shop"}}, world());
-    EXPECT_FALSE(result.psFailed || result.lsofFailed || result.interrupted);
+    EXPECT_EQ(result.faults, ScanFaults());
+    EXPECT_FALSE(result.interrupted);
     ASSERT_TRUE(lists(result));
     EXPECT_EQ(result.cwds.at(m_stray.pid()),
               (ProcessCwd{.label = "shop/web", .fullPath = "~/shop/web", .projectRoot = "~/shop"}));
@@ -114,22 +115,22 @@ TEST_F(ScanOnThisMachine, aFolderWhoseNameEndsLikeADeletedOneIsItself) {
 TEST_F(ScanOnThisMachine, withoutPSNothingIsKnown) {
     for (const char* tool : {"/nowhere/ps", "/bin/false", "/bin/true"}) {
         const auto result = CLIScan::scan({}, {.ps = tool});
-        EXPECT_TRUE(result.psFailed) << tool;
+        EXPECT_NE(result.faults.ps, Shell::Fault::none) << tool;
         EXPECT_TRUE(result.items.empty()) << tool;
     }
 }
 
 TEST_F(ScanOnThisMachine, withoutLsofTheCandidatesStandWithoutProjects) {
     const auto result = CLIScan::scan({.elapsedThreshold = 0}, {.lsof = "/nowhere/lsof"});
-    EXPECT_TRUE(result.lsofFailed);
-    EXPECT_FALSE(result.psFailed);
+    EXPECT_EQ(result.faults.lsof, Shell::Fault::notLaunched);
+    EXPECT_EQ(result.faults.ps, Shell::Fault::none);
     EXPECT_TRUE(lists(result));
     EXPECT_TRUE(result.cwds.empty());
 }
 
 TEST_F(ScanOnThisMachine, anExitStatusOfLsofIsNoFailure) {
     const auto result = CLIScan::scan({}, {.lsof = "/bin/false"});
-    EXPECT_FALSE(result.lsofFailed);
+    EXPECT_EQ(result.faults.lsof, Shell::Fault::none);
     EXPECT_TRUE(lists(result));
 }
 
@@ -157,7 +158,7 @@ TEST_F(ScanOnThisMachine, aHangingLsofIsAskedOnceMoreWithoutBlockingCalls) {
     const auto result = CLIScan::scan({}, {.lsof = lsof, .home = m_folder.path()});
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(15))
         << "both missed it together";
-    EXPECT_FALSE(result.lsofFailed);
+    EXPECT_EQ(result.faults.lsof, Shell::Fault::none);
     ASSERT_TRUE(lists(result));
     EXPECT_EQ(result.cwds.at(m_stray.pid()).fullPath, "~/shop/web");
     EXPECT_EQ(result.cwds.at(m_stray.pid()).label, "web") << "no file is touched while a mount may be dead";
@@ -172,7 +173,7 @@ TEST_F(ScanOnThisMachine, aPidThatWasUsedAgainWhilePSRanIsNotListed) {
     auto world = this->world();
     world.ps = ps;
     const auto result = CLIScan::scan({}, world);
-    ASSERT_FALSE(result.psFailed);
+    ASSERT_EQ(result.faults.ps, Shell::Fault::none);
     ASSERT_EQ(result.items.size(), 1U) << "only the one that was there before";
     EXPECT_EQ(result.items.front().pid, ::getpid());
 }

@@ -64,6 +64,7 @@ KernelView kernelView() {
     return {.correctsParents = false,
             .knowsContainers = false,
             .userID = currentUserID(),
+            .ownPID = ::getpid(),
             .ownControlGroup = {},
             .factsOf = [](int32_t) { return std::optional<KernelFacts>(); }};
 }

@@ -107,7 +107,9 @@ std::optional<ProcessRecord> processRecord(int32_t pid) {
     // Only a first thread that ended before the others is a zombie of a process that runs.
     return ProcessRecord{.startTime = timeOf(*stat),
                          .isStopped = stat->state == 'T',
-                         .isZombie = (stat->state == 'Z' && stat->threadCount <= 1) || stat->state == 'X'};
+                         .isZombie = (stat->state == 'Z' && stat->threadCount <= 1) || stat->state == 'X',
+                         .usedCPU =
+                             static_cast<double>(stat->usedTicks) / static_cast<double>(ticksPerSecond())};
 }
 
 std::optional<ProcStartTime> startTimeOfNow() {
@@ -121,6 +123,7 @@ KernelView kernelView() {
     return {.correctsParents = true,
             .knowsContainers = true,
             .userID = currentUserID(),
+            .ownPID = ::getpid(),
             .ownControlGroup = own ? ProcFiles::parseControlGroup(*own) : std::string(),
             .secondsSinceBoot =
                 static_cast<double>(clockMicroseconds(CLOCK_BOOTTIME)) / microsecondsPerSecond,

@@ -72,6 +72,26 @@ TEST(Shell, discardsStandardError) {
     EXPECT_TRUE(result.ok);
 }
 
+TEST(Shell, tellsErrorsIfWished) {
+    const auto outcome =
+        Shell::runToOutcome({.executable = tool, .arguments = {"errors"}, .isToTellErrors = true});
+    EXPECT_NE(outcome.output, "");
+    EXPECT_TRUE(outcome.ok());
+}
+
+TEST(Shell, tellsWhyAnAnswerIsMissing) {
+    using Shell::Fault;
+    const auto faultOf = [](const Shell::Command& command) { return Shell::runToOutcome(command).fault(); };
+    EXPECT_EQ(faultOf({.executable = tool, .arguments = {"exit", "3"}}), Fault::none)
+        << "an exit status may mean anything";
+    EXPECT_EQ(faultOf({.executable = "/nowhere/tool"}), Fault::notLaunched);
+    EXPECT_EQ(faultOf({.executable = tool,
+                       .arguments = {"print-then-hang", "x"},
+                       .deadline = std::chrono::milliseconds(100)}),
+              Fault::tooSlow);
+    EXPECT_EQ(faultOf({.executable = "/bin/sh", .arguments = {"-c", "kill -KILL $$"}}), Fault::broken);
+}
+
 TEST(Shell, readsFiftyMegabytesWhileTheChildRuns) {
     const auto result = Shell::run(tool, {"write", "50000000"});
     EXPECT_EQ(result.output.size(), 50'000'000U);

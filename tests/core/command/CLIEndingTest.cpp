@@ -5,6 +5,7 @@
 
 using namespace VintrelCore;
 using namespace VintrelCore::CLIEnding;
+using KillCore::isLeftRunning;
 using KillCore::KillDetail;
 using KillCore::KillOutcome;
 
@@ -64,13 +65,28 @@ TEST(ItemsToClean, areTheSafeOnesThatAreNotProtectedInOrder) {
 }
 
 TEST(ReasonNotToClean, isThatAFactThatProtectsIsMissing) {
-    EXPECT_EQ(reasonNotToClean({}, std::nullopt), std::nullopt);
-    EXPECT_EQ(reasonNotToClean({.lsofFailed = true}, std::nullopt),
+    EXPECT_EQ(reasonNotToClean({}, {}, std::nullopt), std::nullopt);
+    EXPECT_EQ(reasonNotToClean({.ps = Shell::Fault::broken}, {}, std::nullopt),
+              "without ps, no processes are known; nothing was ended");
+    EXPECT_EQ(reasonNotToClean({.lsof = Shell::Fault::tooSlow}, {}, std::nullopt),
               "without lsof, what is protected is unknown; nothing was ended");
-    EXPECT_EQ(reasonNotToClean({.protectionUnknown = true}, std::nullopt),
-              "a mount does not answer; what is protected is unknown, and nothing was ended");
-    EXPECT_EQ(reasonNotToClean({}, "the settings in /x are damaged"),
+    EXPECT_EQ(reasonNotToClean({}, {}, "the settings in /x are damaged"),
               "the settings in /x are damaged; what is protected is unknown, and nothing was ended");
+}
+
+TEST(ReasonNotToClean, isThatFoldersAreUnknownWhereRulesGoByThem) {
+    const ScanRules protecting{.protectedProjects = {"~/shop"}};
+    const ScanRules ignoring{.ignoredNames = {"vite @ ~/shop"}};
+    const ScanRules others{.ignoredNames = {"vite"}, .disabledKinds = {ProcessKind::bun}};
+    for (const ScanRules& rules : {protecting, ignoring}) {
+        EXPECT_EQ(reasonNotToClean({.metDeadMount = true}, rules, std::nullopt),
+                  "a mount does not answer; what is protected is unknown, and nothing was ended");
+        EXPECT_EQ(reasonNotToClean({.foldersUnknown = true}, rules, std::nullopt),
+                  "no working directory could be found out; what is protected is unknown, and nothing was "
+                  "ended");
+    }
+    EXPECT_EQ(reasonNotToClean({.metDeadMount = true, .foldersUnknown = true}, others, std::nullopt),
+              std::nullopt);
 }
 
 TEST(ResultLine, saysWhatItWasAndWhatBecameOfIt) {

@@ -137,6 +137,40 @@ TEST(DockerClientDeathTest, fetchesWhatContainersUse) {
     EXPECT_EQ(client.asked(), askedForStats);
 }
 
+TEST(DockerClientDeathTest, tellsHowTheEngineTookTheQuestion) {
+    VINTREL_NEEDS_ROOT();
+    const auto stateWith = [](const std::string& answers, EngineState expected) {
+        const NotingClient client(answers);
+        const auto look = [&client, expected] {
+            becomeAWorldWithClient(client.script());
+            EXPECT_EQ(askForOwners().engine, expected);
+            exitWithVerdict();
+        };
+        EXPECT_EXIT(look(), ::testing::ExitedWithCode(0), "") << answers;
+    };
+    stateWith("true", EngineState::answering);
+    stateWith("case $1 in ps) echo abc;; *) printf '1\\t/x\\n';; esac", EngineState::answering);
+    stateWith("echo 'permission denied while trying to connect to the Docker daemon socket' >&2; exit 1",
+              EngineState::notPermitted);
+    stateWith("echo 'Cannot connect to the Docker daemon. Is the docker daemon running?' >&2; exit 1",
+              EngineState::notAnswering);
+}
+
+TEST(DockerClientDeathTest, warningsAreNoContainers) {
+    VINTREL_NEEDS_ROOT();
+    const NotingClient client("case $1 in\n"
+                              "ps) echo 'WARNING: Error loading config file' >&2; echo abc ;;\n"
+                              "inspect) printf '4242\\t/web-1\\n' ;;\n"
+                              "esac\n");
+    const auto fetch = [&client] {
+        becomeAWorldWithClient(client.script());
+        EXPECT_EQ(containerOwners(), (DockerCore::OwnerMap{{4242, "web-1"}}));
+        exitWithVerdict();
+    };
+    EXPECT_EXIT(fetch(), ::testing::ExitedWithCode(0), "");
+    EXPECT_EQ(client.asked(), "<ps><-q>\n" + inspected + "<abc>\n");
+}
+
 TEST(DockerClientDeathTest, asksForTheOwnersOfAllIdsAtOnce) {
     VINTREL_NEEDS_ROOT();
     const NotingClient client("case $1 in\n"

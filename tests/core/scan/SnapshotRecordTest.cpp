@@ -33,6 +33,21 @@ TEST(SnapshotRecords, leaveZombiesOutThatLookLikeTools) {
         << "gone by now";
 }
 
+TEST(SnapshotRecords, leaveOutTheClientThatThisProgramRuns) {
+    Platform::KernelView kernel = FakeKernel().view();
+    kernel.ownPID = 77;
+    const std::string client(Platform::dockerCandidates().front());
+    const auto records = snapshotRecords("30 77 00:00 ? 0.0 0 " + client + " ps -q\n" +        // its own
+                                             "31 77 00:00 ? 0.0 0 " + client + "d --debug\n" + // no client
+                                             "32 77 00:00 ? 0.0 0 node " + client + "\n" +
+                                             "33 78 00:00 ? 0.0 0 " + client + " ps -q\n", // somebody's
+                                         kernel);
+    ASSERT_EQ(records.size(), 3U);
+    EXPECT_EQ(records[0].pid, 31);
+    EXPECT_EQ(records[1].pid, 32);
+    EXPECT_EQ(records[2].pid, 33);
+}
+
 TEST(SnapshotRecords, keepALivingProcessThatCallsItselfDefunct) {
     FakeKernel kernel;
     kernel[30] = {.userID = 1000, .state = 'S'};

@@ -25,7 +25,7 @@ public:
     static void endProgramIfOneCame();
 
 private:
-    static constexpr std::array<int, 3> signals{SIGINT, SIGTERM, SIGHUP};
+    static constexpr std::array<int, 3> caught{SIGINT, SIGTERM, SIGHUP};
 
-    std::array<struct sigaction, signals.size()> m_former{};
+    std::array<struct sigaction, caught.size()> m_former{};
 };

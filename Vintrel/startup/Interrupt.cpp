@@ -1,4 +1,4 @@
-#include "cli/Interrupt.h"
+#include "Vintrel/startup/Interrupt.h"
 
 #include <atomic>
 #include <cerrno>
@@ -38,8 +38,8 @@ void openPipe() {
 
 Interrupt::Interrupt() {
     openPipe();
-    for (size_t index = 0; index < signals.size(); ++index) {
-        ::sigaction(signals[index], nullptr, &m_former[index]);
+    for (size_t index = 0; index < caught.size(); ++index) {
+        ::sigaction(caught[index], nullptr, &m_former[index]);
         if (readingEnd < 0 || m_former[index].sa_handler == SIG_IGN) {
             continue;
         }
@@ -47,13 +47,13 @@ Interrupt::Interrupt() {
         action.sa_handler = onSignal;
         action.sa_flags = static_cast<int>(SA_RESETHAND); // a second one ends the program
         sigemptyset(&action.sa_mask);
-        ::sigaction(signals[index], &action, nullptr);
+        ::sigaction(caught[index], &action, nullptr);
     }
 }
 
 Interrupt::~Interrupt() {
-    for (size_t index = 0; index < signals.size(); ++index) {
-        ::sigaction(signals[index], &m_former[index], nullptr);
+    for (size_t index = 0; index < caught.size(); ++index) {
+        ::sigaction(caught[index], &m_former[index], nullptr);
     }
     ::close(readingEnd);
     ::close(writingEnd);

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "VintrelCore/context/CwdResolver.h"
+#include "VintrelCore/model/ProcessItem.h"
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace VintrelCore {
+
+/// The folders that the user protects. lsof names directories with links resolved, so an entry counts in that
+/// form, too: more forms can only protect more.
+struct Protection {
+    using Forms = std::unordered_map<std::string, std::string>;
+
+    std::vector<std::string> entries{}; ///< as the user wrote them
+    std::string home{};                 ///< the folder that "~" stands for, as `resolvedFolder` gives it
+    Forms resolved{};                   ///< entries that lead elsewhere, by what was written
+
+    bool operator==(const Protection&) const = default;
+
+    /// Whether a working directory lies in what this one entry protects.
+    [[nodiscard]] bool covers(const std::string& entry, std::string_view fullPath) const;
+
+    /// Whether the row, or anything folded into it, works in a protected folder. Who is in none that is known
+    /// is not protected.
+    [[nodiscard]] bool covers(const ProcessItem& item, const CwdResolver::CwdMap& cwds) const;
+
+    /// Follows the entries' links on disk, which blocks where a mount does not answer.
+    [[nodiscard]] static Forms resolve(std::span<const std::string> entries, const std::string& home);
+};
+
+/// The path with links resolved; what does not exist (any more) stays as it stands.
+[[nodiscard]] std::string resolvedFolder(const std::string& path);
+
+/// The pids of rows and of what is folded into them, rows in order.
+[[nodiscard]] std::vector<int32_t> allPIDsOf(std::span<const ProcessItem> items);
+
+} // namespace VintrelCore
