@@ -27,9 +27,28 @@ struct Preferences {
 
     struct Loaded;
 
+    /// The names under which the values are stored, in their order here.
+    enum class Key {
+        elapsedThreshold,
+        scanInterval,
+        ignoredNames,
+        protectedProjects,
+        disabledKinds,
+        customRules,
+        notificationsEnabled,
+    };
+
     /// Reads the store, and never writes to it. What is absent, of the wrong type or out of range has its
     /// default.
     [[nodiscard]] static Loaded load();
+
+    /// Writes these of the values to the store and leaves whatever else is there as it is; every reader sees
+    /// them at once. A store that is damaged is kept beside its place as "Vintrel.conf.damaged" before it is
+    /// replaced. When false is returned, the store is what it was before.
+    [[nodiscard]] bool save(const std::set<Key>& keys) const;
+
+    /// Removes what writers left behind that were killed at work.
+    static void removeLeftovers();
 };
 
 struct Preferences::Loaded {

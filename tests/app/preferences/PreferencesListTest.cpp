@@ -1,5 +1,5 @@
 #include "Vintrel/engine/Preferences.h"
-#include "tests/app/SettingsStore.h"
+#include "tests/app/support/SettingsStore.h"
 
 #include <optional>
 #include <set>

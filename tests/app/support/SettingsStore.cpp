@@ -1,4 +1,4 @@
-#include "tests/app/SettingsStore.h"
+#include "tests/app/support/SettingsStore.h"
 
 #include <fstream>
 #include <iterator>

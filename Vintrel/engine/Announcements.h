@@ -1,0 +1,24 @@
+#pragma once
+
+#include "Vintrel/engine/CleanSummary.h"
+#include "Vintrel/engine/UserNotifications.h"
+#include "VintrelCore/model/ProcessItem.h"
+#include "VintrelCore/scan/ScanCore.h"
+
+#include <optional>
+#include <span>
+#include <string>
+
+/// What the user is notified of, in words. No state.
+namespace Vintrel::Announcements {
+
+/// The items that were not there before; absent when there are none.
+[[nodiscard]] std::optional<UserNotification> newStrays(std::span<const VintrelCore::ProcessItem> items,
+                                                        const VintrelCore::ScanCore::PIDSet& previousPIDs);
+
+[[nodiscard]] UserNotification cleanResult(const CleanSummary& summary);
+
+/// For a clean that was not begun. `reason` is a sentence for people.
+[[nodiscard]] UserNotification cleanRefused(const std::string& reason);
+
+} // namespace Vintrel::Announcements

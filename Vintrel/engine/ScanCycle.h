@@ -1,0 +1,35 @@
+#pragma once
+
+#include "Vintrel/engine/ScanSources.h"
+#include "VintrelCore/VintrelCore.h"
+
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+/// One scan off the main thread: from copies of the engine's inputs to values that it can publish.
+namespace Vintrel::ScanCycle {
+
+struct Inputs {
+    VintrelCore::ScanRules rules{};
+    VintrelCore::SortedIgnores ignores{}; ///< of the rules
+    VintrelCore::ScanCore::PIDSet dismissedPIDs{};
+};
+
+struct Results {
+    std::vector<VintrelCore::ProcessItem> items{};
+    std::unordered_map<int32_t, VintrelCore::PortRegistry::PortSet> listeningPorts{};
+    VintrelCore::DockerCore::OwnerMap containerOwners{};
+    VintrelCore::CwdResolver::CwdMap cwds{};
+    VintrelCore::AncestryResolver::ProcessTable processTable{};
+    std::unordered_map<int32_t, std::string> managers{};
+    VintrelCore::CPUSampler::Reading usedCPU{};
+    VintrelCore::Protection protection{};
+    VintrelCore::ScanFaults faults{};
+    VintrelCore::DockerService::EngineState containerEngine = VintrelCore::DockerService::EngineState::absent;
+};
+
+[[nodiscard]] Results run(const Inputs& inputs, const ScanSources& sources, int interrupt);
+
+} // namespace Vintrel::ScanCycle

@@ -1,0 +1,440 @@
+#include "Vintrel/engine/ScanEngine.h"
+
+#include "Vintrel/engine/Announcements.h"
+#include "Vintrel/engine/Background.h"
+#include "VintrelCore/base/Saturating.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <iterator>
+#include <limits>
+#include <utility>
+
+#include <QPointer>
+
+namespace Vintrel {
+
+using namespace VintrelCore;
+using KillCore::KillResult;
+
+namespace {
+
+bool isPeriod(double seconds) {
+    return std::isfinite(seconds) && seconds > 0;
+}
+
+std::optional<std::string> complaintAbout(VintrelCore::DockerService::EngineState engine) {
+    switch (engine) {
+    case VintrelCore::DockerService::EngineState::notAnswering:
+        return "the container engine does not answer";
+    case VintrelCore::DockerService::EngineState::notPermitted:
+        return "this account may not use the container engine";
+    default:
+        return std::nullopt;
+    }
+}
+
+bool isSameProcess(const ProcessItem& one, const ProcessItem& other) {
+    return one.pid == other.pid && one.startTime == other.startTime;
+}
+
+} // namespace
+
+ScanEngine::ScanEngine(UserNotifications& notifications, ScanSources sources, QObject* parent)
+    : QObject(parent),
+      m_notifications(notifications),
+      m_sources(std::move(sources)),
+      m_cleanLog(CleanLogFile::defaultURL(), CleanLogFile::retentionCap) {
+    Preferences::removeLeftovers();
+    Preferences::Loaded loaded = Preferences::load();
+    m_preferences = std::move(loaded.values);
+    m_settingsProblem = std::move(loaded.problem);
+    m_protectedFolders.setEntries(m_preferences.protectedProjects);
+    updateProblems();
+    connect(&m_cleanLog, &CleanLogStore::eventsChanged, this, &ScanEngine::updateProblems);
+    connect(&m_timer, &QTimer::timeout, this, &ScanEngine::scan);
+    startTimer();
+}
+
+// Settings
+
+template <typename Value>
+void ScanEngine::setPreference(Value& current, Value value, Preferences::Key key, Field field) {
+    if (current == value) {
+        return;
+    }
+    current = std::move(value);
+    m_unsavedPreferences.insert(key);
+    savePreferences();
+    emit changed(field);
+}
+
+void ScanEngine::savePreferences() {
+    if (m_preferences.save(m_unsavedPreferences)) {
+        if (m_unsavedPreferences.contains(Preferences::Key::protectedProjects)) {
+            m_settingsProblem.reset(); // what is protected is known again
+        }
+        m_unsavedPreferences.clear();
+    }
+    updateProblems();
+}
+
+void ScanEngine::setScanInterval(double seconds) {
+    if (!isPeriod(seconds) || seconds == m_preferences.scanInterval) {
+        return;
+    }
+    setPreference(m_preferences.scanInterval, seconds, Preferences::Key::scanInterval, Field::scanInterval);
+    startTimer();
+}
+
+void ScanEngine::setElapsedThreshold(double seconds) {
+    if (isPeriod(seconds)) {
+        setPreference(m_preferences.elapsedThreshold, seconds, Preferences::Key::elapsedThreshold,
+                      Field::elapsedThreshold);
+    }
+}
+
+void ScanEngine::setIgnoredNames(std::vector<std::string> rules) {
+    setPreference(m_preferences.ignoredNames, std::move(rules), Preferences::Key::ignoredNames,
+                  Field::ignoredNames);
+}
+
+void ScanEngine::setProtectedProjects(std::vector<std::string> folders) {
+    m_protectedFolders.setEntries(folders); // what goes by them goes by the new ones at once
+    setPreference(m_preferences.protectedProjects, std::move(folders), Preferences::Key::protectedProjects,
+                  Field::protectedProjects);
+}
+
+void ScanEngine::setDisabledKinds(std::set<ProcessKind> kinds) {
+    setPreference(m_preferences.disabledKinds, std::move(kinds), Preferences::Key::disabledKinds,
+                  Field::disabledKinds);
+}
+
+void ScanEngine::setCustomRules(std::vector<CustomRule> rules) {
+    setPreference(m_preferences.customRules, std::move(rules), Preferences::Key::customRules,
+                  Field::customRules);
+}
+
+void ScanEngine::setNotificationsEnabled(bool isEnabled) {
+    const bool isTurnedOn = isEnabled && !m_preferences.notificationsEnabled;
+    setPreference(m_preferences.notificationsEnabled, isEnabled, Preferences::Key::notificationsEnabled,
+                  Field::notificationsEnabled);
+    if (isTurnedOn && m_preferences.notificationsEnabled) {
+        requestAuthorization();
+    }
+}
+
+void ScanEngine::requestAuthorization() {
+    m_notifications.requestAuthorization([self = QPointer(this)](bool isGranted) {
+        if (self && !isGranted) {
+            self->setNotificationsEnabled(false);
+        }
+    });
+}
+
+// Scanning
+
+void ScanEngine::startTimer() {
+    const double milliseconds =
+        std::min(std::ceil(m_preferences.scanInterval * 1'000), double{std::numeric_limits<int>::max()});
+    m_timer.start(static_cast<int>(milliseconds));
+}
+
+void ScanEngine::scan() {
+    if (m_isScanning) {
+        return;
+    }
+    m_endedDuringScan.clear();
+    publish(m_isScanning, true, Field::isScanning);
+    const ScanCycle::Inputs inputs{.rules = rules(),
+                                   .ignores = SortedIgnores::parse(m_preferences.ignoredNames),
+                                   .dismissedPIDs = m_dismissedPIDs};
+    const auto work = [inputs, sources = m_sources](int interrupt) {
+        return ScanCycle::run(inputs, sources, interrupt);
+    };
+    Background::shared().run(this, work,
+                             [this](ScanCycle::Results results) { finishScan(std::move(results)); });
+}
+
+ScanRules ScanEngine::rules() const {
+    return {.elapsedThreshold = m_preferences.elapsedThreshold,
+            .ignoredNames = m_preferences.ignoredNames,
+            .protectedProjects = m_preferences.protectedProjects,
+            .disabledKinds = m_preferences.disabledKinds,
+            .customRules = m_preferences.customRules};
+}
+
+template <typename Value>
+void ScanEngine::publish(Value& current, Value value, Field field) {
+    if (current != value) {
+        current = std::move(value);
+        emit changed(field);
+    }
+}
+
+void ScanEngine::finishScan(ScanCycle::Results results) {
+    m_found.faults = results.faults;
+    m_found.containerEngine = results.containerEngine;
+    if (results.faults.ps == Shell::Fault::none) {
+        m_hasScanned = true;
+        publishResults(std::move(results));
+    } else { // nothing was found out; what was known before may still hold
+        updateProblems();
+        publish(m_isScanning, false, Field::isScanning);
+    }
+    for (const auto& action : std::exchange(m_afterFirstScan, {})) {
+        action();
+    }
+}
+
+void ScanEngine::publishResults(ScanCycle::Results results) {
+    dropWhatIsGone(results.items);
+    std::optional<PIDSet> previousPIDs = PIDSet();
+    std::ranges::transform(results.items, std::inserter(*previousPIDs, previousPIDs->end()),
+                           &ProcessItem::pid);
+    previousPIDs.swap(m_previousPIDs);
+    const Items newItems = results.items; // observers may dismiss some of them
+    m_protectedFolders.adopt(std::move(results.protection), results.faults.metDeadMount);
+    publish(m_found.items, std::move(results.items), Field::items);
+    publish(m_found.listeningPorts, std::move(results.listeningPorts), Field::listeningPorts);
+    publish(m_found.containerOwners, std::move(results.containerOwners), Field::containerOwners);
+    publish(m_found.cwds, std::move(results.cwds), Field::cwds);
+    publish(m_found.processTable, std::move(results.processTable), Field::processTable);
+    publish(m_found.managers, std::move(results.managers), Field::managers);
+    forgetOpenFilesOfOthers();
+    updateProblems();
+    m_scanHistory = m_scanHistory.recording(m_cpuSampler.observe(newItems, results.usedCPU));
+    publish(m_isScanning, false, Field::isScanning);
+    fireNotificationIfNeeded(newItems, previousPIDs);
+}
+
+/// What was dismissed or ended after the scan had begun.
+void ScanEngine::dropWhatIsGone(Items& items) const {
+    std::erase_if(items, [this](const Item& item) {
+        return m_dismissedPIDs.contains(item.pid) ||
+               std::ranges::any_of(m_endedDuringScan,
+                                   [&item](const Item& ended) { return isSameProcess(ended, item); });
+    });
+}
+
+void ScanEngine::updateProblems() {
+    std::vector<Problem> problems;
+    const auto add = [&problems](Problem::Source source, std::optional<std::string> text) {
+        if (text) {
+            problems.push_back({.source = source, .text = *std::move(text)});
+        }
+    };
+    add(Problem::Source::ps, complaintAboutPS(m_found.faults));
+    add(Problem::Source::lsof, complaintAboutLsof(m_found.faults));
+    if (m_found.faults.metDeadMount && rules().goByFolders()) {
+        add(Problem::Source::mount, "a mount does not answer: what is protected is unknown");
+    }
+    if (m_found.faults.lsof == Shell::Fault::none && m_found.faults.foldersUnknown && rules().goByFolders()) {
+        add(Problem::Source::lsof, "no working directory could be found out: what is protected is unknown");
+    }
+    add(Problem::Source::containers, complaintAbout(m_found.containerEngine));
+    add(Problem::Source::settings, m_settingsProblem);
+    if (!m_unsavedPreferences.empty()) {
+        add(Problem::Source::settings, "the settings could not be written");
+    }
+    if (!m_cleanLog.isSaved()) {
+        add(Problem::Source::cleanLog, "the clean log could not be written");
+    }
+    publish(m_problems, std::move(problems), Field::problems);
+}
+
+void ScanEngine::restoreHiddenAndScan() {
+    m_dismissedPIDs.clear();
+    m_previousPIDs.reset();
+    scan();
+}
+
+void ScanEngine::dismiss(int32_t pid) {
+    m_dismissedPIDs.insert(pid);
+    Items kept;
+    for (const Item& item : m_found.items) {
+        if (item.pid != pid) {
+            kept.push_back(item);
+            continue;
+        }
+        // Alone, a server would come back as a row of its own.
+        for (const FoldedProcess& process : item.folded) {
+            m_dismissedPIDs.insert(process.pid);
+        }
+    }
+    publish(m_found.items, std::move(kept), Field::items);
+}
+
+/// Their numbers may come to mean other processes.
+void ScanEngine::forgetOpenFilesOfOthers() {
+    auto openFiles = m_openFiles;
+    std::erase_if(openFiles, [this](const auto& entry) {
+        return std::ranges::find(m_found.items, entry.first, &ProcessItem::pid) == m_found.items.end();
+    });
+    publish(m_openFiles, std::move(openFiles), Field::openFiles);
+}
+
+void ScanEngine::loadOpenFiles(int32_t pid) {
+    std::vector<int32_t> pids{pid};
+    const auto item = std::ranges::find(m_found.items, pid, &ProcessItem::pid);
+    if (item != m_found.items.end()) {
+        pids = allPIDsOf({&*item, 1});
+    }
+    const auto work = [pids, openFiles = m_sources.openFiles](int interrupt) {
+        return openFiles(pids, interrupt);
+    };
+    Background::shared().run(this, work, [this, pid](OpenFileList files) {
+        auto openFiles = m_openFiles;
+        openFiles.insert_or_assign(pid, std::move(files));
+        publish(m_openFiles, std::move(openFiles), Field::openFiles);
+    });
+}
+
+// Ending
+
+bool ScanEngine::isProtected(const Item& item) const {
+    return m_protectedFolders.protection().covers(item, m_found.cwds);
+}
+
+bool ScanEngine::isProtected(const Item& item, const std::string& entry) const {
+    Protection one = m_protectedFolders.protection();
+    one.entries = {entry};
+    return one.covers(item, m_found.cwds);
+}
+
+ScanEngine::Items ScanEngine::sweepableSafeItems() const {
+    Items items;
+    std::ranges::copy_if(m_found.items, std::back_inserter(items), [this](const Item& item) {
+        return item.bucket() == Bucket::safe && !isProtected(item);
+    });
+    return items;
+}
+
+std::optional<std::string> ScanEngine::reasonNotToClean() const {
+    ScanFaults faults = m_found.faults;
+    faults.metDeadMount = faults.metDeadMount || m_protectedFolders.areUnreachable();
+    return VintrelCore::reasonNotToClean(faults, rules(), m_settingsProblem);
+}
+
+void ScanEngine::kill(const Item& item, const std::function<void(const KillResult&)>& completion) {
+    KillService::kill(
+        std::vector{item}, m_found.containerOwners, this,
+        [this, item, cwds = m_found.cwds, completion](const KillService::Outcomes& outcomes) {
+            record({item}, outcomes, cwds);
+            scan();
+            if (completion) {
+                completion(outcomes.at(item.pid));
+            }
+        },
+        m_sources.kill);
+}
+
+void ScanEngine::clean(const Items& items, const std::function<void(const CleanSummary&)>& completion) {
+    m_protectedFolders.whenKnown([this, items, completion] {
+        Items unprotected = items;
+        std::erase_if(unprotected, [this](const Item& item) { return isProtected(item); });
+        if (reasonNotToClean()) {
+            completion({});
+        } else {
+            end(unprotected, completion);
+        }
+    });
+}
+
+void ScanEngine::end(const Items& items, const std::function<void(const CleanSummary&)>& completion) {
+    KillService::kill(
+        items, m_found.containerOwners, this,
+        [this, items, cwds = m_found.cwds, completion](const KillService::Outcomes& outcomes) {
+            record(items, outcomes, cwds);
+            CleanSummary summary{.requested = static_cast<int>(items.size())};
+            for (const Item& item : items) {
+                const auto outcome = outcomes.find(item.pid);
+                if (outcome != outcomes.end() && KillCore::isCleaned(outcome->second)) {
+                    ++summary.cleaned;
+                    summary.reclaimedKB = Saturating::sum(summary.reclaimedKB, item.rssKB);
+                }
+            }
+            scan();
+            completion(summary);
+        },
+        m_sources.kill);
+}
+
+void ScanEngine::cleanAllSafe(const std::function<void(const CleanSummary&)>& completion) {
+    afterFirstScan([this, completion] { clean(sweepableSafeItems(), completion); });
+}
+
+void ScanEngine::afterFirstScan(std::function<void()> action) {
+    if (m_hasScanned) {
+        action();
+        return;
+    }
+    m_afterFirstScan.push_back(std::move(action));
+    scan();
+}
+
+void ScanEngine::recordCleaned(const Items& items, const KillService::Outcomes& outcomes) {
+    record(items, outcomes, m_found.cwds);
+}
+
+/// `cwds` are those from before the items ended: a scan may have come in between that knows no more of them.
+void ScanEngine::record(const Items& items, const KillService::Outcomes& outcomes,
+                        const CwdResolver::CwdMap& cwds) {
+    std::vector<CleanEvent> events;
+    for (const Item& item : items) {
+        const auto outcome = outcomes.find(item.pid);
+        if (outcome != outcomes.end() && KillCore::isCleaned(outcome->second)) {
+            events.push_back(CleanLog::makeCleanEvent(item, cwds, m_sources.now()));
+            m_endedDuringScan.push_back(item);
+        }
+    }
+    m_cleanLog.record(events);
+}
+
+void ScanEngine::perform(URLScheme::Command command) {
+    if (command == URLScheme::Command::scan) {
+        m_previousPIDs = PIDSet(); // so that the scan announces every stray
+        scan();
+        return;
+    }
+    afterFirstScan([this] {
+        if (const auto reason = reasonNotToClean()) {
+            post(Announcements::cleanRefused(*reason));
+        } else if (sweepableSafeItems().empty()) {
+            fireCleanResultNotification({});
+        } else {
+            cleanAllSafe([this](const CleanSummary& summary) { fireCleanResultNotification(summary); });
+        }
+    });
+}
+
+// Telling the user
+
+void ScanEngine::fireNotificationIfNeeded(const Items& newItems, const std::optional<PIDSet>& previousPIDs) {
+    if (!m_preferences.notificationsEnabled || !previousPIDs) {
+        return;
+    }
+    if (const auto notification = Announcements::newStrays(newItems, *previousPIDs)) {
+        m_notifications.add(*notification);
+    }
+}
+
+void ScanEngine::fireCleanResultNotification(const CleanSummary& summary) {
+    post(Announcements::cleanResult(summary));
+}
+
+void ScanEngine::post(const UserNotification& notification) {
+    using Authorization = UserNotifications::Authorization;
+    UserNotifications* const notifications = &m_notifications; // outlive the engine
+    notifications->readAuthorization([notifications, notification](Authorization authorization) {
+        if (authorization != Authorization::notDetermined) {
+            notifications->add(notification);
+            return;
+        }
+        notifications->requestAuthorization(
+            [notifications, notification](bool) { notifications->add(notification); });
+    });
+}
+
+} // namespace Vintrel

@@ -1,0 +1,32 @@
+#include "Vintrel/engine/ScanEngine.h"
+#include "Vintrel/shell/Desktop.h"
+#include "Vintrel/startup/Interrupt.h"
+#include "Vintrel/startup/ProcessState.h"
+
+#include <QCoreApplication>
+#include <QSocketNotifier>
+
+namespace {
+
+int run(int& argc, char** argv, const Interrupt& interrupt) {
+    QCoreApplication application(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("Vintrel"));
+    QSocketNotifier onInterrupt(interrupt.descriptor(), QSocketNotifier::Read);
+    QObject::connect(&onInterrupt, &QSocketNotifier::activated, &application, &QCoreApplication::quit);
+    const auto notifications = Vintrel::Desktop::makeUserNotifications();
+    const Vintrel::ScanEngine engine(*notifications);
+    return QCoreApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    prepareProcess();
+    int status = 0;
+    {
+        const Interrupt interrupt;
+        status = run(argc, argv, interrupt);
+    }
+    Interrupt::endProgramIfOneCame();
+    return status;
+}

@@ -1,0 +1,194 @@
+// "Clean all" ends nothing where a fact that protects is missing.
+#include "tests/app/engine/EngineTest.h"
+
+#include <string>
+
+#include <QStringList>
+#include <gtest/gtest.h>
+
+namespace Vintrel {
+
+class EngineCleanRefusal : public EngineTest {
+protected:
+    /// Asks for a clean, and expects that nothing comes of it.
+    void expectRefusal(const std::string& reason) {
+        EXPECT_EQ(engine().reasonNotToClean(), reason);
+        CleanOutcome outcome;
+        engine().cleanAllSafe(outcome.taker());
+        ASSERT_TRUE(outcome.wait());
+        EXPECT_EQ(outcome.summary(), (CleanSummary{0, 0, 0}));
+        CleanOutcome chosen;
+        engine().clean({safeItem(1)}, chosen.taker());
+        ASSERT_TRUE(chosen.wait());
+        EXPECT_EQ(chosen.summary(), (CleanSummary{0, 0, 0}));
+        EXPECT_TRUE(world->killings.empty());
+        EXPECT_FALSE(std::filesystem::exists(cleanLogFile()));
+    }
+
+    void expectNoRefusal() {
+        EXPECT_EQ(engine().reasonNotToClean(), std::nullopt);
+        CleanOutcome outcome;
+        engine().cleanAllSafe(outcome.taker());
+        ASSERT_TRUE(outcome.wait());
+        EXPECT_EQ(outcome.summary().cleaned, 1);
+    }
+
+    [[nodiscard]] static std::string withoutLsof() {
+        return "without lsof, what is protected is unknown; nothing was ended";
+    }
+
+    [[nodiscard]] static std::string deadMount() {
+        return "a mount does not answer; what is protected is unknown, and nothing was ended";
+    }
+};
+
+TEST_F(EngineCleanRefusal, withoutKnownListeners) {
+    for (const auto fault : {Shell::Fault::notLaunched, Shell::Fault::tooSlow, Shell::Fault::broken}) {
+        world->listeners.answer.fault = fault;
+        scan({safeItem(1)});
+        expectRefusal(withoutLsof());
+        EXPECT_TRUE(hasProblem(Problem::Source::lsof));
+        waitForScan();
+    }
+}
+
+TEST_F(EngineCleanRefusal, withoutKnownDirectories) {
+    for (const auto fault : {Shell::Fault::notLaunched, Shell::Fault::tooSlow, Shell::Fault::broken}) {
+        world->directories.answer.fault = fault;
+        scan({safeItem(1)});
+        expectRefusal(withoutLsof());
+        EXPECT_TRUE(hasProblem(Problem::Source::lsof));
+        waitForScan();
+    }
+}
+
+TEST_F(EngineCleanRefusal, withADeadMountAndProtectedProjects) {
+    engine().setProtectedProjects({"~/work"});
+    world->listeners.answer.metDeadMount = true;
+    scan({safeItem(1)});
+    expectRefusal(deadMount());
+    EXPECT_TRUE(hasProblem(Problem::Source::mount));
+}
+
+TEST_F(EngineCleanRefusal, withADeadMountAndIgnoreRulesForFolders) {
+    engine().setIgnoredNames({"bun @ ~/work"});
+    world->directories.answer.metDeadMount = true;
+    scan({safeItem(1)});
+    expectRefusal(deadMount());
+    EXPECT_TRUE(hasProblem(Problem::Source::mount));
+}
+
+TEST_F(EngineCleanRefusal, notWithADeadMountThatNoRuleGoesBy) {
+    engine().setIgnoredNames({"bun"});
+    world->listeners.answer.metDeadMount = true;
+    world->directories.answer.metDeadMount = true;
+    scan({safeItem(1)});
+    expectNoRefusal();
+}
+
+TEST_F(EngineCleanRefusal, withRulesForFoldersThatAreNewerThanTheDeadMount) {
+    world->listeners.answer.metDeadMount = true;
+    world->directories.answer.metDeadMount = true;
+    scan({safeItem(1)});
+    engine().setProtectedProjects({"~/work"});
+    CleanOutcome outcome;
+    engine().cleanAllSafe(outcome.taker());
+    ASSERT_TRUE(outcome.wait());
+    EXPECT_EQ(outcome.summary(), (CleanSummary{0, 0, 0}));
+    EXPECT_TRUE(world->killings.empty()) << "where the entry leads could not be looked at";
+}
+
+TEST_F(EngineCleanRefusal, whenRulesGoByFoldersAndNoneIsKnown) {
+    engine().setProtectedProjects({"~/work"});
+    scan({safeItem(1), safeItem(2)});
+    const auto reason = engine().reasonNotToClean();
+    ASSERT_TRUE(reason);
+    expectRefusal(*reason);
+    EXPECT_TRUE(hasProblem(Problem::Source::lsof));
+    waitForScan();
+    world->directories.cwds = {{2, cwdOf("~/elsewhere")}};
+    scan();
+    EXPECT_EQ(engine().reasonNotToClean(), std::nullopt) << "one is, and so lsof can see";
+    EXPECT_TRUE(engine().problems().empty());
+}
+
+TEST_F(EngineCleanRefusal, notWhenRulesGoByFoldersAndThereIsNobody) {
+    engine().setProtectedProjects({"~/work"});
+    scan();
+    EXPECT_EQ(engine().reasonNotToClean(), std::nullopt);
+    EXPECT_TRUE(engine().problems().empty());
+}
+
+TEST_F(EngineCleanRefusal, withoutAProcessTable) {
+    scan({safeItem(1)});
+    world->candidates.fault = Shell::Fault::tooSlow;
+    scan(std::vector<ProcessItem>{});
+    expectRefusal("without ps, no processes are known; nothing was ended");
+    EXPECT_TRUE(hasProblem(Problem::Source::ps));
+}
+
+TEST_F(EngineCleanRefusal, withoutAProcessTableInTheFirstScanThatItWaitsFor) {
+    world->candidates.fault = Shell::Fault::notLaunched;
+    CleanOutcome outcome;
+    engine().cleanAllSafe(outcome.taker());
+    ASSERT_TRUE(outcome.wait());
+    EXPECT_EQ(outcome.summary(), (CleanSummary{0, 0, 0}));
+    EXPECT_TRUE(world->killings.empty());
+}
+
+TEST_F(EngineCleanRefusal, withSettingsThatCannotBeRead) {
+    settings().write("[General]\nprotectedProjects=\"~/shop\n");
+    EXPECT_TRUE(hasProblem(Problem::Source::settings)) << "known before any scan";
+    scan({safeItem(1)});
+    const auto reason = engine().reasonNotToClean();
+    ASSERT_TRUE(reason);
+    EXPECT_TRUE(reason->ends_with("; what is protected is unknown, and nothing was ended")) << *reason;
+    expectRefusal(*reason);
+    EXPECT_TRUE(hasProblem(Problem::Source::settings));
+}
+
+TEST_F(EngineCleanRefusal, withSettingsThatCannotBeReadEvenBeforeAnyScan) {
+    settings().write("[General]\nprotectedProjects=\"~/shop\n");
+    world->candidates.items = {safeItem(1)};
+    CleanOutcome outcome;
+    engine().cleanAllSafe(outcome.taker());
+    ASSERT_TRUE(outcome.wait());
+    EXPECT_EQ(outcome.summary(), (CleanSummary{0, 0, 0}));
+    EXPECT_TRUE(world->killings.empty());
+}
+
+TEST_F(EngineCleanRefusal, lastsUntilWhatIsProtectedIsSetAgain) {
+    settings().write("[General]\nprotectedProjects=\"~/shop\n");
+    world->directories.cwds = {{1, cwdOf("~/elsewhere")}};
+    scan({safeItem(1)});
+    engine().setElapsedThreshold(5);
+    EXPECT_NE(engine().reasonNotToClean(), std::nullopt) << "that does not say what is protected";
+    engine().setProtectedProjects({"~/shop"});
+    EXPECT_FALSE(hasProblem(Problem::Source::settings));
+    expectNoRefusal();
+}
+
+TEST_F(EngineCleanRefusal, endsWhenTheNextScanKnowsEverything) {
+    world->listeners.answer.fault = Shell::Fault::tooSlow;
+    world->directories.answer.fault = Shell::Fault::tooSlow;
+    scan({safeItem(1)});
+    expectRefusal(withoutLsof());
+    waitForScan();
+    world->listeners.answer.fault = Shell::Fault::none;
+    world->directories.answer.fault = Shell::Fault::none;
+    scan();
+    EXPECT_TRUE(engine().problems().empty());
+    expectNoRefusal();
+}
+
+TEST_F(EngineCleanRefusal, aRowMayStillBeEnded) {
+    world->listeners.answer.fault = Shell::Fault::tooSlow;
+    scan({safeItem(1)});
+    int ended = 0;
+    engine().kill(safeItem(1),
+                  [&](const KillCore::KillResult& result) { ended += KillCore::isCleaned(result); });
+    EXPECT_TRUE(spinUntil([&] { return ended == 1; }));
+    EXPECT_EQ(world->killings.size(), 1U);
+}
+
+} // namespace Vintrel

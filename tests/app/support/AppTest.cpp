@@ -1,0 +1,45 @@
+#include "tests/app/support/AppTest.h"
+
+#include <utility>
+
+#include <QDeadlineTimer>
+#include <QEventLoop>
+#include <QTimer>
+
+namespace VintrelTests {
+
+bool spinUntil(const std::function<bool()>& isDone, std::chrono::milliseconds patience) {
+    const QDeadlineTimer deadline(patience);
+    while (!isDone()) {
+        if (deadline.hasExpired()) {
+            return false;
+        }
+        constexpr int interval = 5;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, interval);
+        spinFor(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+void spinFor(std::chrono::milliseconds time) {
+    QEventLoop loop;
+    QTimer::singleShot(time, Qt::PreciseTimer, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
+void RecordingNotifications::requestAuthorization(std::function<void(bool granted)> onAnswer) {
+    ++requests;
+    const auto answer = [this, onAnswer = std::move(onAnswer), isGranted = isToBeGranted] {
+        authorization = isGranted ? Authorization::authorized : Authorization::denied;
+        onAnswer(isGranted);
+    };
+    QMetaObject::invokeMethod(this, answer, Qt::QueuedConnection);
+}
+
+void RecordingNotifications::readAuthorization(std::function<void(Authorization)> onAnswer) {
+    ++readings;
+    QMetaObject::invokeMethod(
+        this, [this, onAnswer = std::move(onAnswer)] { onAnswer(authorization); }, Qt::QueuedConnection);
+}
+
+} // namespace VintrelTests
