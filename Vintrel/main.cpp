@@ -1,3 +1,4 @@
+#include "Vintrel/engine/Background.h"
 #include "Vintrel/engine/ScanEngine.h"
 #include "Vintrel/shell/Desktop.h"
 #include "Vintrel/startup/Interrupt.h"
@@ -14,8 +15,10 @@ int run(int& argc, char** argv, const Interrupt& interrupt) {
     QSocketNotifier onInterrupt(interrupt.descriptor(), QSocketNotifier::Read);
     QObject::connect(&onInterrupt, &QSocketNotifier::activated, &application, &QCoreApplication::quit);
     const auto notifications = Vintrel::Desktop::makeUserNotifications();
-    const Vintrel::ScanEngine engine(*notifications);
-    return QCoreApplication::exec();
+    Vintrel::ScanEngine engine(*notifications); // NOLINT(misc-const-correctness): its timer changes it
+    const int status = QCoreApplication::exec();
+    Vintrel::Background::shared().finish(); // what was being ended is recorded as long as there is an engine
+    return status;
 }
 
 } // namespace

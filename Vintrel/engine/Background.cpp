@@ -67,7 +67,7 @@ public:
     };
 
     void add(Job job) {
-        const std::scoped_lock lock(m_mutex);
+        std::unique_lock lock(m_mutex);
         m_inbox.push_back(std::move(job));
         if (m_threadCount == mostThreads) {
             return; // one of them takes it
@@ -77,7 +77,11 @@ public:
             std::thread([self = shared_from_this()] { self->takeJobs(); }).detach();
             ++m_threadCount;
         } catch (const std::system_error&) {
-            runWithoutThread();
+            if (m_threadCount == 0) { // else, those there are will get to it
+                ++m_threadCount;
+                lock.unlock();
+                takeJobs();
+            }
         }
     }
 
@@ -115,17 +119,6 @@ private:
         m_idle.notify_all();
     }
 
-    /// The system gives no more threads. Those there are will get to it; without any, it happens here.
-    void runWithoutThread() {
-        if (m_threadCount == 0) {
-            const Job job = std::move(m_inbox.back());
-            m_inbox.pop_back();
-            job.work(ending.reading.get());
-            m_done.push_back(job.number);
-            done.ring();
-        }
-    }
-
     std::mutex m_mutex;
     std::condition_variable m_idle;
     std::deque<Job> m_inbox;
@@ -143,6 +136,11 @@ Background::Background(QObject* parent)
 Background::~Background() {
     delete m_notifier; // before what it watches is closed
     m_threads->end();
+}
+
+void Background::finish() {
+    m_threads->end();
+    deliver();
 }
 
 Background& Background::shared() {

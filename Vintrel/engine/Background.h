@@ -42,6 +42,10 @@ public:
             [then = std::move(then), result] { then(*std::move(*result)); });
     }
 
+    /// For the end of the program: asks work that is under way to stop, waits for it, though not for long,
+    /// and delivers what has come of it.
+    void finish();
+
     /// Whether anything is still to come back.
     [[nodiscard]] bool isBusy() const { return !m_pending.empty(); }
 

@@ -20,7 +20,8 @@ void stats(QObject* owner, std::function<void(const VintrelCore::DockerCore::Sta
 }
 
 void remove(const std::string& id, QObject* owner, OnContainers onComplete) {
-    performThenRefresh({Core::stopArguments(id), Core::removeArguments(id)}, owner, std::move(onComplete));
+    Background::shared().run(
+        owner, [id](int interrupt) { return Core::removeContainer(id, interrupt); }, std::move(onComplete));
 }
 
 void performThenRefresh(std::vector<Arguments> commands, QObject* owner, OnContainers onComplete) {

@@ -13,7 +13,8 @@ class QObject;
 
 /// The asynchronous front of `KillCore`: ending blocks for the grace period, so it happens off the main
 /// thread, and the outcome is delivered on it. To be called on the main thread. When `owner` is gone by then,
-/// nothing is delivered; what was begun is ended all the same. No state.
+/// nothing is delivered; what was begun is ended all the same, unless the program ends: then nobody is
+/// forced. No state.
 namespace Vintrel::KillService {
 
 /// By pid.

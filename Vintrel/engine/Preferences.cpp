@@ -1,6 +1,9 @@
 #include "Vintrel/engine/Preferences.h"
 
 #include "Vintrel/engine/PreferencesStore.h"
+#include "VintrelCore/base/AtomicFile.h"
+#include "VintrelCore/base/DamagedFile.h"
+#include "VintrelCore/base/File.h"
 
 #include <cmath>
 #include <filesystem>
@@ -46,6 +49,12 @@ std::optional<std::string> problemOf(const QString& path) {
     return isDamaged ? std::optional<std::string>("are damaged") : std::nullopt;
 }
 
+/// Whether a damaged file was kept when this one took its place.
+bool wasDamaged(const QString& path) {
+    const auto target = VintrelCore::AtomicFile::target(path.toStdString());
+    return target && VintrelCore::File::exists(VintrelCore::DamagedFile::nameBeside(*target));
+}
+
 std::string sentence(const QString& path, const std::string& problem) {
     return "the settings in " + path.toStdString() + " " + problem;
 }
@@ -77,6 +86,9 @@ Preferences::Loaded Preferences::load() {
         if (auto rule = CustomRule::parse(line)) {
             values.customRules.push_back(*std::move(rule));
         }
+    }
+    if (!store.contains(PreferencesStore::nameOf(Key::protectedProjects)) && wasDamaged(path)) {
+        loaded.problem = sentence(path, "were damaged, and may have protected projects");
     }
     values.notificationsEnabled = flag(store, Key::notificationsEnabled);
     return loaded;

@@ -53,8 +53,10 @@ struct Preferences {
 
 struct Preferences::Loaded {
     Preferences values{};
-    /// Why the stored settings could not be had, in a sentence for people; all values are then defaults. Who
-    /// would end processes must not go on: what the user protects is not known.
+    /// Why the stored settings could not be had, in a sentence for people; those values are then defaults.
+    /// Who would end processes must not go on: what the user protects is not known. That lasts until
+    /// protected projects are stored again (also none of them), or the damaged file that was kept is taken
+    /// away.
     std::optional<std::string> problem{};
 };
 

@@ -6,7 +6,7 @@
 #include <chrono>
 #include <utility>
 
-#include <QTimer>
+#include <QPointer>
 
 namespace Vintrel {
 
@@ -20,7 +20,14 @@ constexpr std::chrono::seconds patience{2};
 } // namespace
 
 ProtectedFolders::ProtectedFolders(QObject* parent)
-    : QObject(parent), m_protection{.home = VintrelCore::Platform::homeFolder()} {}
+    : QObject(parent),
+      m_protection{.home = VintrelCore::resolvedFolder(VintrelCore::Platform::homeFolder())} {
+    m_patience.setSingleShot(true);
+    connect(&m_patience, &QTimer::timeout, this, [this] {
+        m_areUnreachable = true;
+        finish();
+    });
+}
 
 void ProtectedFolders::setEntries(std::vector<std::string> entries) {
     if (entries != m_protection.entries) {
@@ -29,49 +36,48 @@ void ProtectedFolders::setEntries(std::vector<std::string> entries) {
     }
 }
 
-void ProtectedFolders::adopt(Protection found, bool metDeadMount) {
-    m_areUnreachable = metDeadMount;
-    // They may have changed since the scan began; what is known of the new ones stays.
-    m_protection.home = std::move(found.home);
-    found.resolved.merge(m_protection.resolved);
-    m_protection.resolved = std::move(found.resolved);
-}
-
 void ProtectedFolders::whenKnown(std::function<void()> action) {
-    if (m_finished == m_lastNumber) {
-        action();
-    } else {
+    if (m_isLooking && !m_areUnreachable) {
         m_waiting.push_back(std::move(action));
+    } else {
+        action();
     }
 }
 
 void ProtectedFolders::followLinks() {
-    if (m_areUnreachable) {
-        return; // the next scan sees whether they still are
+    if (m_isLooking) { // one at a time: each may hang
+        m_isToLookAgain = true;
+        return;
     }
-    const int number = ++m_lastNumber;
+    if (m_protection.entries.empty()) {
+        m_areUnreachable = false;
+        return;
+    }
+    m_isLooking = true;
+    m_patience.start(patience);
     const auto work = [entries = m_protection.entries, home = m_protection.home](int) {
         return Protection::resolve(entries, home);
     };
-    Background::shared().run(this, work, [this, number](Protection::Forms forms) {
-        m_protection.resolved.merge(forms);
-        finish(number);
-    });
-    QTimer::singleShot(patience, this, [this, number] {
-        if (number == m_lastNumber && m_finished < number) {
-            m_areUnreachable = true;
-            finish(number);
+    Background::shared().run(this, work, [this](Protection::Forms forms) {
+        m_isLooking = false;
+        m_areUnreachable = false;
+        m_protection.resolved = std::move(forms);
+        if (std::exchange(m_isToLookAgain, false)) {
+            followLinks();
+        } else {
+            m_patience.stop();
+            finish();
         }
     });
 }
 
-void ProtectedFolders::finish(int number) {
-    if (number != m_lastNumber || m_finished == number) {
-        return; // another lookup is under way
-    }
-    m_finished = number;
+void ProtectedFolders::finish() {
+    const QPointer<ProtectedFolders> self(this);
     for (const auto& action : std::exchange(m_waiting, {})) {
         action();
+        if (!self) {
+            return; // whoever was called ended the engine
+        }
     }
 }
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include <QObject>
+#include <QTimer>
 
 namespace Vintrel {
 
@@ -24,8 +25,8 @@ public:
     /// They count at once; where they are links, what is behind them does as soon as that is known.
     void setEntries(std::vector<std::string> entries);
 
-    /// Takes over what a scan found out about them. After one that met a dead mount no links are followed.
-    void adopt(VintrelCore::Protection found, bool metDeadMount);
+    /// Looks again at what is behind the links: they may lead elsewhere by now.
+    void followLinks();
 
     /// Calls `action` once it is known what is behind the links, or that this cannot be known.
     void whenKnown(std::function<void()> action);
@@ -34,13 +35,13 @@ public:
     [[nodiscard]] bool areUnreachable() const { return m_areUnreachable; }
 
 private:
-    void followLinks();
-    void finish(int number);
+    void finish();
 
     VintrelCore::Protection m_protection;
     bool m_areUnreachable = false;
-    int m_lastNumber = 0; // of the lookups
-    int m_finished = 0;   // the last one that was
+    bool m_isLooking = false;     // off the main thread
+    bool m_isToLookAgain = false; // for other entries
+    QTimer m_patience;
     std::vector<std::function<void()>> m_waiting;
 };
 

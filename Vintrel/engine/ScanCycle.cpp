@@ -52,21 +52,14 @@ void findCandidates(const Inputs& inputs, const ScanSources& sources, int interr
     results.faults.ps = candidates.fault;
     results.managers = std::move(candidates.managers);
 
-    bool mayTouchFiles = !listeners.answer.metDeadMount;
-    const std::string home = Platform::homeFolder();
-    Protection& protection = results.protection;
-    protection = {.entries = inputs.rules.protectedProjects,
-                  .home = mayTouchFiles ? resolvedFolder(home) : home};
-    ScanSources::Directories directories = sources.workingDirectories(
-        {.pids = allPIDsOf(candidates.items), .home = protection.home, .mayTouchFiles = mayTouchFiles},
-        interrupt);
+    ScanSources::Directories directories =
+        sources.workingDirectories({.pids = allPIDsOf(candidates.items),
+                                    .home = inputs.home,
+                                    .mayTouchFiles = !listeners.answer.metDeadMount},
+                                   interrupt);
     results.faults.note(directories.answer);
     results.cwds = std::move(directories.cwds);
     results.faults.foldersUnknown = results.cwds.empty() && !candidates.items.empty();
-    mayTouchFiles = mayTouchFiles && !directories.answer.metDeadMount;
-    if (mayTouchFiles) {
-        protection.resolved = Protection::resolve(protection.entries, protection.home);
-    }
     results.items = ScanCore::applyScopedIgnores(candidates.items, results.cwds, inputs.ignores.scoped);
     results.usedCPU = sources.usedCPU(results.items);
 }

@@ -15,6 +15,7 @@ struct Inputs {
     VintrelCore::ScanRules rules{};
     VintrelCore::SortedIgnores ignores{}; ///< of the rules
     VintrelCore::ScanCore::PIDSet dismissedPIDs{};
+    std::string home{}; ///< the folder to write as "~"
 };
 
 struct Results {
@@ -25,7 +26,6 @@ struct Results {
     VintrelCore::AncestryResolver::ProcessTable processTable{};
     std::unordered_map<int32_t, std::string> managers{};
     VintrelCore::CPUSampler::Reading usedCPU{};
-    VintrelCore::Protection protection{};
     VintrelCore::ScanFaults faults{};
     VintrelCore::DockerService::EngineState containerEngine = VintrelCore::DockerService::EngineState::absent;
 };

@@ -35,8 +35,16 @@ std::optional<std::string> complaintAbout(VintrelCore::DockerService::EngineStat
     }
 }
 
-bool isSameProcess(const ProcessItem& one, const ProcessItem& other) {
-    return one.pid == other.pid && one.startTime == other.startTime;
+/// Whether the very process is among the items.
+bool contains(const std::vector<ProcessItem>& items, const ProcessItem& item) {
+    return std::ranges::any_of(items, [&item](const ProcessItem& other) {
+        return other.pid == item.pid && other.startTime == item.startTime;
+    });
+}
+
+bool isCleaned(const ProcessItem& item, const KillService::Outcomes& outcomes) {
+    const auto outcome = outcomes.find(item.pid);
+    return outcome != outcomes.end() && KillCore::isCleaned(outcome->second);
 }
 
 } // namespace
@@ -101,6 +109,10 @@ void ScanEngine::setIgnoredNames(std::vector<std::string> rules) {
 }
 
 void ScanEngine::setProtectedProjects(std::vector<std::string> folders) {
+    if (m_settingsProblem && folders == m_preferences.protectedProjects) { // also nothing is an answer
+        m_unsavedPreferences.insert(Preferences::Key::protectedProjects);
+        savePreferences();
+    }
     m_protectedFolders.setEntries(folders); // what goes by them goes by the new ones at once
     setPreference(m_preferences.protectedProjects, std::move(folders), Preferences::Key::protectedProjects,
                   Field::protectedProjects);
@@ -146,10 +158,12 @@ void ScanEngine::scan() {
         return;
     }
     m_endedDuringScan.clear();
+    m_protectedFolders.followLinks();
     publish(m_isScanning, true, Field::isScanning);
     const ScanCycle::Inputs inputs{.rules = rules(),
                                    .ignores = SortedIgnores::parse(m_preferences.ignoredNames),
-                                   .dismissedPIDs = m_dismissedPIDs};
+                                   .dismissedPIDs = m_dismissedPIDs,
+                                   .home = m_protectedFolders.protection().home};
     const auto work = [inputs, sources = m_sources](int interrupt) {
         return ScanCycle::run(inputs, sources, interrupt);
     };
@@ -174,16 +188,19 @@ void ScanEngine::publish(Value& current, Value value, Field field) {
 }
 
 void ScanEngine::finishScan(ScanCycle::Results results) {
-    m_found.faults = results.faults;
-    m_found.containerEngine = results.containerEngine;
+    const QPointer<ScanEngine> self(this);
     if (results.faults.ps == Shell::Fault::none) {
         m_hasScanned = true;
         publishResults(std::move(results));
     } else { // nothing was found out; what was known before may still hold
+        m_found.faults = results.faults;
+        m_found.containerEngine = results.containerEngine;
         updateProblems();
         publish(m_isScanning, false, Field::isScanning);
     }
-    for (const auto& action : std::exchange(m_afterFirstScan, {})) {
+    while (self && !m_afterFirstScan.empty()) {
+        const auto action = m_afterFirstScan.front();
+        m_afterFirstScan.erase(m_afterFirstScan.begin());
         action();
     }
 }
@@ -195,26 +212,46 @@ void ScanEngine::publishResults(ScanCycle::Results results) {
                            &ProcessItem::pid);
     previousPIDs.swap(m_previousPIDs);
     const Items newItems = results.items; // observers may dismiss some of them
-    m_protectedFolders.adopt(std::move(results.protection), results.faults.metDeadMount);
-    publish(m_found.items, std::move(results.items), Field::items);
-    publish(m_found.listeningPorts, std::move(results.listeningPorts), Field::listeningPorts);
-    publish(m_found.containerOwners, std::move(results.containerOwners), Field::containerOwners);
-    publish(m_found.cwds, std::move(results.cwds), Field::cwds);
-    publish(m_found.processTable, std::move(results.processTable), Field::processTable);
-    publish(m_found.managers, std::move(results.managers), Field::managers);
+    const QPointer<ScanEngine> self(this);
+    for (const Field field : adopt(std::move(results))) {
+        emit changed(field);
+        if (!self) {
+            return; // an observer ended the engine
+        }
+    }
     forgetOpenFilesOfOthers();
     updateProblems();
-    m_scanHistory = m_scanHistory.recording(m_cpuSampler.observe(newItems, results.usedCPU));
+    m_scanHistory = m_scanHistory.recording(m_cpuSampler.observe(newItems, m_found.usedCPU));
     publish(m_isScanning, false, Field::isScanning);
     fireNotificationIfNeeded(newItems, previousPIDs);
+    if (std::exchange(m_isToRestore, false)) {
+        restoreHiddenAndScan();
+    }
+}
+
+/// Takes all of it over before anybody is told of any of it: who acts on new items must find what is known of
+/// them. What has changed, in the order in which it is to be told.
+std::vector<ScanEngine::Field> ScanEngine::adopt(ScanCycle::Results results) {
+    std::vector<Field> fields;
+    const auto note = [&fields](const auto& before, const auto& after, Field field) {
+        if (before != after) {
+            fields.push_back(field);
+        }
+    };
+    note(m_found.items, results.items, Field::items);
+    note(m_found.listeningPorts, results.listeningPorts, Field::listeningPorts);
+    note(m_found.containerOwners, results.containerOwners, Field::containerOwners);
+    note(m_found.cwds, results.cwds, Field::cwds);
+    note(m_found.processTable, results.processTable, Field::processTable);
+    note(m_found.managers, results.managers, Field::managers);
+    m_found = std::move(results);
+    return fields;
 }
 
 /// What was dismissed or ended after the scan had begun.
 void ScanEngine::dropWhatIsGone(Items& items) const {
     std::erase_if(items, [this](const Item& item) {
-        return m_dismissedPIDs.contains(item.pid) ||
-               std::ranges::any_of(m_endedDuringScan,
-                                   [&item](const Item& ended) { return isSameProcess(ended, item); });
+        return m_dismissedPIDs.contains(item.pid) || contains(m_endedDuringScan, item);
     });
 }
 
@@ -247,6 +284,7 @@ void ScanEngine::updateProblems() {
 void ScanEngine::restoreHiddenAndScan() {
     m_dismissedPIDs.clear();
     m_previousPIDs.reset();
+    m_isToRestore = m_isScanning; // the scan under way still leaves them out
     scan();
 }
 
@@ -318,45 +356,48 @@ std::optional<std::string> ScanEngine::reasonNotToClean() const {
 }
 
 void ScanEngine::kill(const Item& item, const std::function<void(const KillResult&)>& completion) {
-    KillService::kill(
-        std::vector{item}, m_found.containerOwners, this,
-        [this, item, cwds = m_found.cwds, completion](const KillService::Outcomes& outcomes) {
-            record({item}, outcomes, cwds);
-            scan();
-            if (completion) {
-                completion(outcomes.at(item.pid));
-            }
-        },
-        m_sources.kill);
-}
-
-void ScanEngine::clean(const Items& items, const std::function<void(const CleanSummary&)>& completion) {
-    m_protectedFolders.whenKnown([this, items, completion] {
-        Items unprotected = items;
-        std::erase_if(unprotected, [this](const Item& item) { return isProtected(item); });
-        if (reasonNotToClean()) {
-            completion({});
-        } else {
-            end(unprotected, completion);
+    end({item}, [item, completion](const KillService::Outcomes& outcomes) {
+        if (completion) {
+            completion(outcomes.at(item.pid));
         }
     });
 }
 
-void ScanEngine::end(const Items& items, const std::function<void(const CleanSummary&)>& completion) {
-    KillService::kill(
-        items, m_found.containerOwners, this,
-        [this, items, cwds = m_found.cwds, completion](const KillService::Outcomes& outcomes) {
-            record(items, outcomes, cwds);
-            CleanSummary summary{.requested = static_cast<int>(items.size())};
-            for (const Item& item : items) {
-                const auto outcome = outcomes.find(item.pid);
-                if (outcome != outcomes.end() && KillCore::isCleaned(outcome->second)) {
+void ScanEngine::clean(const Items& items, const std::function<void(const CleanSummary&)>& completion) {
+    m_protectedFolders.whenKnown([this, items, cwds = m_found.cwds, completion] {
+        if (reasonNotToClean()) {
+            completion({});
+            return;
+        }
+        Items chosen = items;
+        std::erase_if(chosen, [this, &cwds](const Item& item) {
+            return isProtected(item) || m_protectedFolders.protection().covers(item, cwds) ||
+                   m_dismissedPIDs.contains(item.pid) || contains(m_ending, item);
+        });
+        end(chosen, [chosen, completion](const KillService::Outcomes& outcomes) {
+            CleanSummary summary{.requested = static_cast<int>(chosen.size())};
+            for (const Item& item : chosen) {
+                if (isCleaned(item, outcomes)) {
                     ++summary.cleaned;
                     summary.reclaimedKB = Saturating::sum(summary.reclaimedKB, item.rssKB);
                 }
             }
-            scan();
             completion(summary);
+        });
+    });
+}
+
+/// Ends items, records what has ended, and scans; then calls `completion`.
+void ScanEngine::end(const Items& items,
+                     const std::function<void(const KillService::Outcomes&)>& completion) {
+    m_ending.insert(m_ending.end(), items.begin(), items.end());
+    KillService::kill(
+        items, m_found.containerOwners, this,
+        [this, items, cwds = m_found.cwds, completion](const KillService::Outcomes& outcomes) {
+            record(items, outcomes, cwds);
+            std::erase_if(m_ending, [&items](const Item& item) { return contains(items, item); });
+            scan();
+            completion(outcomes);
         },
         m_sources.kill);
 }
@@ -383,8 +424,7 @@ void ScanEngine::record(const Items& items, const KillService::Outcomes& outcome
                         const CwdResolver::CwdMap& cwds) {
     std::vector<CleanEvent> events;
     for (const Item& item : items) {
-        const auto outcome = outcomes.find(item.pid);
-        if (outcome != outcomes.end() && KillCore::isCleaned(outcome->second)) {
+        if (isCleaned(item, outcomes)) {
             events.push_back(CleanLog::makeCleanEvent(item, cwds, m_sources.now()));
             m_endedDuringScan.push_back(item);
         }
@@ -399,13 +439,18 @@ void ScanEngine::perform(URLScheme::Command command) {
         return;
     }
     afterFirstScan([this] {
-        if (const auto reason = reasonNotToClean()) {
-            post(Announcements::cleanRefused(*reason));
-        } else if (sweepableSafeItems().empty()) {
-            fireCleanResultNotification({});
-        } else {
-            cleanAllSafe([this](const CleanSummary& summary) { fireCleanResultNotification(summary); });
+        if (!reasonNotToClean() && sweepableSafeItems().empty()) {
+            fireCleanResultNotification({}); // without another scan
+            return;
         }
+        cleanAllSafe([this](const CleanSummary& summary) {
+            const auto reason = reasonNotToClean();
+            if (reason && summary.requested == 0) {
+                post(Announcements::cleanRefused(*reason));
+            } else {
+                fireCleanResultNotification(summary);
+            }
+        });
     });
 }
 

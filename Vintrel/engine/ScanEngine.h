@@ -44,7 +44,6 @@ public:
                         QObject* parent = nullptr);
 
     // What was found. Empty before the first scan.
-
     /// The candidates of the last scan, less what was dismissed since.
     [[nodiscard]] const Items& items() const { return m_found.items; }
 
@@ -77,7 +76,6 @@ public:
     [[nodiscard]] const std::optional<PIDSet>& previousPIDs() const { return m_previousPIDs; }
 
     // The settings. A change is written at once and takes effect with the next scan; it starts none.
-
     [[nodiscard]] double scanInterval() const { return m_preferences.scanInterval; }
 
     [[nodiscard]] double elapsedThreshold() const { return m_preferences.elapsedThreshold; }
@@ -104,7 +102,6 @@ public:
     void setNotificationsEnabled(bool isEnabled);
 
     // What can be done.
-
     /// Scans, unless a scan is under way. Returns at once.
     void scan();
 
@@ -160,13 +157,14 @@ private:
     void startTimer();
     void finishScan(ScanCycle::Results results);
     void publishResults(ScanCycle::Results results);
+    std::vector<Field> adopt(ScanCycle::Results results);
     void dropWhatIsGone(Items& items) const;
     void forgetOpenFilesOfOthers();
     void afterFirstScan(std::function<void()> action);
     void requestAuthorization();
     void fireNotificationIfNeeded(const Items& newItems, const std::optional<PIDSet>& previousPIDs);
     void post(const UserNotification& notification);
-    void end(const Items& items, const std::function<void(const CleanSummary&)>& completion);
+    void end(const Items& items, const std::function<void(const KillService::Outcomes&)>& completion);
     void record(const Items& items, const KillService::Outcomes& outcomes,
                 const VintrelCore::CwdResolver::CwdMap& cwds);
     [[nodiscard]] VintrelCore::ScanRules rules() const;
@@ -195,6 +193,8 @@ private:
     bool m_hasScanned = false;
     std::vector<std::function<void()>> m_afterFirstScan;
     Items m_endedDuringScan;
+    Items m_ending;
+    bool m_isToRestore = false;
 };
 
 } // namespace Vintrel

@@ -13,7 +13,7 @@ namespace Vintrel {
 
 /// What the engine asks of the outside world, as functions, so that prepared answers can stand in for it.
 ///
-/// All of them may block and are called off the main thread, several at the same time. Where `interrupt` (a
+/// All but `now` may block and are called off the main thread, several at the same time. Where `interrupt` (a
 /// descriptor) becomes readable, they give up.
 struct ScanSources {
     struct Listeners {

@@ -38,7 +38,7 @@ KeptAside::KeptAside(const std::string& path) : m_path(path) {
     constexpr int mostNames = 1'000;
     for (int number = 1; number <= mostNames && m_name.empty(); ++number) {
         const std::string name =
-            path + ".damaged" + (number > 1 ? "-" + std::to_string(number) : std::string());
+            nameBeside(path) + (number > 1 ? "-" + std::to_string(number) : std::string());
         m_isSecondName = ::link(path.c_str(), name.c_str()) == 0;
         // There are file systems without second names.
         const bool isKept = m_isSecondName || (isFree(name) && ::rename(path.c_str(), name.c_str()) == 0);
@@ -59,6 +59,10 @@ void KeptAside::undo() const {
 }
 
 } // namespace
+
+std::string nameBeside(const std::string& path) {
+    return path + ".damaged";
+}
 
 bool replace(const std::string& path, std::string_view bytes) {
     const KeptAside kept(path);

@@ -10,4 +10,7 @@ namespace VintrelCore::DamagedFile {
 /// (or with a number behind that). When false is returned, all is as it was.
 [[nodiscard]] bool replace(const std::string& path, std::string_view bytes);
 
+/// Where `replace` keeps the first one.
+[[nodiscard]] std::string nameBeside(const std::string& path);
+
 } // namespace VintrelCore::DamagedFile

@@ -102,7 +102,7 @@ TEST_F(PreferencesLinkTest, aDamagedTargetIsKept) {
     const fs::path target = m_elsewhere.write("dotfiles/vintrel", damaged);
     link(target);
     const Picture links = pictureOf(m_store.folder());
-    ASSERT_TRUE((Preferences{.scanInterval = 9}).save({Key::scanInterval}));
+    ASSERT_TRUE((Preferences{.scanInterval = 9}).save({Key::scanInterval, Key::protectedProjects}));
     expectStored({.scanInterval = 9});
     EXPECT_EQ(keptWith(damaged, target), std::set<std::string>{"vintrel.damaged"});
     EXPECT_EQ(pictureOf(m_store.folder()), links);

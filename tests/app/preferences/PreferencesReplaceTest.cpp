@@ -72,9 +72,29 @@ TEST(PreferencesReplaceTest, nothingOfADamagedFileIsTakenOver) {
         const SettingsStore store;
         store.write(damaged);
         const Preferences values{.elapsedThreshold = 77};
-        ASSERT_TRUE(values.save({Key::elapsedThreshold}));
+        ASSERT_TRUE(values.save({Key::elapsedThreshold, Key::protectedProjects}));
         expectStored(values);
     }
+}
+
+TEST(PreferencesReplaceTest, whatADamagedFileProtectedIsUnknownUntilThatIsStoredAgain) {
+    const SettingsStore store;
+    store.write(damages.front());
+    ASSERT_TRUE((Preferences{.elapsedThreshold = 77}).save({Key::elapsedThreshold}));
+    const auto [values, problem] = Preferences::load();
+    ASSERT_TRUE(problem.has_value());
+    EXPECT_TRUE(problem->ends_with("were damaged, and may have protected projects")) << *problem;
+    EXPECT_EQ(values.elapsedThreshold, 77);
+    ASSERT_TRUE(Preferences().save({Key::protectedProjects}));
+    EXPECT_EQ(Preferences::load().problem, std::nullopt) << "also none is an answer";
+}
+
+TEST(PreferencesReplaceTest, whatADamagedFileProtectedMattersNoMoreWhenItIsTakenAway) {
+    const SettingsStore store;
+    store.write(damages.front());
+    ASSERT_TRUE((Preferences{.elapsedThreshold = 77}).save({Key::elapsedThreshold}));
+    ASSERT_TRUE(std::filesystem::remove(store.file().string() + ".damaged"));
+    EXPECT_EQ(Preferences::load().problem, std::nullopt);
 }
 
 TEST(PreferencesReplaceTest, aSecondDamagedFileGetsAnotherName) {
