@@ -5,7 +5,6 @@
 #include "VintrelCore/base/Saturating.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <iterator>
 #include <limits>
@@ -19,10 +18,6 @@ using namespace VintrelCore;
 using KillCore::KillResult;
 
 namespace {
-
-bool isPeriod(double seconds) {
-    return std::isfinite(seconds) && seconds > 0;
-}
 
 std::optional<std::string> complaintAbout(VintrelCore::DockerService::EngineState engine) {
     switch (engine) {
@@ -63,86 +58,6 @@ ScanEngine::ScanEngine(UserNotifications& notifications, ScanSources sources, QO
     connect(&m_cleanLog, &CleanLogStore::eventsChanged, this, &ScanEngine::updateProblems);
     connect(&m_timer, &QTimer::timeout, this, &ScanEngine::scan);
     startTimer();
-}
-
-// Settings
-
-template <typename Value>
-void ScanEngine::setPreference(Value& current, Value value, Preferences::Key key, Field field) {
-    if (current == value) {
-        return;
-    }
-    current = std::move(value);
-    m_unsavedPreferences.insert(key);
-    savePreferences();
-    emit changed(field);
-}
-
-void ScanEngine::savePreferences() {
-    if (m_preferences.save(m_unsavedPreferences)) {
-        if (m_unsavedPreferences.contains(Preferences::Key::protectedProjects)) {
-            m_settingsProblem.reset(); // what is protected is known again
-        }
-        m_unsavedPreferences.clear();
-    }
-    updateProblems();
-}
-
-void ScanEngine::setScanInterval(double seconds) {
-    if (!isPeriod(seconds) || seconds == m_preferences.scanInterval) {
-        return;
-    }
-    setPreference(m_preferences.scanInterval, seconds, Preferences::Key::scanInterval, Field::scanInterval);
-    startTimer();
-}
-
-void ScanEngine::setElapsedThreshold(double seconds) {
-    if (isPeriod(seconds)) {
-        setPreference(m_preferences.elapsedThreshold, seconds, Preferences::Key::elapsedThreshold,
-                      Field::elapsedThreshold);
-    }
-}
-
-void ScanEngine::setIgnoredNames(std::vector<std::string> rules) {
-    setPreference(m_preferences.ignoredNames, std::move(rules), Preferences::Key::ignoredNames,
-                  Field::ignoredNames);
-}
-
-void ScanEngine::setProtectedProjects(std::vector<std::string> folders) {
-    if (m_settingsProblem && folders == m_preferences.protectedProjects) { // also nothing is an answer
-        m_unsavedPreferences.insert(Preferences::Key::protectedProjects);
-        savePreferences();
-    }
-    m_protectedFolders.setEntries(folders); // what goes by them goes by the new ones at once
-    setPreference(m_preferences.protectedProjects, std::move(folders), Preferences::Key::protectedProjects,
-                  Field::protectedProjects);
-}
-
-void ScanEngine::setDisabledKinds(std::set<ProcessKind> kinds) {
-    setPreference(m_preferences.disabledKinds, std::move(kinds), Preferences::Key::disabledKinds,
-                  Field::disabledKinds);
-}
-
-void ScanEngine::setCustomRules(std::vector<CustomRule> rules) {
-    setPreference(m_preferences.customRules, std::move(rules), Preferences::Key::customRules,
-                  Field::customRules);
-}
-
-void ScanEngine::setNotificationsEnabled(bool isEnabled) {
-    const bool isTurnedOn = isEnabled && !m_preferences.notificationsEnabled;
-    setPreference(m_preferences.notificationsEnabled, isEnabled, Preferences::Key::notificationsEnabled,
-                  Field::notificationsEnabled);
-    if (isTurnedOn && m_preferences.notificationsEnabled) {
-        requestAuthorization();
-    }
-}
-
-void ScanEngine::requestAuthorization() {
-    m_notifications.requestAuthorization([self = QPointer(this)](bool isGranted) {
-        if (self && !isGranted) {
-            self->setNotificationsEnabled(false);
-        }
-    });
 }
 
 // Scanning
@@ -195,8 +110,7 @@ void ScanEngine::finishScan(ScanCycle::Results results) {
     } else { // nothing was found out; what was known before may still hold
         m_found.faults = results.faults;
         m_found.containerEngine = results.containerEngine;
-        updateProblems();
-        publish(m_isScanning, false, Field::isScanning);
+        concludeScan();
     }
     while (self && !m_afterFirstScan.empty()) {
         const auto action = m_afterFirstScan.front();
@@ -219,14 +133,26 @@ void ScanEngine::publishResults(ScanCycle::Results results) {
             return; // an observer ended the engine
         }
     }
-    forgetOpenFilesOfOthers();
-    updateProblems();
     m_scanHistory = m_scanHistory.recording(m_cpuSampler.observe(newItems, m_found.usedCPU));
-    publish(m_isScanning, false, Field::isScanning);
+    forgetOpenFilesOfOthers();
+    if (!self || !concludeScan()) {
+        return;
+    }
     fireNotificationIfNeeded(newItems, previousPIDs);
     if (std::exchange(m_isToRestore, false)) {
-        restoreHiddenAndScan();
+        m_previousPIDs.reset();
+        scan();
     }
+}
+
+/// Whether no observer ended the engine.
+bool ScanEngine::concludeScan() {
+    const QPointer<ScanEngine> self(this);
+    updateProblems();
+    if (self) {
+        publish(m_isScanning, false, Field::isScanning);
+    }
+    return !self.isNull();
 }
 
 /// Takes all of it over before anybody is told of any of it: who acts on new items must find what is known of
@@ -257,17 +183,18 @@ void ScanEngine::dropWhatIsGone(Items& items) const {
 
 void ScanEngine::updateProblems() {
     std::vector<Problem> problems;
+    const ScanFaults faults = presentFaults();
     const auto add = [&problems](Problem::Source source, std::optional<std::string> text) {
         if (text) {
             problems.push_back({.source = source, .text = *std::move(text)});
         }
     };
-    add(Problem::Source::ps, complaintAboutPS(m_found.faults));
-    add(Problem::Source::lsof, complaintAboutLsof(m_found.faults));
-    if (m_found.faults.metDeadMount && rules().goByFolders()) {
+    add(Problem::Source::ps, complaintAboutPS(faults));
+    add(Problem::Source::lsof, complaintAboutLsof(faults));
+    if (faults.metDeadMount && rules().goByFolders()) {
         add(Problem::Source::mount, "a mount does not answer: what is protected is unknown");
     }
-    if (m_found.faults.lsof == Shell::Fault::none && m_found.faults.foldersUnknown && rules().goByFolders()) {
+    if (faults.lsof == Shell::Fault::none && faults.foldersUnknown && rules().goByFolders()) {
         add(Problem::Source::lsof, "no working directory could be found out: what is protected is unknown");
     }
     add(Problem::Source::containers, complaintAbout(m_found.containerEngine));
@@ -350,9 +277,14 @@ ScanEngine::Items ScanEngine::sweepableSafeItems() const {
 }
 
 std::optional<std::string> ScanEngine::reasonNotToClean() const {
+    return VintrelCore::reasonNotToClean(presentFaults(), rules(), m_settingsProblem);
+}
+
+/// Those of the last scan, and what has been learned of folders since.
+ScanFaults ScanEngine::presentFaults() const {
     ScanFaults faults = m_found.faults;
     faults.metDeadMount = faults.metDeadMount || m_protectedFolders.areUnreachable();
-    return VintrelCore::reasonNotToClean(faults, rules(), m_settingsProblem);
+    return faults;
 }
 
 void ScanEngine::kill(const Item& item, const std::function<void(const KillResult&)>& completion) {

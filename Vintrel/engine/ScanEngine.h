@@ -158,6 +158,7 @@ private:
     void finishScan(ScanCycle::Results results);
     void publishResults(ScanCycle::Results results);
     std::vector<Field> adopt(ScanCycle::Results results);
+    bool concludeScan();
     void dropWhatIsGone(Items& items) const;
     void forgetOpenFilesOfOthers();
     void afterFirstScan(std::function<void()> action);
@@ -168,6 +169,7 @@ private:
     void record(const Items& items, const KillService::Outcomes& outcomes,
                 const VintrelCore::CwdResolver::CwdMap& cwds);
     [[nodiscard]] VintrelCore::ScanRules rules() const;
+    [[nodiscard]] VintrelCore::ScanFaults presentFaults() const;
     void savePreferences();
     void updateProblems();
 
@@ -175,9 +177,9 @@ private:
     ScanSources m_sources;
     ScanCycle::Results m_found;
     bool m_isScanning = false;
+    bool m_isToRestore = false;
     std::unordered_map<int32_t, VintrelCore::OpenFileList> m_openFiles;
     std::vector<Problem> m_problems;
-
     Preferences m_preferences;
     ProtectedFolders m_protectedFolders;
     std::optional<std::string> m_settingsProblem;
@@ -189,12 +191,10 @@ private:
     VintrelCore::ScanHistory m_scanHistory;
     VintrelCore::CPUSampler m_cpuSampler;
     QTimer m_timer;
-
     bool m_hasScanned = false;
     std::vector<std::function<void()>> m_afterFirstScan;
     Items m_endedDuringScan;
     Items m_ending;
-    bool m_isToRestore = false;
 };
 
 } // namespace Vintrel

@@ -35,6 +35,16 @@ TEST_F(EngineOverlap, hiddenItemsThatAreRestoredDuringAScanComeWithTheNextUnanno
     expectPosted({});
 }
 
+TEST_F(EngineOverlap, whatIsHiddenAfterThatStaysHidden) {
+    scan({safeItem(1), safeItem(2)});
+    beginScan({safeItem(1), safeItem(2)});
+    engine().restoreHiddenAndScan();
+    engine().dismiss(2);
+    world.enumerateGate().open();
+    ASSERT_TRUE(spinUntil([this] { return scansBegun() == 3 && !engine().isScanning(); }));
+    EXPECT_EQ(pidsOf(engine().items()), (PIDs{1}));
+}
+
 TEST_F(EngineOverlap, whatIsBeingEndedIsNotEndedTwice) {
     scan({safeItem(1), safeItem(2)});
     world.killGate().close();
