@@ -12,6 +12,7 @@ namespace {
 int run(int& argc, char** argv, const Interrupt& interrupt) {
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("Vintrel"));
+    // NOLINTNEXTLINE(misc-const-correctness): the event loop changes it
     QSocketNotifier onInterrupt(interrupt.descriptor(), QSocketNotifier::Read);
     QObject::connect(&onInterrupt, &QSocketNotifier::activated, &application, &QCoreApplication::quit);
     const auto notifications = Vintrel::Desktop::makeUserNotifications();

@@ -7,6 +7,7 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QStringList>
+#include <QTimer>
 #include <QVariantMap>
 
 namespace Vintrel {
@@ -66,8 +67,7 @@ void DesktopNotifications::requestAuthorization(std::function<void(bool granted)
 }
 
 void DesktopNotifications::readAuthorization(std::function<void(Authorization)> onAnswer) {
-    QMetaObject::invokeMethod(
-        this, [this, onAnswer = std::move(onAnswer)] { onAnswer(m_authorization); }, Qt::QueuedConnection);
+    QTimer::singleShot(0, this, [this, onAnswer = std::move(onAnswer)] { onAnswer(m_authorization); });
 }
 
 void DesktopNotifications::add(const UserNotification& notification) {

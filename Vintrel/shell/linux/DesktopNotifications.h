@@ -30,7 +30,7 @@ private slots:
     void noteAction(uint number, const QString& action);
     void noteClosed(uint number);
 
-private:
+private: // NOLINT(readability-redundant-access-specifiers): what follows is no slot
     void send(const UserNotification& notification, bool hasMarkup);
 
     QDBusConnection m_bus;
