@@ -1,6 +1,6 @@
 // Other processes write the same log: what they add is shown, and nobody loses anything.
 #include "tests/app/log/StoreTest.h"
-#include "tests/app/preferences/Child.h"
+#include "tests/support/Child.h"
 
 #include <algorithm>
 #include <thread>

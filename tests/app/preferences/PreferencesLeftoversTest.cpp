@@ -1,6 +1,6 @@
 // What writers leave behind that are killed at work.
-#include "tests/app/preferences/Child.h"
 #include "tests/app/preferences/WritersTest.h"
+#include "tests/support/Child.h"
 
 #include <filesystem>
 

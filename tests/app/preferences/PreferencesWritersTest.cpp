@@ -1,7 +1,7 @@
 // Several writers of one store, and writers that are killed.
 #include "VintrelCore/base/FileLock.h"
-#include "tests/app/preferences/Child.h"
 #include "tests/app/preferences/WritersTest.h"
+#include "tests/support/Child.h"
 
 #include <algorithm>
 #include <chrono>

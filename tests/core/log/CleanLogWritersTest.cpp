@@ -1,7 +1,7 @@
 // Several writers of one log, and writers that are killed.
 #include "VintrelCore/base/FileLock.h"
 #include "tests/core/log/LogFolder.h"
-#include "tests/support/Process.h"
+#include "tests/support/Child.h"
 
 #include <algorithm>
 #include <atomic>
@@ -13,7 +13,6 @@
 #include <gtest/gtest.h>
 
 #include <signal.h>
-#include <sys/mman.h>
 #include <sys/resource.h>
 
 using namespace VintrelCore;
@@ -29,61 +28,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 const std::string logName = "clean-log.json";
-
-/// A child process that runs `work`; it is killed and reaped at the latest when the object goes.
-class Child {
-public:
-    explicit Child(const std::function<int()>& work) : m_pid(VintrelTests::forked()) {
-        if (m_pid == 0) {
-            std::_Exit(work());
-        }
-    }
-
-    Child(const Child&) = delete;
-    Child& operator=(const Child&) = delete;
-
-    ~Child() {
-        if (m_pid > 0) {
-            kill();
-        }
-    }
-
-    void kill() {
-        ::kill(m_pid, SIGKILL);
-        wait();
-    }
-
-    /// The exit status, or minus the signal that ended it.
-    int wait() {
-        int status = 0;
-        ::waitpid(m_pid, &status, 0);
-        m_pid = 0;
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-    }
-
-private:
-    pid_t m_pid;
-};
-
-/// A number that a child process and its parent share.
-class SharedNumber {
-public:
-    SharedNumber()
-        : m_memory(::mmap(nullptr, sizeof(std::atomic<int64_t>), PROT_READ | PROT_WRITE,
-                          MAP_SHARED | MAP_ANONYMOUS, -1, 0)),
-          m_number(new(m_memory) std::atomic<int64_t>(0)) {}
-
-    SharedNumber(const SharedNumber&) = delete;
-    SharedNumber& operator=(const SharedNumber&) = delete;
-
-    ~SharedNumber() { ::munmap(m_memory, sizeof(std::atomic<int64_t>)); }
-
-    [[nodiscard]] std::atomic<int64_t>& value() const { return *m_number; }
-
-private:
-    void* m_memory;
-    std::atomic<int64_t>* m_number;
-};
 
 /// Appends one event at a time; the number of those that were not saved.
 int appendEach(const std::string& url, const std::string& writer, int64_t count) {
