@@ -13,7 +13,7 @@ namespace VintrelCore {
 class FileLock {
 public:
     /// Makes the file, for the user alone, if need be, and waits for whoever has the lock. Absent when the
-    /// file cannot be made, or the lock is not free within `patience`.
+    /// file cannot be made, or one of them keeps the lock for longer than `patience`.
     [[nodiscard]] static std::optional<FileLock> take(const std::string& path,
                                                       std::chrono::milliseconds patience);
 
