@@ -46,7 +46,7 @@ activity() {
     cat "/proc/$1/task/"*/schedstat | awk '{ time += $1; switches += $3 } END { printf "%d %d\n", switches, time }'
 }
 idle=${IDLE:-60}
-"$bin/vintrel-app" &
+QT_QPA_PLATFORM=${QT_QPA_PLATFORM:-offscreen} "$bin/vintrel-app" &
 app_pid=$!
 sleep 3
 read -r switches_before time_before < <(activity "$app_pid")

@@ -47,4 +47,15 @@ UserNotification cleanRefused(const std::string& reason) {
     return {.title = "Nothing was cleaned", .body = reason};
 }
 
+std::optional<std::string> notEnded(const VintrelCore::KillCore::KillResult& result) {
+    using VintrelCore::KillCore::KillDetail;
+    if (VintrelCore::KillCore::isCleaned(result) || result.detail == KillDetail::alreadyGone) {
+        return std::nullopt;
+    }
+    if (result.detail == KillDetail::ended || result.detail == KillDetail::containerStopped) {
+        return "Not all of it has ended";
+    }
+    return "Not ended: " + std::string(VintrelCore::KillCore::inWords(result.detail));
+}
+
 } // namespace Vintrel::Announcements

@@ -4,6 +4,7 @@
 #include "Vintrel/engine/UserNotifications.h"
 #include "VintrelCore/model/ProcessItem.h"
 #include "VintrelCore/scan/ScanCore.h"
+#include "VintrelCore/terminate/KillCore.h"
 
 #include <optional>
 #include <span>
@@ -20,5 +21,8 @@ namespace Vintrel::Announcements {
 
 /// For a clean that was not begun. `reason` is a sentence for people.
 [[nodiscard]] UserNotification cleanRefused(const std::string& reason);
+
+/// Why an item that was to be ended is still there, as a sentence; absent when it is gone.
+[[nodiscard]] std::optional<std::string> notEnded(const VintrelCore::KillCore::KillResult& result);
 
 } // namespace Vintrel::Announcements

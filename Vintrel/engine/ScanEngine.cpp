@@ -126,6 +126,7 @@ void ScanEngine::publishResults(ScanCycle::Results results) {
                            &ProcessItem::pid);
     previousPIDs.swap(m_previousPIDs);
     const Items newItems = results.items; // observers may dismiss some of them
+    const Items oldItems = m_found.items;
     const QPointer<ScanEngine> self(this);
     for (const Field field : adopt(std::move(results))) {
         emit changed(field);
@@ -134,7 +135,7 @@ void ScanEngine::publishResults(ScanCycle::Results results) {
         }
     }
     m_scanHistory = m_scanHistory.recording(m_cpuSampler.observe(newItems, m_found.usedCPU));
-    forgetOpenFilesOfOthers();
+    forgetOpenFilesOfOthers(oldItems);
     if (!self || !concludeScan()) {
         return;
     }
@@ -231,11 +232,14 @@ void ScanEngine::dismiss(int32_t pid) {
     publish(m_found.items, std::move(kept), Field::items);
 }
 
-/// Their numbers may come to mean other processes.
-void ScanEngine::forgetOpenFilesOfOthers() {
+/// Of what has gone, and of whose number means another process than in `oldItems`.
+void ScanEngine::forgetOpenFilesOfOthers(const Items& oldItems) {
     auto openFiles = m_openFiles;
-    std::erase_if(openFiles, [this](const auto& entry) {
-        return std::ranges::find(m_found.items, entry.first, &ProcessItem::pid) == m_found.items.end();
+    std::erase_if(openFiles, [this, &oldItems](const auto& entry) {
+        const auto item = std::ranges::find(m_found.items, entry.first, &ProcessItem::pid);
+        const auto before = std::ranges::find(oldItems, entry.first, &ProcessItem::pid);
+        return item == m_found.items.end() ||
+               (before != oldItems.end() && before->startTime != item->startTime);
     });
     publish(m_openFiles, std::move(openFiles), Field::openFiles);
 }

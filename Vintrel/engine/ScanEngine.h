@@ -160,7 +160,7 @@ private:
     std::vector<Field> adopt(ScanCycle::Results results);
     bool concludeScan();
     void dropWhatIsGone(Items& items) const;
-    void forgetOpenFilesOfOthers();
+    void forgetOpenFilesOfOthers(const Items& oldItems);
     void afterFirstScan(std::function<void()> action);
     void requestAuthorization();
     void fireNotificationIfNeeded(const Items& newItems, const std::optional<PIDSet>& previousPIDs);

@@ -1,6 +1,9 @@
 #pragma once
 
 #include "Vintrel/engine/UserNotifications.h"
+#include "Vintrel/shell/Appearance.h"
+#include "Vintrel/shell/FileBrowser.h"
+#include "Vintrel/shell/LoginItem.h"
 
 #include <memory>
 
@@ -8,5 +11,14 @@
 namespace Vintrel::Desktop {
 
 [[nodiscard]] std::unique_ptr<UserNotifications> makeUserNotifications();
+[[nodiscard]] std::unique_ptr<FileBrowser> makeFileBrowser();
+[[nodiscard]] std::unique_ptr<LoginItem> makeLoginItem();
+[[nodiscard]] std::unique_ptr<Appearance> makeAppearance();
+
+/// Which of the toolkit's plug-ins for desktops is used. To be called before there is an application object.
+void choosePlatformTheme();
+
+/// Whether there is a screen to show anything on.
+[[nodiscard]] bool hasGraphicalSession();
 
 } // namespace Vintrel::Desktop

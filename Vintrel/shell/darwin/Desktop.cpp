@@ -2,6 +2,9 @@
 
 #include <utility>
 
+#include <QDesktopServices>
+#include <QUrl>
+
 namespace Vintrel::Desktop {
 
 namespace {
@@ -23,10 +26,29 @@ public:
     void add(const UserNotification&) override {}
 };
 
+class Finder : public FileBrowser {
+public:
+    [[nodiscard]] QString revealLabel() const override {
+        return QStringLiteral("Reveal working directory in Finder");
+    }
+
+    void reveal(const std::string& folder) override {
+        QDesktopServices::openUrl(QUrl::fromLocalFile(QString::fromStdString(folder)));
+    }
+};
+
 } // namespace
 
 std::unique_ptr<UserNotifications> makeUserNotifications() {
     return std::make_unique<NoNotifications>();
+}
+
+std::unique_ptr<FileBrowser> makeFileBrowser() {
+    return std::make_unique<Finder>();
+}
+
+bool hasGraphicalSession() {
+    return true;
 }
 
 } // namespace Vintrel::Desktop

@@ -1,7 +1,7 @@
 #include "Vintrel/engine/Announcements.h"
 
 #include "Vintrel/engine/ByteCount.h"
-#include "tests/app/engine/PreparedSources.h"
+#include "tests/app/support/PreparedSources.h"
 
 #include <cstdint>
 #include <limits>
@@ -112,6 +112,25 @@ TEST(AnnouncementsOfCleans, aRefusalSaysWhy) {
         << refusal.body;
     EXPECT_FALSE(refusal.title.empty());
     EXPECT_NE(refusal.title, Announcements::cleanResult({}).title);
+}
+
+TEST(AnnouncementsOfWhatWasNotEnded, thereAreNoneForWhatIsGone) {
+    using namespace VintrelCore::KillCore;
+    EXPECT_EQ(Announcements::notEnded({KillOutcome::confirmed, KillDetail::ended}), std::nullopt);
+    EXPECT_EQ(Announcements::notEnded({KillOutcome::confirmed, KillDetail::containerStopped}), std::nullopt);
+    EXPECT_EQ(Announcements::notEnded({KillOutcome::notKilled, KillDetail::alreadyGone}), std::nullopt);
+}
+
+TEST(AnnouncementsOfWhatWasNotEnded, sayWhy) {
+    using namespace VintrelCore::KillCore;
+    EXPECT_EQ(Announcements::notEnded({KillOutcome::notKilled, KillDetail::notPermitted, {7}}),
+              "Not ended: not permitted");
+    EXPECT_EQ(Announcements::notEnded({KillOutcome::notKilled, KillDetail::notTheSame}),
+              "Not ended: no longer the same process, left alone");
+    EXPECT_EQ(Announcements::notEnded({KillOutcome::confirmed, KillDetail::stillThere, {7}}),
+              "Not ended: still there, even after being forced");
+    EXPECT_EQ(Announcements::notEnded({KillOutcome::confirmed, KillDetail::ended, {8}}),
+              "Not all of it has ended");
 }
 
 } // namespace Vintrel

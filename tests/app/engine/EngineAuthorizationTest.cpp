@@ -1,5 +1,5 @@
 // Turning announcements on asks the desktop, and a refusal turns them off again.
-#include "tests/app/engine/EngineTest.h"
+#include "tests/app/support/EngineTest.h"
 
 #include <gtest/gtest.h>
 

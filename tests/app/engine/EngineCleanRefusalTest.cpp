@@ -1,5 +1,5 @@
 // "Clean all" ends nothing where a fact that protects is missing.
-#include "tests/app/engine/EngineTest.h"
+#include "tests/app/support/EngineTest.h"
 
 #include <string>
 

@@ -1,6 +1,6 @@
 // "Clean all".
 #include "VintrelCore/log/CleanLogFile.h"
-#include "tests/app/engine/EngineTest.h"
+#include "tests/app/support/EngineTest.h"
 
 #include <string>
 #include <vector>

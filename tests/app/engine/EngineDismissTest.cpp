@@ -1,5 +1,5 @@
 // "Ignore for session".
-#include "tests/app/engine/EngineTest.h"
+#include "tests/app/support/EngineTest.h"
 
 #include <gtest/gtest.h>
 

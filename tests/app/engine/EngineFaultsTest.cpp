@@ -1,6 +1,6 @@
 // What a scan could not find out is published too.
 #include "VintrelCore/log/CleanLogFile.h"
-#include "tests/app/engine/EngineTest.h"
+#include "tests/app/support/EngineTest.h"
 
 #include <algorithm>
 #include <fstream>

@@ -1,5 +1,5 @@
 // A program that runs for weeks must not grow.
-#include "tests/app/engine/EngineTest.h"
+#include "tests/app/support/EngineTest.h"
 
 #include <filesystem>
 #include <iostream>

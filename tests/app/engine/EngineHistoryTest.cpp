@@ -1,5 +1,5 @@
 // Every scan adds a sample of each candidate's processor use.
-#include "tests/app/engine/EngineTest.h"
+#include "tests/app/support/EngineTest.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // What a scan asks the outside world for.
-#include "tests/app/engine/EngineTest.h"
+#include "tests/app/support/EngineTest.h"
 
 #include <set>
 #include <string>

@@ -1,6 +1,6 @@
 // The end of one row.
 #include "VintrelCore/log/CleanLogFile.h"
-#include "tests/app/engine/EngineTest.h"
+#include "tests/app/support/EngineTest.h"
 
 #include <string>
 #include <vector>

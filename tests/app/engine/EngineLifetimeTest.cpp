@@ -1,6 +1,6 @@
 // The engine may die while its work is under way.
 #include "VintrelCore/log/CleanLogFile.h"
-#include "tests/app/engine/EngineTest.h"
+#include "tests/app/support/EngineTest.h"
 
 #include <gtest/gtest.h>
 

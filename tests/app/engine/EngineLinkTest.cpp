@@ -1,6 +1,6 @@
 // What the link "clean" does, and how its result is told.
 #include "Vintrel/engine/ByteCount.h"
-#include "tests/app/engine/EngineTest.h"
+#include "tests/app/support/EngineTest.h"
 
 #include <string>
 

@@ -1,5 +1,5 @@
 // When new strays are announced, and in which words.
-#include "tests/app/engine/EngineTest.h"
+#include "tests/app/support/EngineTest.h"
 
 #include <gtest/gtest.h>
 

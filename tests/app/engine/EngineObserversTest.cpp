@@ -1,5 +1,5 @@
 // Observers may act on what they are told while they are told.
-#include "tests/app/engine/EngineTest.h"
+#include "tests/app/support/EngineTest.h"
 
 #include <string>
 

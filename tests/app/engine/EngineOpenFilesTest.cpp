@@ -1,5 +1,5 @@
 // What a process has open is looked up when somebody asks.
-#include "tests/app/engine/EngineTest.h"
+#include "tests/app/support/EngineTest.h"
 
 #include <gtest/gtest.h>
 
@@ -101,6 +101,17 @@ TEST_F(EngineOpenFiles, doNotWaitForAScan) {
     EXPECT_TRUE(engine().isScanning());
     finishScan();
     EXPECT_EQ(engine().openFiles().at(1), log);
+}
+
+TEST_F(EngineOpenFiles, areForgottenWhenTheNumberIsAnotherProcesss) {
+    scan({safeItem(1), safeItem(2)});
+    (void)load(1, log);
+    (void)load(2, log);
+    ProcessItem successor = safeItem(1);
+    successor.startTime = VintrelCore::ProcStartTime{.sec = 9'999};
+    scan({successor, safeItem(2)});
+    EXPECT_FALSE(engine().openFiles().contains(1));
+    EXPECT_TRUE(engine().openFiles().contains(2));
 }
 
 } // namespace Vintrel

@@ -1,7 +1,7 @@
 // What happens while something else is under way.
 #include "Vintrel/engine/Background.h"
 #include "VintrelCore/log/CleanLogFile.h"
-#include "tests/app/engine/EngineTest.h"
+#include "tests/app/support/EngineTest.h"
 
 #include <chrono>
 #include <thread>

@@ -1,5 +1,5 @@
 // Which items the user protects, and which may be swept.
-#include "tests/app/engine/EngineTest.h"
+#include "tests/app/support/EngineTest.h"
 
 #include <filesystem>
 #include <string>

@@ -1,5 +1,5 @@
 // One scan after another: what is published, and in which order.
-#include "tests/app/engine/EngineTest.h"
+#include "tests/app/support/EngineTest.h"
 
 #include <algorithm>
 #include <string>

@@ -1,5 +1,5 @@
 // What a change of a setting writes and brings about.
-#include "tests/app/engine/EngineTest.h"
+#include "tests/app/support/EngineTest.h"
 
 #include <filesystem>
 #include <fstream>

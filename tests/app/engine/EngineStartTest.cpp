@@ -1,5 +1,5 @@
 // What an engine begins with, and when it scans by itself.
-#include "tests/app/engine/EngineTest.h"
+#include "tests/app/support/EngineTest.h"
 
 #include <limits>
 #include <set>

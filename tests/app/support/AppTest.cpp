@@ -1,12 +1,29 @@
 #include "tests/app/support/AppTest.h"
 
+#include "Vintrel/shell/Desktop.h"
+#include "Vintrel/views/parts/AppPalette.h"
+
 #include <utility>
 
+#include <QApplication>
 #include <QDeadlineTimer>
 #include <QEventLoop>
+#include <QStyleFactory>
 #include <QTimer>
 
 namespace VintrelTests {
+
+AppTest::AppTest(Face face) {
+    if (face == Face::none) {
+        m_application = std::make_unique<QCoreApplication>(m_argc, m_argv);
+        return;
+    }
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    Vintrel::Desktop::choosePlatformTheme();
+    m_application = std::make_unique<QApplication>(m_argc, m_argv);
+    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    Vintrel::AppPalette::apply({});
+}
 
 bool spinUntil(const std::function<bool()>& isDone, std::chrono::milliseconds patience) {
     const QDeadlineTimer deadline(patience);

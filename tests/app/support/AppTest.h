@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -38,9 +39,16 @@ public:
     void add(const Vintrel::UserNotification& notification) override { added.push_back(notification); }
 };
 
-/// A test of the application without a window: an event loop, and folders of its own.
+/// A test of the application: an event loop, and folders of its own.
 class AppTest : public testing::Test {
 public:
+    enum class Face {
+        none,
+        widgets, ///< with windows that nobody sees
+    };
+
+    explicit AppTest(Face face = Face::none);
+
     /// Where the data folder is.
     [[nodiscard]] const std::filesystem::path& dataFolder() const { return m_data.path(); }
 
@@ -61,7 +69,7 @@ private:
     int m_argc = 1;
     char m_name[5] = "test";
     char* m_argv[2] = {m_name, nullptr};
-    QCoreApplication m_application{m_argc, m_argv};
+    std::unique_ptr<QCoreApplication> m_application;
 };
 
 } // namespace VintrelTests

@@ -1,4 +1,4 @@
-#include "tests/app/engine/PreparedSources.h"
+#include "tests/app/support/PreparedSources.h"
 
 #include "VintrelCore/base/Path.h"
 

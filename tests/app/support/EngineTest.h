@@ -2,8 +2,8 @@
 
 #include "Vintrel/engine/Preferences.h"
 #include "Vintrel/engine/ScanEngine.h"
-#include "tests/app/engine/PreparedSources.h"
 #include "tests/app/support/AppTest.h"
+#include "tests/app/support/PreparedSources.h"
 
 #include <algorithm>
 #include <chrono>
@@ -41,6 +41,8 @@ using PIDSet = ScanEngine::PIDSet;
 /// An engine in a prepared world, made when it is first asked for.
 class EngineTest : public VintrelTests::AppTest {
 protected:
+    explicit EngineTest(Face face = Face::none) : AppTest(face) {}
+
     ScanEngine& engine() {
         if (!m_engine) {
             m_engine = std::make_unique<ScanEngine>(notifications, world.sources());

@@ -1,0 +1,25 @@
+#include "Vintrel/shell/LoginItem.h"
+
+#include "Vintrel/shell/Desktop.h"
+
+#include <memory>
+
+namespace Vintrel::Desktop {
+
+namespace {
+
+/// Registering with this system takes a bundle, which this program is not yet: it can never be enabled.
+class NoLoginItem : public LoginItem {
+public:
+    [[nodiscard]] bool isEnabled() const override { return false; }
+
+    bool setEnabled(bool /*isEnabled*/) override { return false; }
+};
+
+} // namespace
+
+std::unique_ptr<LoginItem> makeLoginItem() {
+    return std::make_unique<NoLoginItem>();
+}
+
+} // namespace Vintrel::Desktop
