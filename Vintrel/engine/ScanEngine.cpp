@@ -37,6 +37,12 @@ bool contains(const std::vector<ProcessItem>& items, const ProcessItem& item) {
     });
 }
 
+/// Whether nothing of an item is there any more, whoever ended it.
+bool isGone(const KillCore::KillResult& result) {
+    return KillCore::isCleaned(result) ||
+           (result.detail == KillCore::KillDetail::alreadyGone && !KillCore::isLeftRunning(result));
+}
+
 bool isCleaned(const ProcessItem& item, const KillService::Outcomes& outcomes) {
     const auto outcome = outcomes.find(item.pid);
     return outcome != outcomes.end() && KillCore::isCleaned(outcome->second);
@@ -302,6 +308,7 @@ void ScanEngine::kill(const Item& item, const std::function<void(const KillResul
 void ScanEngine::clean(const Items& items, const std::function<void(const CleanSummary&)>& completion) {
     m_protectedFolders.whenKnown([this, items, cwds = m_found.cwds, completion] {
         if (reasonNotToClean()) {
+            updateProblems(); // it may have come up just now
             completion({});
             return;
         }
@@ -362,6 +369,9 @@ void ScanEngine::record(const Items& items, const KillService::Outcomes& outcome
     for (const Item& item : items) {
         if (isCleaned(item, outcomes)) {
             events.push_back(CleanLog::makeCleanEvent(item, cwds, m_sources.now()));
+        }
+        const auto outcome = outcomes.find(item.pid);
+        if (outcome != outcomes.end() && isGone(outcome->second)) {
             m_endedDuringScan.push_back(item);
         }
     }

@@ -7,6 +7,7 @@
 
 #include <utility>
 
+#include <QScreen>
 #include <QShortcut>
 #include <QVBoxLayout>
 
@@ -16,6 +17,7 @@ AppDelegate::AppDelegate(const Services& services, ScanSources sources, Containe
     : m_services(services), m_engine(services.notifications, std::move(sources)) {
     m_popover = std::make_unique<PopoverWindow>(new MenuBarView(
         m_engine, services.fileBrowser, [this] { openSettings(); }, std::move(containerSources)));
+    connect(&services.notifications, &UserNotifications::activated, this, &AppDelegate::showPopover);
 }
 
 AppDelegate::~AppDelegate() = default;
@@ -33,7 +35,7 @@ void AppDelegate::openSettings() {
         auto* const layout = new QVBoxLayout(m_settingsWindow.get());
         layout->setContentsMargins(0, 0, 0, 0);
         layout->addWidget(new SettingsView(m_engine, m_services.loginItem, m_settingsWindow.get()));
-        m_settingsWindow->resize(size);
+        m_settingsWindow->resize(size.boundedTo(m_settingsWindow->screen()->availableSize()));
         auto* const closing = new QShortcut(QKeySequence::Cancel, m_settingsWindow.get());
         connect(closing, &QShortcut::activated, m_settingsWindow.get(), &QWidget::close);
     }

@@ -125,7 +125,7 @@ void ContainerList::setContents(std::span<const Container> containers, const Sta
         row->setBusy(isBusy(row->id()));
     }
     if (isToMoveFocus && !m_rows.empty()) {
-        m_rows[std::min(focusBefore->row, m_rows.size() - 1)]->focusColumn(focusBefore->column);
+        m_rows[std::min(focusBefore->row, m_rows.size() - 1)]->focusRow();
     }
     for (QWidget* const widget : gone) {
         widget->hide();

@@ -156,6 +156,11 @@ void ContainerRow::focusColumn(ContainerAction column) {
     }
 }
 
+void ContainerRow::focusRow() {
+    setFocusPolicy(Qt::TabFocus); // until it leaves
+    setFocus(Qt::OtherFocusReason);
+}
+
 bool ContainerRow::eventFilter(QObject* watched, QEvent* event) {
     switch (event->type()) {
     case QEvent::KeyPress:
@@ -174,9 +179,6 @@ bool ContainerRow::eventFilter(QObject* watched, QEvent* event) {
 }
 
 bool ContainerRow::takeKey(const QKeyEvent& event) {
-    if ((event.modifiers() & ~Qt::KeypadModifier) != Qt::NoModifier) {
-        return false;
-    }
     if ((event.modifiers() & ~Qt::KeypadModifier) != Qt::NoModifier) {
         return false;
     }
@@ -237,6 +239,9 @@ void ContainerRow::focusInEvent(QFocusEvent* event) {
 
 void ContainerRow::focusOutEvent(QFocusEvent* event) {
     QWidget::focusOutEvent(event);
+    if (!m_isBusy) {
+        setFocusPolicy(Qt::NoFocus);
+    }
     update();
 }
 

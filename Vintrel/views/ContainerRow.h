@@ -53,6 +53,9 @@ public:
     /// Gives that button the focus, or while it is disabled the row in its place.
     void focusColumn(ContainerAction column);
 
+    /// The row itself: a key that is pressed once more does nothing there.
+    void focusRow();
+
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 signals:

@@ -55,7 +55,7 @@ void ReasoningBlock::build() {
             flow->addWidget(chip);
             chip->show();
         }
-        lines->addWidget(tags);
+        lines->addWidget(tags); // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): the flow has a parent
         tags->show();
     }
     for (const std::string& fact : m_reasoning.facts) {

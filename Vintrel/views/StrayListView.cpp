@@ -100,6 +100,7 @@ bool StrayListView::eventFilter(QObject* object, QEvent* event) {
 
 void StrayListView::merge() {
     m_isStale = false;
+    m_hadRows = !m_rows.empty();
     const std::vector<QWidget*> before = std::exchange(m_entries, {});
     QWidget* const anchor = topmostVisible(before);
     const int offset = anchor != nullptr ? anchor->y() - m_scrollArea->verticalScrollBar()->value() : 0;
@@ -209,6 +210,12 @@ void StrayListView::discard(const std::vector<QWidget*>& before) {
     }
 }
 
+void StrayListView::noteAllMoved() {
+    for (const auto& [key, row] : m_rows) {
+        row->noteMoved();
+    }
+}
+
 void StrayListView::freeRows() {
     discard(std::exchange(m_entries, {}));
     m_rowLimit = rowsAtATime;
@@ -234,8 +241,9 @@ void StrayListView::arrange() {
     int y = 0;
     for (QWidget* const entry : m_entries) {
         const QRect place(0, y, width(), heightOf(*entry, width()));
-        if (auto* const row = qobject_cast<StrayRow*>(entry);
-            row != nullptr && row->y() != y && row->isVisible()) {
+        auto* const row = qobject_cast<StrayRow*>(entry);
+        // Where nothing stood before, nobody can have meant anything else.
+        if (row != nullptr && m_hadRows && (row->isHidden() || row->y() != y)) {
             row->noteMoved();
         }
         entry->setGeometry(place);
@@ -349,6 +357,7 @@ bool StrayListView::focusEntry(QWidget* entry, StrayRow::Column column) {
 }
 
 void StrayListView::moveFocusVertically(int step) {
+    window()->setAttribute(Qt::WA_KeyboardFocusChange); // the ring is to be seen
     QWidget* const from = entryWithFocus(m_entries);
     const auto place = std::ranges::find(m_entries, from);
     if (place == m_entries.end()) {

@@ -38,6 +38,9 @@ public:
     /// Merges the model's rows into those shown; later, while one of them is being pressed.
     void refresh();
 
+    /// The whole list stands elsewhere now.
+    void noteAllMoved();
+
     /// Gives the rows' memory back. The next refresh builds them anew.
     void freeRows();
 
@@ -92,6 +95,7 @@ private:
     size_t m_rowLimit = rowsAtATime;
     size_t m_rowCount = 0; // of those the model has, also beyond the limit
     StrayRow::Column m_column = StrayRow::Column::info;
+    bool m_hadRows = false; // before the last merge
     bool m_isStale = true;
 };
 

@@ -9,6 +9,7 @@
 #include "VintrelCore/base/UnicodeText.h"
 
 #include <algorithm>
+#include <utility>
 
 #include <QContextMenuEvent>
 #include <QFontMetrics>
@@ -71,8 +72,7 @@ void StrayRow::connectButtons() {
 }
 
 void StrayRow::kill() {
-    constexpr qint64 reactionTime = 250; // milliseconds
-    if (!m_sinceMoved.isValid() || m_sinceMoved.elapsed() >= reactionTime) {
+    if (!std::exchange(m_isPressTooSoon, false)) {
         m_model.kill(m_row.item);
     }
 }
@@ -92,6 +92,9 @@ void StrayRow::display(const StraysModel::Row& row) {
 
 void StrayRow::updateButtons() {
     IconButton* const lock = button(Column::lock);
+    if (lock->hasFocus() && m_row.item.bucket() != VintrelCore::Bucket::safe) {
+        button(Column::hide)->setFocus(Qt::OtherFocusReason); // it would go on to the kill button
+    }
     lock->setVisible(m_row.item.bucket() == VintrelCore::Bucket::safe);
     lock->setSymbolName(m_row.isProtected ? QStringLiteral("lock.fill") : QStringLiteral("lock.open"));
     lock->setHelp(m_row.isProtected ? tr("Un-protect this project")
@@ -246,16 +249,18 @@ void StrayRow::paintNote(QPainter& painter, const QRect& line) const {
     painter.drawText(QStyle::visualRect(layoutDirection(), rect(), rest),
                      static_cast<int>(QStyle::visualAlignment(layoutDirection(), Qt::AlignLeft)) |
                          Qt::AlignVCenter | Qt::TextSingleLine,
-                     painter.fontMetrics().elidedText(text, Qt::ElideRight, rest.width()));
+                     painter.fontMetrics().elidedText(text, Qt::ElideMiddle, rest.width()));
 }
 
 bool StrayRow::event(QEvent* event) {
     if (event->type() == QEvent::ToolTip) {
         // As rich text the tooltip breaks its lines.
         const QString command = withoutLineBreaks(m_row.item.command).toHtmlEscaped();
-        const QString text = QStringLiteral("<qt><b>%1 %2</b><br>%3</qt>")
-                                 .arg(QString::fromStdString(m_row.label).toHtmlEscaped(),
-                                      QString::fromStdString(m_row.descriptor).toHtmlEscaped(), command);
+        const QString more = note().isEmpty() ? QString() : QStringLiteral("<br>") + note().toHtmlEscaped();
+        const QString text =
+            QStringLiteral("<qt><b>%1 %2</b><br>%3%4</qt>")
+                .arg(QString::fromStdString(m_row.label).toHtmlEscaped(),
+                     QString::fromStdString(m_row.descriptor).toHtmlEscaped(), command, more);
         QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), text, this);
         return true;
     }
@@ -264,8 +269,21 @@ bool StrayRow::event(QEvent* event) {
 
 /// The row of the button with the focus stands out, so it is repainted with it.
 bool StrayRow::eventFilter(QObject* object, QEvent* event) {
-    if (event->type() == QEvent::FocusIn || event->type() == QEvent::FocusOut) {
+    switch (event->type()) {
+    case QEvent::FocusIn:
+    case QEvent::FocusOut:
         update();
+        break;
+    case QEvent::MouseButtonPress: {
+        constexpr qint64 reactionTime = 250; // milliseconds
+        m_isPressTooSoon = m_sinceMoved.isValid() && m_sinceMoved.elapsed() < reactionTime;
+        break;
+    }
+    case QEvent::KeyPress: // keys mean what has the focus, wherever it stands
+        m_isPressTooSoon = false;
+        break;
+    default:
+        break;
     }
     return QWidget::eventFilter(object, event);
 }
@@ -293,6 +311,7 @@ void StrayRow::moveFocus(bool isToTheRight) {
     if (!focused) {
         return;
     }
+    window()->setAttribute(Qt::WA_KeyboardFocusChange); // the ring is to be seen
     const int step = isToTheRight == (layoutDirection() == Qt::LeftToRight) ? 1 : -1;
     for (int index = static_cast<int>(*focused) + step; index >= 0 && index < 4; index += step) {
         IconButton* const next = m_buttons.at(static_cast<size_t>(index));

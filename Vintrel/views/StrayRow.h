@@ -73,6 +73,7 @@ private:
     std::array<IconButton*, 4> m_buttons{};
     ReasoningBlock* m_reasoning = nullptr;
     QElapsedTimer m_sinceMoved;
+    bool m_isPressTooSoon = false;
 };
 
 } // namespace Vintrel

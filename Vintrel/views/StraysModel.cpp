@@ -33,7 +33,7 @@ std::string withCapital(std::string sentence) {
 } // namespace
 
 std::string StraysModel::Row::sentence() const {
-    std::string text = label + ", " + descriptor + ", " + figures;
+    std::string text = label + (descriptor == label ? "" : ", " + descriptor) + ", " + figures;
     if (isProtected) {
         text += ". Protected — kept out of “Clean all”";
     }
@@ -63,8 +63,17 @@ void StraysModel::follow(EngineField field) {
     scheduleChange();
 }
 
+/// Whether the last scan could not find out which processes there are.
+bool StraysModel::hasNoProcesses() const {
+    return std::ranges::find(m_engine.problems(), Problem::Source::ps, &Problem::source) !=
+           m_engine.problems().end();
+}
+
 /// What should have ended but is still listed says so.
 void StraysModel::concludeWhatIsOver() {
+    if (hasNoProcesses()) { // what is listed is from before
+        return;
+    }
     for (const Item& item : m_engine.items()) {
         const auto ending = m_endings.find({item.pid, item.startTime});
         if (ending != m_endings.end() && ending->second.isOver) {

@@ -137,6 +137,7 @@ private:
     void initCollapsedKinds();
     void forgetWhatIsGone();
     void concludeWhatIsOver();
+    [[nodiscard]] bool hasNoProcesses() const;
     void scheduleChange();
     void concludeEnding(const RowKey& key, const std::optional<std::string>& failure);
     [[nodiscard]] Items itemsIn(VintrelCore::Bucket bucket) const;

@@ -49,6 +49,7 @@ StraysView::StraysView(StraysModel& model, QWidget* parent) : QWidget(parent), m
     connect(m_search, &QLineEdit::textChanged, this,
             [this](const QString& text) { m_model.setFilterText(text.toStdString()); });
     connect(&m_model, &StraysModel::changed, this, &StraysView::displayProblems);
+    m_problems->hide();
     displayProblems();
     auto* const shortcut = new QShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_K), this);
     shortcut->setAutoRepeat(false);
@@ -67,7 +68,12 @@ void StraysView::displayProblems() {
     for (const std::string& problem : m_model.problems()) {
         sentences.append(QString::fromStdString(problem));
     }
-    m_problems->setText(sentences.join(QLatin1Char('\n')));
+    const QString text = sentences.join(QLatin1Char('\n'));
+    if (text == m_problems->text()) {
+        return;
+    }
+    m_list->noteAllMoved();
+    m_problems->setText(text);
     m_problems->setVisible(!sentences.isEmpty());
 }
 

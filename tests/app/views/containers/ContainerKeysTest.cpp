@@ -145,7 +145,7 @@ TEST_F(ContainerKeysTest, aRowThatWasClickedKeepsTheFocusToo) {
     QTest::mouseClick(button("b", ContainerAction::remove), Qt::LeftButton);
     EXPECT_EQ(focused(), row("b"));
     prepared.lists.back().answer({container("a", "shop"), container("c")});
-    expectFocus("c", ContainerAction::remove);
+    EXPECT_EQ(focused(), row("c")) << "whose buttons must not take another Enter";
 }
 
 TEST_F(ContainerKeysTest, arrowsPassThroughABusyRow) {
