@@ -16,6 +16,7 @@ namespace {
 constexpr int margin = 16;
 constexpr int dotSize = 8;
 constexpr int gap = 8;
+constexpr int trailingMargin = 12;
 
 } // namespace
 
@@ -25,7 +26,7 @@ SectionHeader::SectionHeader(VintrelCore::Bucket bucket, QWidget* parent)
     auto* const layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 6, 0, 4); // at the sides spaces, which are mirrored where margins are not
     layout->setSpacing(gap);
-    layout->addSpacing(margin + dotSize);
+    layout->addSpacing(margin + dotSize + gap);
     m_title = new TextLabel({}, {.size = TextSize::body, .weight = TextWeight::bold}, this);
     layout->addWidget(m_title);
     if (bucket == VintrelCore::Bucket::safe) {
@@ -41,7 +42,7 @@ SectionHeader::SectionHeader(VintrelCore::Bucket bucket, QWidget* parent)
     } else {
         layout->addStretch(1);
     }
-    layout->addSpacing(margin - gap);
+    layout->addSpacing(trailingMargin);
 }
 
 void SectionHeader::displayTitle(const QString& title) {
