@@ -188,14 +188,20 @@ void measureRescan(ViewsScene& scene, int rounds) {
 
 // Memory
 
-void openAndCloseWithAllRows(ViewsScene& scene) {
-    scene.open();
-    scene.buildAllRows();
-    if (scene.shownRows() != ViewsScene::candidates) {
-        giveUp("there should be 1,000 rows");
+/// Opens and closes it again and again, with as many rows built as are without scrolling, or with all of
+/// them.
+void openAndClose(ViewsScene& scene, int rounds, bool isToScroll) {
+    for (int round = 0; round < rounds; ++round) {
+        scene.open();
+        if (isToScroll) {
+            scene.buildAllRows();
+        }
+        if (isToScroll && scene.shownRows() != ViewsScene::candidates) {
+            giveUp("there should be 1,000 rows");
+        }
+        scene.close();
+        scene.freeRows();
     }
-    scene.close();
-    scene.freeRows();
 }
 
 void reportGrowth(const std::string& what, long before, long after, bool hasTarget) {
@@ -207,24 +213,22 @@ void reportGrowth(const std::string& what, long before, long after, bool hasTarg
                 hasTarget ? "at most 3 MB" : "", hasTarget ? verdict(growth <= most) : "");
 }
 
-/// What a window takes that was shown at all is told apart from what rows leave behind.
+/// Memory that was freed and is free for use again counts; malloc_trim tells how much of the growth that is.
 void measureMemory(ViewsScene& scene, int rounds) {
     const long neverOpened = privateMemory();
-    scene.open();
-    scene.close();
-    const long openedCollapsed = privateMemory();
+    openAndClose(scene, 1, false);
+    const long openedOnce = privateMemory();
+    reportGrowth("after the first opening, all groups collapsed", neverOpened, openedOnce, false);
     scene.expandAll();
-    for (int round = 0; round < rounds; ++round) {
-        openAndCloseWithAllRows(scene);
-    }
-    const long after = privateMemory();
-    const std::string times = "after " + std::to_string(rounds) + " times with 1,000 rows";
-    reportGrowth("after the first opening, in collapsed groups", neverOpened, openedCollapsed, false);
-    reportGrowth(times + ", since then", openedCollapsed, after, true);
-    reportGrowth(times + ", since before the first opening", neverOpened, after, true);
-    ::malloc_trim(0);
-    reportGrowth(times + " and malloc_trim, since before the first opening", neverOpened, privateMemory(),
-                 false);
+    const auto measure = [&](bool isToScroll, const std::string& rows) {
+        const std::string times = "after " + std::to_string(rounds) + " more, " + rows;
+        openAndClose(scene, rounds, isToScroll);
+        reportGrowth(times, openedOnce, privateMemory(), true);
+        ::malloc_trim(0);
+        reportGrowth(times + ", and malloc_trim", openedOnce, privateMemory(), false);
+    };
+    measure(false, "1,000 rows of which the first are built");
+    measure(true, "1,000 rows that are all built by scrolling");
 }
 
 // Idling

@@ -316,12 +316,13 @@ void StraysModel::cleanAll() {
     emit changed();
     const QPointer<StraysModel> self(this);
     m_engine.clean(items, [self, items](const auto&) {
-        if (!self) {
+        StraysModel* const model = self.data();
+        if (model == nullptr) {
             return;
         }
-        self->m_isCleaning = false;
+        model->m_isCleaning = false;
         for (const Item& item : items) {
-            self->concludeEnding({item.pid, item.startTime}, std::nullopt);
+            model->concludeEnding({item.pid, item.startTime}, std::nullopt);
         }
     });
 }
