@@ -145,7 +145,7 @@ TEST(PreferencesSaveTest, customRulesAreStoredAsTheirTextsInOrder) {
 TEST(PreferencesSaveTest, everyChangeIsReadAtOnce) {
     const SettingsStore store;
     Preferences values;
-    for (int round = 0; round < 300; ++round) { // of the same size, and soon after one another
+    for (int round = 0; round < 100; ++round) { // of the same size, and soon after one another
         values.scanInterval = round % 2 == 0 ? 45 : 46;
         ASSERT_TRUE(values.save({Key::scanInterval}));
         ASSERT_EQ(Preferences::load().values.scanInterval, values.scanInterval) << "round " << round;

@@ -27,7 +27,7 @@ using PreferencesWritersTest = WritersTest;
 
 /// Saves the one setting of this writer again and again, and expects it to be there each time. How often it
 /// was not.
-int saveOften(Key key, int times) {
+int saveOften(Key key, int times, std::chrono::milliseconds pause = 0ms) {
     int lost = 0;
     for (int time = 1; time <= times; ++time) {
         const std::string text = "entry " + std::to_string(time);
@@ -43,6 +43,7 @@ int saveOften(Key key, int times) {
                              : key == Key::ignoredNames     ? read.ignoredNames == values.ignoredNames
                                                         : read.protectedProjects == values.protectedProjects;
         lost += isSaved && isThere ? 0 : 1;
+        std::this_thread::sleep_for(pause);
     }
     return lost;
 }
@@ -147,8 +148,9 @@ TEST_F(PreferencesWritersTest, oneThatIsKilledOverADamagedFileLosesNothing) {
 }
 
 TEST_F(PreferencesWritersTest, aWriterAtWorkIsNoLeftover) {
-    constexpr int times = 150;
-    Child writer([] { return saveOften(Key::scanInterval, times); });
+    constexpr int times = 30;
+    // A pause longer than a waiting one looks away: both have their turns, however slow the disk is.
+    Child writer([] { return saveOften(Key::scanInterval, times, 10ms); });
     int removals = 0;
     while (!writer.hasEnded()) {
         Preferences::removeLeftovers();
