@@ -1,6 +1,9 @@
 #pragma once
 
+#include "Vintrel/engine/KillService.h"
+
 #include <cstdint>
+#include <functional>
 
 namespace Vintrel {
 
@@ -12,5 +15,8 @@ struct CleanSummary {
 
     bool operator==(const CleanSummary&) const = default;
 };
+
+/// Takes the result of cleaning, and what became of each item that was sent to be ended.
+using CleanCompletion = std::function<void(const CleanSummary&, const KillService::Outcomes&)>;
 
 } // namespace Vintrel

@@ -305,11 +305,11 @@ void ScanEngine::kill(const Item& item, const std::function<void(const KillResul
     });
 }
 
-void ScanEngine::clean(const Items& items, const std::function<void(const CleanSummary&)>& completion) {
+void ScanEngine::clean(const Items& items, const CleanCompletion& completion) {
     m_protectedFolders.whenKnown([this, items, cwds = m_found.cwds, completion] {
         if (reasonNotToClean()) {
             updateProblems(); // it may have come up just now
-            completion({});
+            completion({}, {});
             return;
         }
         Items chosen = items;
@@ -325,7 +325,7 @@ void ScanEngine::clean(const Items& items, const std::function<void(const CleanS
                     summary.reclaimedKB = Saturating::sum(summary.reclaimedKB, item.rssKB);
                 }
             }
-            completion(summary);
+            completion(summary, outcomes);
         });
     });
 }
@@ -346,7 +346,10 @@ void ScanEngine::end(const Items& items,
 }
 
 void ScanEngine::cleanAllSafe(const std::function<void(const CleanSummary&)>& completion) {
-    afterFirstScan([this, completion] { clean(sweepableSafeItems(), completion); });
+    afterFirstScan([this, completion] {
+        clean(sweepableSafeItems(),
+              [completion](const CleanSummary& summary, const auto&) { completion(summary); });
+    });
 }
 
 void ScanEngine::afterFirstScan(std::function<void()> action) {

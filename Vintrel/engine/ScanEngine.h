@@ -128,7 +128,7 @@ public:
 
     /// Ends these items at once, less those that are protected, records what has ended, and scans; then calls
     /// `completion`. With a reason not to clean nothing is ended, and the summary is empty.
-    void clean(const Items& items, const std::function<void(const CleanSummary&)>& completion);
+    void clean(const Items& items, const CleanCompletion& completion);
 
     /// `clean` for what is sweepable, after a first scan if there has been none.
     void cleanAllSafe(const std::function<void(const CleanSummary&)>& completion);

@@ -156,9 +156,13 @@ void CleanedView::addRecent(QVBoxLayout& column) {
     recent->setSpacing(0);
     recent->addWidget(new TextLabel(QStringLiteral("Recently cleaned"), heading, m_content));
     recent->addSpacing(2);
-    m_rowsLayout = new QVBoxLayout;
+    m_rowList = new QWidget(m_content);
+    AccessibleRole::set(*m_rowList, QAccessible::List);
+    m_rowList->setAccessibleName(QStringLiteral("Recently cleaned"));
+    m_rowsLayout = new QVBoxLayout(m_rowList);
+    m_rowsLayout->setContentsMargins(0, 0, 0, 0);
     m_rowsLayout->setSpacing(0);
-    recent->addLayout(m_rowsLayout);
+    recent->addWidget(m_rowList);
     column.addLayout(recent);
 }
 
@@ -187,7 +191,7 @@ void CleanedView::redraw() {
         m_rows.pop_back();
     }
     while (m_rows.size() < facts.rows.size()) {
-        m_rows.push_back(new CleanedRow(m_content));
+        m_rows.push_back(new CleanedRow(m_rowList));
         m_rowsLayout->addWidget(m_rows.back());
     }
     for (size_t index = 0; index < m_rows.size(); ++index) {

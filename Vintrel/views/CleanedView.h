@@ -50,6 +50,7 @@ private:
     QWidget* m_chips = nullptr;
     FlowLayout* m_chipsLayout = nullptr;
     std::vector<std::string> m_chipTexts;
+    QWidget* m_rowList = nullptr;
     QVBoxLayout* m_rowsLayout = nullptr;
     std::vector<CleanedRow*> m_rows; // the newest first
 };

@@ -104,6 +104,10 @@ bool ContainerList::isPressed() const {
 
 void ContainerList::setContents(std::span<const Container> containers, const StatsMap& stats,
                                 const std::function<bool(const std::string& id)>& isBusy) {
+    std::unordered_map<const ContainerRow*, int> placesBefore;
+    for (const ContainerRow* const row : m_rows) {
+        placesBefore.emplace(row, row->y());
+    }
     Arrangement next = arrangementOf(containers, stats);
     const std::optional<Focus> focusBefore = focus();
     const std::unordered_set<QWidget*> kept(next.order.begin(), next.order.end());
@@ -121,6 +125,7 @@ void ContainerList::setContents(std::span<const Container> containers, const Sta
     }
     arrange(next.order);
     m_separator->setVisible(next.isSeparated);
+    noteMoved(placesBefore);
     for (ContainerRow* const row : m_rows) {
         row->setBusy(isBusy(row->id()));
     }
@@ -203,6 +208,17 @@ void ContainerList::arrange(const std::vector<QWidget*>& order) {
     }
     if (isChanged) {
         updateTabOrder();
+    }
+}
+
+/// Where nothing stood before, nobody can have meant anything else.
+void ContainerList::noteMoved(const std::unordered_map<const ContainerRow*, int>& placesBefore) const {
+    m_layout->activate();
+    for (ContainerRow* const row : m_rows) {
+        const auto before = placesBefore.find(row);
+        if (!placesBefore.empty() && (before == placesBefore.end() || before->second != row->y())) {
+            row->noteMoved();
+        }
     }
 }
 

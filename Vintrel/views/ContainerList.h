@@ -8,6 +8,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 class QVBoxLayout;
@@ -53,6 +54,7 @@ private:
     ContainerRow* makeRow(const std::string& id, const ContainerTexts& texts);
     [[nodiscard]] std::optional<Focus> focus() const;
     void arrange(const std::vector<QWidget*>& order);
+    void noteMoved(const std::unordered_map<const ContainerRow*, int>& placesBefore) const;
     void updateTabOrder();
     void moveFocus(const ContainerRow* row, int step);
 

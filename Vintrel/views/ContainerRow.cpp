@@ -85,7 +85,11 @@ void ContainerRow::addButtons(QHBoxLayout& layout) {
         IconButton* const made = button(action);
         buttons->addWidget(made);
         made->installEventFilter(this);
-        connect(made, &IconButton::clicked, this, [this, action] { emit actionRequested(action); });
+        connect(made, &IconButton::clicked, this, [this, action] {
+            if (!m_pressGuard.takeTooSoon()) {
+                emit actionRequested(action);
+            }
+        });
         connect(made, &IconButton::released, this, &ContainerRow::released);
     }
 }
@@ -162,6 +166,7 @@ void ContainerRow::focusRow() {
 }
 
 bool ContainerRow::eventFilter(QObject* watched, QEvent* event) {
+    m_pressGuard.follow(*event);
     switch (event->type()) {
     case QEvent::KeyPress:
         return takeKey(*static_cast<QKeyEvent*>(event)) || QWidget::eventFilter(watched, event);

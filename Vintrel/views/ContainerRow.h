@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Vintrel/views/ContainerGroups.h"
+#include "Vintrel/views/parts/PressGuard.h"
 
 #include <array>
 #include <cstddef>
@@ -39,6 +40,9 @@ public:
     void setBusy(bool isBusy);
 
     [[nodiscard]] bool isBusy() const { return m_isBusy; }
+
+    /// The row stands elsewhere now: a click that comes at once was meant for what stood here before.
+    void noteMoved() { m_pressGuard.noteMoved(); }
 
     /// Whether a button is held down.
     [[nodiscard]] bool isPressed() const;
@@ -89,6 +93,7 @@ private:
     TextLabel* m_figures = nullptr;
     std::array<IconButton*, 3> m_buttons{};
     ContainerAction m_column = ContainerAction::restart; // where the focus was when the row became busy
+    PressGuard m_pressGuard;
     bool m_isBusy = false;
 };
 

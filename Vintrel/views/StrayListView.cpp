@@ -52,7 +52,8 @@ StrayListView::StrayListView(StraysModel& model, QWidget* parent) : QWidget(pare
          std::initializer_list<QWidget*>{m_safeHeader, m_separator, m_reviewHeader, m_empty, m_more}) {
         widget->hide();
     }
-    connect(m_safeHeader->cleanButton(), &QAbstractButton::clicked, &m_model, &StraysModel::cleanAll);
+    connect(m_safeHeader->cleanButton(), &QAbstractButton::clicked, &m_model,
+            [this] { m_model.cleanAll(m_sweepable); });
     connect(m_more, &QAbstractButton::clicked, this, &StrayListView::showMore);
     connect(&m_model, &StraysModel::changed, this, &StrayListView::refresh);
 }
@@ -99,11 +100,11 @@ bool StrayListView::eventFilter(QObject* object, QEvent* event) {
 }
 
 void StrayListView::merge() {
+    emit merging();
     m_isStale = false;
     m_hadRows = !m_rows.empty();
     const std::vector<QWidget*> before = std::exchange(m_entries, {});
-    QWidget* const anchor = topmostVisible(before);
-    const int offset = anchor != nullptr ? anchor->y() - m_scrollArea->verticalScrollBar()->value() : 0;
+    const std::vector<Anchor> anchorsBefore = anchors(before);
     m_rowCount = 0;
     const StraysModel::Section safe = m_model.section(Bucket::safe);
     const StraysModel::Section review = m_model.section(Bucket::needsReview);
@@ -135,7 +136,7 @@ void StrayListView::merge() {
     if (before != m_entries) {
         chainFocus();
     }
-    keepInView(anchor, offset);
+    keepInView(anchorsBefore);
 }
 
 void StrayListView::displaySafeHeader(const StraysModel::Section& section) {
@@ -144,7 +145,8 @@ void StrayListView::displaySafeHeader(const StraysModel::Section& section) {
     m_safeHeader->displayDetail(tr("%1 reclaimable").arg(memory));
     PushButton* const button = m_safeHeader->cleanButton();
     const auto reason = m_model.engine().reasonNotToClean();
-    button->setEnabled(!m_model.sweepableSafeItems().empty() && !reason && !m_model.isCleaning());
+    m_sweepable = m_model.sweepableSafeItems();
+    button->setEnabled(!m_sweepable.empty() && !reason && !m_model.isCleaning());
     button->setToolTip(reason ? QString::fromStdString(*reason) : QString());
     button->setAccessibleDescription(button->toolTip());
 }
@@ -278,16 +280,26 @@ void StrayListView::showEvent(QShowEvent* event) {
     }
 }
 
-QWidget* StrayListView::topmostVisible(const std::vector<QWidget*>& entries) const {
+/// What is seen, from top to bottom; nothing unless the list is scrolled.
+std::vector<StrayListView::Anchor> StrayListView::anchors(const std::vector<QWidget*>& entries) const {
+    std::vector<Anchor> seen;
     const int top = m_scrollArea != nullptr ? m_scrollArea->verticalScrollBar()->value() : 0;
-    const auto found = std::ranges::find_if(
-        entries, [top](const QWidget* entry) { return entry->y() + entry->height() > top; });
-    return top > 0 && found != entries.end() ? *found : nullptr;
+    const int bottom = m_scrollArea != nullptr ? top + m_scrollArea->viewport()->height() : 0;
+    for (QWidget* const entry : entries) {
+        if (top > 0 && entry->y() + entry->height() > top && entry->y() < bottom) {
+            seen.push_back({entry, entry->y() - top});
+        }
+    }
+    return seen;
 }
 
-void StrayListView::keepInView(QWidget* anchor, int offset) {
-    if (anchor != nullptr && std::ranges::find(m_entries, anchor) != m_entries.end()) {
-        m_scrollArea->verticalScrollBar()->setValue(anchor->y() - offset);
+/// The first of them that is still there stays where it was.
+void StrayListView::keepInView(const std::vector<Anchor>& anchors) {
+    const auto kept = std::ranges::find_if(anchors, [this](const Anchor& anchor) {
+        return std::ranges::find(m_entries, anchor.entry) != m_entries.end();
+    });
+    if (kept != anchors.end()) {
+        m_scrollArea->verticalScrollBar()->setValue(kept->entry->y() - kept->offset);
     }
 }
 

@@ -54,6 +54,10 @@ public:
     /// Rows that are built at first, and in each further step.
     static constexpr size_t rowsAtATime = 200;
 
+signals:
+    /// The rows are about to be brought up to date.
+    void merging();
+
 protected:
     void changeEvent(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
@@ -62,6 +66,12 @@ protected:
     bool eventFilter(QObject* object, QEvent* event) override;
 
 private:
+    /// An entry and how far below the upper edge of what is seen it stands.
+    struct Anchor {
+        QWidget* entry = nullptr;
+        int offset = 0;
+    };
+
     using GroupKey = std::pair<VintrelCore::Bucket, VintrelCore::ProcessKind>;
 
     [[nodiscard]] const QAbstractButton* pressedButton() const;
@@ -74,8 +84,8 @@ private:
     void showMore();
     void discard(const std::vector<QWidget*>& before);
     void arrange();
-    [[nodiscard]] QWidget* topmostVisible(const std::vector<QWidget*>& entries) const;
-    void keepInView(QWidget* anchor, int offset);
+    [[nodiscard]] std::vector<Anchor> anchors(const std::vector<QWidget*>& entries) const;
+    void keepInView(const std::vector<Anchor>& anchors);
     void chainFocus();
     [[nodiscard]] static QWidget* entryWithFocus(const std::vector<QWidget*>& entries);
     void moveFocusOffWhatGoes(const std::vector<QWidget*>& before);
@@ -95,7 +105,8 @@ private:
     size_t m_rowLimit = rowsAtATime;
     size_t m_rowCount = 0; // of those the model has, also beyond the limit
     StrayRow::Column m_column = StrayRow::Column::info;
-    bool m_hadRows = false; // before the last merge
+    StraysModel::Items m_sweepable; // what "Clean all" stands beside
+    bool m_hadRows = false;         // before the last merge
     bool m_isStale = true;
 };
 

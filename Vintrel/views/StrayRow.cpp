@@ -9,7 +9,6 @@
 #include "VintrelCore/base/UnicodeText.h"
 
 #include <algorithm>
-#include <utility>
 
 #include <QContextMenuEvent>
 #include <QFontMetrics>
@@ -65,14 +64,18 @@ void StrayRow::connectButtons() {
     const auto onClick = [this](Column column, auto action) {
         connect(button(column), &QAbstractButton::clicked, this, action);
     };
-    onClick(Column::info, [this] { m_model.toggleExpanded(m_row.item.pid); });
+    onClick(Column::info, [this] {
+        if (m_model.isListed(m_row.item)) {
+            m_model.toggleExpanded(m_row.item.pid);
+        }
+    });
     onClick(Column::hide, [this] { m_model.dismiss(m_row.item); });
     onClick(Column::lock, [this] { m_model.toggleProtected(m_row.item); });
     onClick(Column::kill, [this] { kill(); });
 }
 
 void StrayRow::kill() {
-    if (!std::exchange(m_isPressTooSoon, false)) {
+    if (!m_pressGuard.takeTooSoon()) {
         m_model.kill(m_row.item);
     }
 }
@@ -269,21 +272,9 @@ bool StrayRow::event(QEvent* event) {
 
 /// The row of the button with the focus stands out, so it is repainted with it.
 bool StrayRow::eventFilter(QObject* object, QEvent* event) {
-    switch (event->type()) {
-    case QEvent::FocusIn:
-    case QEvent::FocusOut:
+    m_pressGuard.follow(*event);
+    if (event->type() == QEvent::FocusIn || event->type() == QEvent::FocusOut) {
         update();
-        break;
-    case QEvent::MouseButtonPress: {
-        constexpr qint64 reactionTime = 250; // milliseconds
-        m_isPressTooSoon = m_sinceMoved.isValid() && m_sinceMoved.elapsed() < reactionTime;
-        break;
-    }
-    case QEvent::KeyPress: // keys mean what has the focus, wherever it stands
-        m_isPressTooSoon = false;
-        break;
-    default:
-        break;
     }
     return QWidget::eventFilter(object, event);
 }

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "Vintrel/views/StraysModel.h"
+#include "Vintrel/views/parts/PressGuard.h"
 
 #include <array>
 
-#include <QElapsedTimer>
 #include <QWidget>
 
 namespace Vintrel {
@@ -45,7 +45,7 @@ public:
     [[nodiscard]] std::vector<QWidget*> focusOrder() const;
 
     /// The row stands elsewhere now: a click that comes at once was meant for what stood here before.
-    void noteMoved() { m_sinceMoved.start(); }
+    void noteMoved() { m_pressGuard.noteMoved(); }
 
 protected:
     bool event(QEvent* event) override;
@@ -72,8 +72,7 @@ private:
     StraysModel::Row m_row;
     std::array<IconButton*, 4> m_buttons{};
     ReasoningBlock* m_reasoning = nullptr;
-    QElapsedTimer m_sinceMoved;
-    bool m_isPressTooSoon = false;
+    PressGuard m_pressGuard;
 };
 
 } // namespace Vintrel

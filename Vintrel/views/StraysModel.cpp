@@ -127,6 +127,12 @@ bool StraysModel::matchesFilter(const Item& item) const {
     return m_filter.matches(item, m_engine.cwds(), m_engine.listeningPorts());
 }
 
+bool StraysModel::isListed(const Item& item) const {
+    return std::ranges::any_of(m_engine.items(), [&item](const Item& listed) {
+        return listed.pid == item.pid && listed.startTime == item.startTime;
+    });
+}
+
 StraysModel::Items StraysModel::itemsIn(Bucket bucket) const {
     Items items;
     std::ranges::copy_if(m_engine.items(), std::back_inserter(items), [this, bucket](const Item& item) {
@@ -201,7 +207,10 @@ std::optional<StraysModel::Item> StraysModel::soleSafeItem() const {
 std::optional<std::string> StraysModel::emptyText() const {
     const Items& items = m_engine.items();
     if (items.empty()) {
-        return m_engine.isScanning() && !m_hasScanned ? "Scanning…" : "No stray processes detected.";
+        if (m_engine.isScanning() && !m_hasScanned) {
+            return "Scanning…";
+        }
+        return hasNoProcesses() ? std::nullopt : std::optional("No stray processes detected.");
     }
     if (std::ranges::any_of(items, [this](const Item& item) { return matchesFilter(item); })) {
         return std::nullopt;
@@ -257,12 +266,14 @@ void StraysModel::rescan() {
 }
 
 void StraysModel::dismiss(const Item& item) {
-    m_engine.dismiss(item.pid);
+    if (isListed(item)) { // a scan may have come in between
+        m_engine.dismiss(item.pid);
+    }
 }
 
 void StraysModel::toggleProtected(const Item& item) {
     const auto cwd = m_engine.cwds().find(item.pid);
-    if (cwd == m_engine.cwds().end()) {
+    if (cwd == m_engine.cwds().end() || !isListed(item)) {
         return;
     }
     std::vector<std::string> folders = m_engine.protectedProjects();
@@ -301,29 +312,41 @@ void StraysModel::concludeEnding(const RowKey& key, const std::optional<std::str
 }
 
 void StraysModel::cleanAll() {
+    cleanAll(sweepableSafeItems());
+}
+
+void StraysModel::cleanAll(const Items& shown) {
+    const auto keyOf = [](const Item& item) { return RowKey{item.pid, item.startTime}; };
     Items items = sweepableSafeItems();
-    std::erase_if(items, [this](const Item& item) { // they are ended one by one already
-        const auto ending = m_endings.find({item.pid, item.startTime});
-        return ending != m_endings.end() && ending->second.isUnderWay;
+    std::erase_if(items, [&](const Item& item) {
+        const auto ending = m_endings.find(keyOf(item)); // they may be ended one by one already
+        return (ending != m_endings.end() && ending->second.isUnderWay) ||
+               std::ranges::find(shown, keyOf(item), keyOf) == shown.end();
     });
     if (items.empty() || m_isCleaning) {
         return;
     }
     m_isCleaning = true;
     for (const Item& item : items) {
-        m_endings[{item.pid, item.startTime}] = {.isUnderWay = true};
+        m_endings[keyOf(item)] = {.isUnderWay = true};
     }
     emit changed();
     const QPointer<StraysModel> self(this);
-    m_engine.clean(items, [self, items](const auto&) {
+    m_engine.clean(items, [self, items, keyOf](const auto&, const KillService::Outcomes& outcomes) {
         StraysModel* const model = self.data();
         if (model == nullptr) {
             return;
         }
         model->m_isCleaning = false;
         for (const Item& item : items) {
-            model->concludeEnding({item.pid, item.startTime}, std::nullopt);
+            const auto outcome = outcomes.find(item.pid);
+            if (outcome == outcomes.end()) {
+                model->m_endings.erase(keyOf(item)); // it was not touched
+            } else {
+                model->concludeEnding(keyOf(item), Announcements::notEnded(outcome->second));
+            }
         }
+        model->scheduleChange();
     });
 }
 

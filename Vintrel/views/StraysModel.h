@@ -87,6 +87,8 @@ public:
     /// Those that need review and match the filter, in the engine's order.
     [[nodiscard]] Items reviewItems() const;
     [[nodiscard]] bool matchesFilter(const Item& item) const;
+    /// Whether the last scan still knows that very process.
+    [[nodiscard]] bool isListed(const Item& item) const;
     [[nodiscard]] Section section(VintrelCore::Bucket bucket) const;
     /// What "Clean all" ends: the safe items that match the filter, less the protected ones.
     [[nodiscard]] Items sweepableSafeItems() const;
@@ -116,10 +118,14 @@ public:
 
     // What buttons do.
     void rescan();
+    /// What is not listed any more stays as it is.
     void dismiss(const Item& item);
     void toggleProtected(const Item& item);
     void kill(const Item& item);
+    /// Ends what is sweepable.
     void cleanAll();
+    /// The same, less what was not in these items: nobody ends what they have not seen.
+    void cleanAll(const Items& shown);
     /// Ends the only safe item that is listed, if there is exactly one; shows it first, if its group is
     /// collapsed.
     void soleSafeKillShortcut();

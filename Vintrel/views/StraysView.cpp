@@ -48,7 +48,8 @@ StraysView::StraysView(StraysModel& model, QWidget* parent) : QWidget(parent), m
 
     connect(m_search, &QLineEdit::textChanged, this,
             [this](const QString& text) { m_model.setFilterText(text.toStdString()); });
-    connect(&m_model, &StraysModel::changed, this, &StraysView::displayProblems);
+    // Not before the list: what stands above it must not shift rows that are being pressed.
+    connect(m_list, &StrayListView::merging, this, &StraysView::displayProblems);
     m_problems->hide();
     displayProblems();
     auto* const shortcut = new QShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_K), this);

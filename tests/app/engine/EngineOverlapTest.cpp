@@ -78,7 +78,7 @@ TEST_F(EngineOverlap, anItemThatSurvivedCanBeEndedAgain) {
 TEST_F(EngineOverlap, theEndOfTheProgramRecordsWhatHasEnded) {
     scan({safeItem(1)});
     world.killGate().close();
-    engine().clean({safeItem(1)}, [](const CleanSummary&) {});
+    engine().clean({safeItem(1)}, [](const CleanSummary&, const auto&) {});
     ASSERT_TRUE(spinUntil([this] { return world.killGate().arrivals() == 1; }));
     std::thread later([this] {
         std::this_thread::sleep_for(std::chrono::milliseconds(100));

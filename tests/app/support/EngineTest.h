@@ -135,8 +135,8 @@ private:
 class CleanOutcome {
 public:
     /// To be handed to the engine.
-    [[nodiscard]] std::function<void(const CleanSummary&)> taker() {
-        return [this](const CleanSummary& summary) { m_summaries.push_back(summary); };
+    [[nodiscard]] auto taker() {
+        return [this](const CleanSummary& summary, const auto&...) { m_summaries.push_back(summary); };
     }
 
     [[nodiscard]] size_t count() const { return m_summaries.size(); }

@@ -15,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include <QAccessible>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QTest>
@@ -237,6 +238,16 @@ TEST_F(CleanedViewTest, aRowReadsAsASentence) {
     show();
     const QWidget* const row = label("shop/web")->parentWidget();
     EXPECT_EQ(row->accessibleName(), "Vite in shop/web, 153 MB, cleaned 5 min. ago");
+}
+
+TEST_F(CleanedViewTest, theRowsAreAList) {
+    record(5min + 5s, "Vite", "shop/web");
+    show();
+    QWidget* const row = label("shop/web")->parentWidget();
+    const QAccessibleInterface* const list = QAccessible::queryAccessibleInterface(row)->parent();
+    ASSERT_NE(list, nullptr);
+    EXPECT_EQ(list->role(), QAccessible::List);
+    EXPECT_EQ(list->text(QAccessible::Name), "Recently cleaned");
 }
 
 TEST_F(CleanedViewTest, memoryAndAgeStandAtTheTrailingEdge) {

@@ -177,6 +177,25 @@ TEST_F(ContainerMergeTest, nothingMovesWhileAButtonIsHeld) {
     EXPECT_FALSE(isEnabled("b"));
 }
 
+TEST_F(ContainerMergeTest, aClickOnARowThatHasJustMovedDoesNothing) {
+    show(abc);
+    refresh({container("b"), container("c")});
+    const Texts before = prepared.asked();
+    QTest::mouseClick(button("b", ContainerAction::remove), Qt::LeftButton);
+    EXPECT_EQ(prepared.asked(), before) << "the pointer was at the row that stood there before";
+    spinFor(300ms);
+    QTest::mouseClick(button("b", ContainerAction::remove), Qt::LeftButton);
+    EXPECT_EQ(prepared.asked().back(), "remove id-b");
+}
+
+TEST_F(ContainerMergeTest, aKeyMeansTheButtonWithTheFocusWhereverItStands) {
+    show(abc);
+    focus("b", ContainerAction::stop);
+    refresh({container("b"), container("c")});
+    QTest::keyClick(button("b", ContainerAction::stop), Qt::Key_Space);
+    EXPECT_EQ(prepared.asked().back(), "stop id-b");
+}
+
 TEST_F(ContainerMergeTest, aRowThatWentMeanwhileStaysUntilTheButtonIsLetGo) {
     show(abc);
     press("b", ContainerAction::stop);

@@ -118,6 +118,7 @@ TEST_F(StraysBuildingTest, cleanAllEndsWhatIsNotBuiltToo) {
 TEST_F(StraysBuildingTest, rowsCanBeGivenBackAndBuiltAgain) {
     open({safeItem(1), safeItem(2), reviewItem(3)});
     click(infoButton(2));
+    ASSERT_TRUE(spinUntil([this] { return engine().openFiles().contains(2); })); // it is told of, too
     settle();
     listView()->freeRows();
     settle();

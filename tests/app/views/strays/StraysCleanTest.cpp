@@ -1,4 +1,5 @@
 // "Clean all".
+#include "Vintrel/engine/Announcements.h"
 #include "VintrelCore/log/CleanLogFile.h"
 #include "tests/app/views/strays/StraysModelTest.h"
 
@@ -125,6 +126,39 @@ TEST_F(StraysCleanTest, rowsShowThatTheirEndIsUnderWay) {
     ASSERT_TRUE(spinUntil([this] { return scansBegun() == 2; }));
     waitForScan();
     settle();
+    EXPECT_FALSE(row(1).isEnding);
+}
+
+TEST_F(StraysCleanTest, endsNothingThatWasNotShown) {
+    list({safeItem(1), safeItem(2)});
+    const Items shown = model().sweepableSafeItems();
+    scan({safeItem(1), successorOf(safeItem(2)), safeItem(3)});
+    model().cleanAll(shown);
+    ASSERT_TRUE(spinUntil([this] { return killings() == 1; }));
+    EXPECT_EQ(world->killings[0].items, Items{safeItem(1)});
+}
+
+TEST_F(StraysCleanTest, rowsSayWhyTheyAreStillThere) {
+    world->killResults = {{2, {KillOutcome::notKilled, KillDetail::notPermitted, {2}}}};
+    list({safeItem(1), safeItem(2)});
+    world->candidates.items = {safeItem(2)};
+    clean();
+    EXPECT_EQ(row(2).failure, Announcements::notEnded(world->killResults.at(2)));
+}
+
+TEST_F(StraysCleanTest, rowsThatWereNotTouchedSayNothing) {
+    world->killResults = {{1, {KillOutcome::notKilled, KillDetail::notPermitted, {1}}}};
+    list({safeItem(1), safeItem(2)});
+    world.killGate().close();
+    engine().kill(safeItem(1)); // by somebody else, such as a link
+    ASSERT_TRUE(spinUntil([this] { return killings() == 1; }));
+    model().cleanAll();
+    ASSERT_TRUE(spinUntil([this] { return killings() == 2; }));
+    world.killGate().open();
+    ASSERT_TRUE(spinUntil([this] { return !model().isCleaning(); }));
+    waitForScan();
+    settle();
+    EXPECT_EQ(row(1).failure, "");
     EXPECT_FALSE(row(1).isEnding);
 }
 

@@ -143,6 +143,25 @@ TEST_F(StraysMergeTest, whatIsInViewStaysWhereRowsAboveItGo) {
     EXPECT_EQ(place(seen).y(), before);
 }
 
+TEST_F(StraysMergeTest, whatIsInViewStaysWhereTheFirstInViewGoes) {
+    open(safeItems(60));
+    scrollArea()->verticalScrollBar()->setValue(1'000);
+    settle();
+    const QWidget* const viewport = scrollArea()->viewport();
+    const auto all = shown<StrayRow>();
+    const auto first = std::ranges::find_if(all, [&](const StrayRow* each) {
+        return each->mapTo(viewport, QPoint(0, each->height())).y() > 0; // also if it is cut
+    });
+    ASSERT_NE(first, all.end());
+    const StrayRow* const next = *std::next(first);
+    const int before = place(next).y();
+    const int32_t going = (*first)->row().item.pid;
+    auto fewer = safeItems(60);
+    std::erase_if(fewer, [going](const ProcessItem& item) { return item.pid == going || item.pid < 1'003; });
+    rescan(fewer);
+    EXPECT_EQ(place(next).y(), before);
+}
+
 TEST_F(StraysMergeTest, keepsExpansionAndFilter) {
     open({safeItem(1), safeItem(21), safeItem(22)});
     click(infoButton(21));
@@ -192,6 +211,50 @@ TEST_F(StraysMergeTest, aHeldButtonOfARowThatIsGoneMayBeLetGo) {
     for (const auto& killing : world->killings) {
         EXPECT_EQ(killing.items, Items{safeItem(1)});
     }
+}
+
+TEST_F(StraysMergeTest, aHeldButtonOfARowThatIsGoneHidesNobodyElse) {
+    open({safeItem(1), safeItem(2)});
+    QAbstractButton* const held = hideButton(1);
+    QTest::mousePress(held, Qt::LeftButton);
+    rescan({successorOf(safeItem(1)), safeItem(2)});
+    QTest::mouseRelease(held, Qt::LeftButton);
+    settle();
+    EXPECT_EQ(shownPIDs(), (PIDs{1, 2}));
+    EXPECT_TRUE(engine().dismissedPIDs().empty());
+}
+
+TEST_F(StraysMergeTest, aHeldButtonOfARowThatIsGoneExpandsNobodyElse) {
+    open({safeItem(1), safeItem(2)});
+    QAbstractButton* const held = infoButton(1);
+    QTest::mousePress(held, Qt::LeftButton);
+    rescan({successorOf(safeItem(1)), safeItem(2)});
+    QTest::mouseRelease(held, Qt::LeftButton);
+    settle();
+    EXPECT_FALSE(row(1)->row().reasoning);
+}
+
+TEST_F(StraysMergeTest, aClickOnCleanAllThatBeganBeforeARescanEndsWhatWasShown) {
+    open({safeItem(1), safeItem(2)});
+    QAbstractButton* const held = button(view, "Clean all");
+    QTest::mousePress(held, Qt::LeftButton);
+    rescan({successorOf(safeItem(1)), safeItem(2), safeItem(3)});
+    QTest::mouseRelease(held, Qt::LeftButton);
+    ASSERT_TRUE(spinUntil([this] { return killings() == 1; }));
+    EXPECT_EQ(world->killings[0].items, Items{safeItem(2)});
+}
+
+TEST_F(StraysMergeTest, aProblemShiftsNoRowWhileAButtonIsHeldDown) {
+    open({safeItem(1), safeItem(2)});
+    QAbstractButton* const held = hideButton(2);
+    const int before = place(row(2)).y();
+    QTest::mousePress(held, Qt::LeftButton);
+    world->directories.answer.fault = Shell::Fault::notLaunched;
+    rescan({safeItem(1), safeItem(2)});
+    ASSERT_FALSE(engine().problems().empty());
+    EXPECT_EQ(place(row(2)).y(), before);
+    QTest::mouseRelease(held, Qt::LeftButton, {}, QPoint(-50, -50)); // elsewhere: not a click
+    EXPECT_TRUE(spinUntil([&] { return place(row(2)).y() > before; }, 2s));
 }
 
 TEST_F(StraysMergeTest, theFocusOfARowThatIsGoneEndsNobodyElse) {

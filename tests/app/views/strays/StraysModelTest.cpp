@@ -129,6 +129,13 @@ TEST_F(StraysModelTest, saysThatThereIsNothing) {
     EXPECT_EQ(model().emptyText(), "No stray processes detected.");
 }
 
+TEST_F(StraysModelTest, doesNotSayThatThereIsNothingWhenItCouldNotLook) {
+    world->candidates.fault = Shell::Fault::notLaunched;
+    list({});
+    EXPECT_FALSE(model().problems().empty());
+    EXPECT_EQ(model().emptyText(), std::nullopt);
+}
+
 TEST_F(StraysModelTest, saysThatNothingMatches) {
     list({safeItem(1), reviewItem(2)});
     EXPECT_EQ(model().emptyText(), std::nullopt);
