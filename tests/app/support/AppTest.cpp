@@ -42,6 +42,10 @@ void spinFor(std::chrono::milliseconds time) {
     QEventLoop loop;
     QTimer::singleShot(time, Qt::PreciseTimer, &loop, &QEventLoop::quit);
     loop.exec();
+    // On a busy machine the time may pass without a turn; layouts, for one, take several.
+    for (int turn = 0; turn < 10; ++turn) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents);
+    }
 }
 
 void RecordingNotifications::requestAuthorization(std::function<void(bool granted)> onAnswer) {
