@@ -122,6 +122,7 @@ QFont textFont(TextSize size, TextWeight weight) {
 }
 
 QFont figuresFont(TextSize size) {
+    // NOLINTNEXTLINE(misc-const-correctness): later versions of Qt change it
     QFont font = textFont(size);
 #if QT_VERSION >= QT_VERSION_CHECK(6, 7, 0) // before, a font's own figures have to do; most are of one width
     font.setFeature(QFont::Tag("tnum"), 1);
