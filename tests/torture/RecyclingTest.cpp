@@ -136,7 +136,7 @@ TEST_P(Recycled, tenThousandTimesNoStrangerIsSignalled) {
     const auto [moment, words] = GetParam();
     // Before the handle is opened there is nothing but the start to tell a stranger by.
     const bool alwaysAged = moment == Moment::beforeOpening;
-    NamespacedRun run([moment = moment, alwaysAged] { return runBatches(moment, 10'000, alwaysAged); });
+    NamespacedRun run([when = moment, alwaysAged] { return runBatches(when, 10'000, alwaysAged); });
     expectNoStrangerSignalled(run.wait(), 10'000, words);
 }
 
@@ -144,8 +144,8 @@ TEST_P(Recycled, withoutProcessDescriptorsAThousandTimesNoStrangerIsSignalled) {
     VINTREL_NEEDS_NAMESPACES();
     const auto [moment, words] = GetParam();
     for (const int error : {EPERM, ENOSYS}) {
-        NamespacedRun run([moment = moment, error] {
-            return refuseProcessDescriptors(error) ? runBatches(moment, 1'000, true) : Figures();
+        NamespacedRun run([when = moment, error] {
+            return refuseProcessDescriptors(error) ? runBatches(when, 1'000, true) : Figures();
         });
         const std::string refused = error == EPERM ? "forbidden" : "unknown to the kernel";
         expectNoStrangerSignalled(run.wait(), 1'000,

@@ -61,9 +61,9 @@ public:
         QPointer<QObject> owner;
         std::function<void(const StatsMap&)> onComplete;
 
-        void answer(const StatsMap& stats) const {
+        void answer(const StatsMap& figures) const {
             if (owner) {
-                onComplete(stats);
+                onComplete(figures);
             }
         }
     };
