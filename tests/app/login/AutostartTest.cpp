@@ -13,6 +13,7 @@
 namespace Vintrel {
 
 using namespace VintrelTests;
+using namespace std::string_literals;
 
 namespace fs = std::filesystem;
 
@@ -181,7 +182,7 @@ TEST(AutostartTest, whatIsNoFileIsLeftAlone) {
 
 TEST(AutostartTest, bytesThatAreNoTextStay) {
     const AutostartFolders folders;
-    const std::string odd("# \xff\xfe \0 \n[Desktop Entry]\nX-Odd=\xc3\n", 35);
+    const std::string odd = "# \xff\xfe \0 \n[Desktop Entry]\nX-Odd=\xc3\n"s;
     folders.writeUser(odd);
     ASSERT_TRUE(folders.item().setEnabled(true));
     EXPECT_TRUE(folders.userText()->starts_with(odd));
