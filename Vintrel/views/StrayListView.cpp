@@ -78,6 +78,7 @@ void StrayListView::refresh() {
     if (const QAbstractButton* const pressed = pressedButton()) {
         qApp->installEventFilter(this); // until it is released, by hand or by a screen reader
         connect(pressed, &QAbstractButton::released, this, &StrayListView::refresh,
+                // NOLINTNEXTLINE(clang-analyzer-optin.core.EnumCastOutOfRange): Qt wants it like this
                 static_cast<Qt::ConnectionType>(Qt::QueuedConnection | Qt::UniqueConnection));
         return;
     }
@@ -343,11 +344,12 @@ void StrayListView::moveFocusOffWhatGoes(const std::vector<QWidget*>& before) {
         column = StrayRow::Column::info; // another Enter must not end a neighbour
     }
     const auto place = std::ranges::find(before, leaving);
-    const auto takesIt = [this, column](QWidget* entry) {
-        return std::ranges::find(m_entries, entry) != m_entries.end() && focusEntry(entry, column);
-    };
-    if (std::find_if(place, before.end(), takesIt) == before.end()) {
-        std::find_if(std::make_reverse_iterator(place), before.rend(), takesIt);
+    std::vector<QWidget*> nearest(place, before.end()); // downwards first
+    nearest.insert(nearest.end(), std::make_reverse_iterator(place), before.rend());
+    for (QWidget* const entry : nearest) {
+        if (std::ranges::find(m_entries, entry) != m_entries.end() && focusEntry(entry, column)) {
+            return;
+        }
     }
 }
 
