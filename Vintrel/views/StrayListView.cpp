@@ -2,6 +2,7 @@
 
 #include "Vintrel/engine/ByteCount.h"
 #include "Vintrel/engine/ScanEngine.h"
+#include "Vintrel/shell/Desktop.h"
 #include "Vintrel/views/GroupHeader.h"
 #include "Vintrel/views/SectionHeader.h"
 #include "Vintrel/views/StrayRow.h"
@@ -11,6 +12,7 @@
 #include "Vintrel/views/parts/TextLabel.h"
 
 #include <algorithm>
+#include <span>
 #include <unordered_set>
 
 #include <QApplication>
@@ -104,11 +106,12 @@ void StrayListView::merge() {
     emit merging();
     m_isStale = false;
     m_hadRows = !m_rows.empty();
+    followFilter();
     const std::vector<QWidget*> before = std::exchange(m_entries, {});
     const std::vector<Anchor> anchorsBefore = anchors(before);
     m_rowCount = 0;
-    const StraysModel::Section safe = m_model.section(Bucket::safe);
-    const StraysModel::Section review = m_model.section(Bucket::needsReview);
+    const StraysModel::Section safe = m_model.section(Bucket::safe, m_rowLimit);
+    const StraysModel::Section review = m_model.section(Bucket::needsReview, m_rowLimit);
     // With a filter that hides them all, their header stays and says so.
     const bool hasSafe = std::ranges::any_of(m_model.engine().items(), [](const StraysModel::Item& item) {
         return item.bucket() == Bucket::safe;
@@ -140,13 +143,23 @@ void StrayListView::merge() {
     keepInView(anchorsBefore);
 }
 
+/// What another filter finds is seen from its beginning.
+void StrayListView::followFilter() {
+    if (std::exchange(m_filterText, m_model.filterText()) != m_model.filterText()) {
+        m_rowLimit = rowsWhileTyping;
+        if (m_scrollArea != nullptr) {
+            m_scrollArea->verticalScrollBar()->setValue(0);
+        }
+    }
+}
+
 void StrayListView::displaySafeHeader(const StraysModel::Section& section) {
     m_safeHeader->displayTitle(tr("Safe to clean (%1)").arg(section.count));
-    const QString memory = QString::fromStdString(memoryTextOfKB(m_model.safeReclaimableKB()));
+    m_sweepable = m_model.sweepableSafeItems();
+    const QString memory = QString::fromStdString(memoryTextOfKB(StraysModel::memoryKB(m_sweepable)));
     m_safeHeader->displayDetail(tr("%1 reclaimable").arg(memory));
     PushButton* const button = m_safeHeader->cleanButton();
     const auto reason = m_model.engine().reasonNotToClean();
-    m_sweepable = m_model.sweepableSafeItems();
     button->setEnabled(!m_sweepable.empty() && !reason && !m_model.isCleaning());
     button->setToolTip(reason ? QString::fromStdString(*reason) : QString());
     button->setAccessibleDescription(button->toolTip());
@@ -172,10 +185,9 @@ void StrayListView::addGroup(Bucket bucket, const StraysModel::Group& group) {
     }
     header->display(group.count, group.isCollapsed);
     place(header);
-    for (const StraysModel::Row& row : group.rows) {
-        if (++m_rowCount > m_rowLimit) {
-            continue;
-        }
+    const size_t room = m_rowLimit - std::min(m_rowLimit, m_rowCount);
+    m_rowCount += group.isCollapsed ? 0 : group.count;
+    for (const StraysModel::Row& row : std::span(group.rows).first(std::min(room, group.rows.size()))) {
         StrayRow*& widget = m_rows[row.key()];
         if (widget == nullptr) {
             widget = new StrayRow(m_model, this);
@@ -223,6 +235,8 @@ void StrayListView::freeRows() {
     discard(std::exchange(m_entries, {}));
     m_rowLimit = rowsAtATime;
     m_isStale = true;
+    // Objects that are to be deleted are, at the next turn of the event loop, before this.
+    QTimer::singleShot(0, this, Desktop::giveMemoryBack);
 }
 
 // Geometry

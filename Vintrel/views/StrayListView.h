@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <map>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -54,6 +55,9 @@ public:
     /// Rows that are built at first, and in each further step.
     static constexpr size_t rowsAtATime = 200;
 
+    /// Rows that are built for another filter: more than is seen at once, and few enough for each keystroke.
+    static constexpr size_t rowsWhileTyping = 24;
+
 signals:
     /// The rows are about to be brought up to date.
     void merging();
@@ -76,6 +80,7 @@ private:
 
     [[nodiscard]] const QAbstractButton* pressedButton() const;
     void merge();
+    void followFilter();
     void displaySafeHeader(const StraysModel::Section& section);
     void addGroups(const StraysModel::Section& section);
     void addGroup(VintrelCore::Bucket bucket, const StraysModel::Group& group);
@@ -103,7 +108,8 @@ private:
     TextLabel* m_empty;
     PushButton* m_more;
     size_t m_rowLimit = rowsAtATime;
-    size_t m_rowCount = 0; // of those the model has, also beyond the limit
+    std::string m_filterText; // of the last merge
+    size_t m_rowCount = 0;    // of those the model has, also beyond the limit
     StrayRow::Column m_column = StrayRow::Column::info;
     StraysModel::Items m_sweepable; // what "Clean all" stands beside
     bool m_hadRows = false;         // before the last merge

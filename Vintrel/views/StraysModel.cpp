@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <span>
 #include <utility>
 
 #include <QPointer>
@@ -149,7 +150,7 @@ StraysModel::Items StraysModel::reviewItems() const {
     return itemsIn(Bucket::needsReview);
 }
 
-StraysModel::Section StraysModel::section(Bucket bucket) const {
+StraysModel::Section StraysModel::section(Bucket bucket, size_t mostRows) const {
     const Items items = itemsIn(bucket);
     Section section{.bucket = bucket, .count = items.size()};
     for (const StrayList::Group& group : StrayList::grouped(items, m_engine.cwds())) {
@@ -158,7 +159,9 @@ StraysModel::Section StraysModel::section(Bucket bucket) const {
                     .isCollapsed = m_collapsedKinds.contains(group.kind)};
         if (!shown.isCollapsed) {
             const bool isSole = bucket == Bucket::safe && items.size() == 1;
-            std::ranges::transform(group.items, std::back_inserter(shown.rows),
+            const size_t count = std::min(group.items.size(), mostRows);
+            mostRows -= count;
+            std::ranges::transform(std::span(group.items).first(count), std::back_inserter(shown.rows),
                                    [this, isSole](const Item& item) { return row(item, isSole); });
         }
         section.groups.push_back(std::move(shown));
@@ -191,9 +194,9 @@ StraysModel::Items StraysModel::sweepableSafeItems() const {
     return items;
 }
 
-int64_t StraysModel::safeReclaimableKB() const {
+int64_t StraysModel::memoryKB(const Items& items) {
     int64_t sum = 0;
-    for (const Item& item : sweepableSafeItems()) {
+    for (const Item& item : items) {
         sum = VintrelCore::Saturating::sum(sum, item.rssKB);
     }
     return sum;

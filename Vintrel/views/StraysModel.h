@@ -10,6 +10,7 @@
 #include <compare>
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <map>
 #include <optional>
 #include <set>
@@ -89,11 +90,17 @@ public:
     [[nodiscard]] bool matchesFilter(const Item& item) const;
     /// Whether the last scan still knows that very process.
     [[nodiscard]] bool isListed(const Item& item) const;
-    [[nodiscard]] Section section(VintrelCore::Bucket bucket) const;
+    /// With its first rows only, for who shows no more of them.
+    [[nodiscard]] Section section(VintrelCore::Bucket bucket,
+                                  size_t mostRows = std::numeric_limits<size_t>::max()) const;
     /// What "Clean all" ends: the safe items that match the filter, less the protected ones.
     [[nodiscard]] Items sweepableSafeItems() const;
+
     /// The memory of those, in KiB.
-    [[nodiscard]] int64_t safeReclaimableKB() const;
+    [[nodiscard]] int64_t safeReclaimableKB() const { return memoryKB(sweepableSafeItems()); }
+
+    /// The memory of all these, in KiB.
+    [[nodiscard]] static int64_t memoryKB(const Items& items);
     /// The only safe item that is listed; absent when there are none or several.
     [[nodiscard]] std::optional<Item> soleSafeItem() const;
     /// The line in place of rows; absent when there are rows.

@@ -3,6 +3,8 @@
 #include "Vintrel/shell/linux/DesktopFileBrowser.h"
 #include "Vintrel/shell/linux/DesktopNotifications.h"
 
+#include <malloc.h>
+
 namespace Vintrel::Desktop {
 
 std::unique_ptr<UserNotifications> makeUserNotifications() {
@@ -11,6 +13,12 @@ std::unique_ptr<UserNotifications> makeUserNotifications() {
 
 std::unique_ptr<FileBrowser> makeFileBrowser() {
     return std::make_unique<DesktopFileBrowser>();
+}
+
+void giveMemoryBack() {
+#ifdef __GLIBC__ // other C libraries do it by themselves
+    ::malloc_trim(0);
+#endif
 }
 
 bool hasGraphicalSession() {

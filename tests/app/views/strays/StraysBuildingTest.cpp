@@ -50,6 +50,21 @@ TEST_F(StraysBuildingTest, manyAreBuiltInSteps) {
     EXPECT_EQ(shownPIDs(), pidsOf(safeItems(450)));
 }
 
+TEST_F(StraysBuildingTest, whoTypesWaitsForFewRowsOnly) {
+    open(safeItems(450));
+    filter("vite");
+    EXPECT_EQ(built(), StrayListView::rowsWhileTyping);
+    EXPECT_TRUE(says("Safe to clean (450)")) << "all of them count";
+    ASSERT_NE(more(), nullptr);
+    EXPECT_EQ(more()->text(), "Show 426 more");
+    showAll();
+    EXPECT_EQ(shownPIDs(), pidsOf(safeItems(450)));
+    rescan(safeItems(450));
+    EXPECT_EQ(built(), 450U) << "the same filter";
+    filter("");
+    EXPECT_EQ(built(), StrayListView::rowsWhileTyping);
+}
+
 TEST_F(StraysBuildingTest, moreTellsHowMany) {
     open(safeItems(203));
     ASSERT_NE(more(), nullptr);

@@ -151,6 +151,16 @@ TEST_F(StraysModelTest, collapsedGroupsAreNotNothing) {
     EXPECT_EQ(model().emptyText(), std::nullopt);
 }
 
+TEST_F(StraysModelTest, givesNoMoreRowsThanAreAskedFor) {
+    list({safeItem(1), kindItem(2, ProcessKind::npm), kindItem(3, ProcessKind::npm), safeItem(4)});
+    const StraysModel::Section section = model().section(Bucket::safe, 3);
+    EXPECT_EQ(section.count, 4U);
+    ASSERT_EQ(section.groups.size(), 2U);
+    EXPECT_EQ(section.groups[0].rows.size(), 2U);
+    EXPECT_EQ(section.groups[1].rows.size(), 1U);
+    EXPECT_EQ(section.groups[1].count, 2U);
+}
+
 TEST_F(StraysModelTest, sumsUpWhatCouldBeReclaimed) {
     engine().setProtectedProjects({"~/kept"});
     world->directories.cwds = {{3, cwdOf("~/kept/x")}, {5, cwdOf("~/other")}};
