@@ -53,6 +53,9 @@ int run(const CLICore::Command& command) {
 int main(int argc, char** argv) {
     prepareProcess();
     const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
+    if (arguments.size() == 1 && arguments.front() == "--version") { // about this program, and no command
+        return Output::finish("vintrel " VINTREL_VERSION);
+    }
     const auto command = CLICore::parse(arguments);
     if (!command) {
         std::fprintf(stderr, "%s\n\n%s\n", CLICore::message(command.error()).c_str(), CLICore::usage.data());

@@ -35,6 +35,15 @@ TEST(CommandLine, helpPrintsTheUsage) {
     }
 }
 
+TEST(CommandLine, tellsItsVersionWhenThatIsAllThatIsAsked) {
+    const VintrelHome home;
+    const auto outcome = home.run({"--version"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.output, "vintrel " VINTREL_VERSION "\n");
+    EXPECT_EQ(outcome.errors, "");
+    EXPECT_TRUE(home.run({"--version", "list"}).errors.starts_with("unknown command '--version'\n"));
+}
+
 TEST(CommandLine, aParseErrorGoesToStandardErrorWithTheUsageAfterABlankLine) {
     const VintrelHome home;
     const std::vector<std::pair<std::vector<std::string>, std::string>> cases{

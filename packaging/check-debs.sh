@@ -1,0 +1,56 @@
+#!/bin/bash
+# Looks at the packages in build/packages with the tools that distributions look at packages with, and tries the
+# completions in every shell. A word from any of them is a failure.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+source packaging/setup.sh
+install_packages packaging/packages.txt run deb ci
+
+root=$(mktemp -d)
+trap 'rm -rf "$root"' EXIT
+shopt -s nullglob
+packages=(build/packages/*.deb)
+[[ ${#packages[@]} -eq 2 ]] || die "build/packages holds ${#packages[@]} packages; packaging/build-debs.sh makes two"
+for package in "${packages[@]}"; do
+  dpkg-deb -x "$package" "$root"
+done
+
+# silent WHAT COMMAND...   Fails when it does, and when it has anything to say.
+silent() {
+  local what=$1 said
+  shift
+  if ! said=$("$@" 2>&1) || [[ -n $said ]]; then
+    die "$what: ${said:-failed}"
+  fi
+}
+
+lint() { lintian --allow-root --fail-on error,warning --display-level '>=warning' "$@"; }
+typeset_page() { LC_ALL=C.UTF-8 man --warnings -E UTF-8 -l -Tutf8 -Z "$1" >/dev/null; }
+silent "lintian" lint "${packages[@]}"
+silent "desktop entry" desktop-file-validate "$root"/usr/share/applications/*.desktop
+appstreamcli validate --no-net "$root"/usr/share/metainfo/*.xml >"$root/said" || die "metadata: $(cat "$root/said")"
+appstreamcli validate-tree --no-net "$root" >"$root/said" || die "metadata: $(cat "$root/said")"
+
+for service in "$root"/usr/share/dbus-1/services/*.service; do
+  program=$(sed -n 's/^Exec=\([^ ]*\).*/\1/p' "$service")
+  [[ -x $root$program ]] || die "${service##*/} starts \"$program\", which is in no package"
+done
+
+for program in "$root"/usr/bin/*; do
+  [[ -f $root/usr/share/man/man1/${program##*/}.1.gz ]] || die "${program##*/} has no manual page"
+done
+for page in "$root"/usr/share/man/man1/*.gz; do
+  silent "${page##*/}" typeset_page "$page"
+  silent "${page##*/}" mandoc -T lint -W warning "$page"
+done
+
+completions=$root/completions
+mkdir "$completions"
+cp "$root/usr/share/bash-completion/completions/vintrel" "$completions/vintrel.bash"
+cp "$root/usr/share/zsh/vendor-completions/_vintrel" "$root/usr/share/fish/vendor_completions.d/vintrel.fish" \
+  "$completions"
+silent "completion" bash -n "$completions/vintrel.bash"
+silent "completion" zsh -n "$completions/_vintrel"
+silent "completion" fish -n "$completions/vintrel.fish"
+python3 -B tests/packaging/completions_test.py "$completions" bash zsh fish 2>"$root/said" ||
+  die "completion: $(cat "$root/said")"

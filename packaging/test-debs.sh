@@ -1,0 +1,193 @@
+#!/bin/bash
+# Installs, upgrades and removes the packages in build/packages in a clean system: this one's release with nothing in it
+# but what every system has. As root; nothing outside build/clean-root is touched.
+#
+#   packaging/test-debs.sh
+#
+# The clean system and the packages fetched for it stay in build/clean-root; every run works on a copy in memory.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+source packaging/setup.sh
+readonly cache=$PWD/build/clean-root
+readonly lower=0.0.1-0vintrel1
+
+[[ $(id -u) -eq 0 ]] || die "only root can make a clean system"
+if [[ -z ${VINTREL_OWN_NAMESPACE:-} ]]; then
+  install_packages packaging/packages.txt run deb
+  # Its mounts and processes end with it, whatever happens.
+  VINTREL_OWN_NAMESPACE=yes exec unshare --mount --pid --fork --kill-child --mount-proc "$0" "$@"
+fi
+
+make_clean_system() {
+  local release site
+  release=$(sed -n 's/^VERSION_CODENAME=//p' /etc/os-release)
+  site=$(apt-get indextargets --format "\$(CODENAME) \$(COMPONENT) \$(REPO_URI)" | sed -n "s/^$release main //p" |
+    head -n 1)
+  say "Making a clean system of $release (once)"
+  rm -rf "$cache"
+  mkdir -p "$cache/archives/partial"
+  debootstrap --variant=minbase "$release" "$cache/system" ${site:+"$site"} >"$cache/log" 2>&1 ||
+    die "that failed; the whole output is in $cache/log"
+  touch "$cache/made"
+}
+
+# enter_copy   Mounts a copy of the clean system that is gone when this script ends.
+enter_copy() {
+  work=$(mktemp -d)
+  trap 'umount --lazy "$work" && rmdir "$work"' EXIT
+  mount -t tmpfs none "$work"
+  mkdir "$work"/{root,changes,overlay,old}
+  root=$work/root
+  mount -t overlay overlay -o "lowerdir=$cache/system,upperdir=$work/changes,workdir=$work/overlay" "$root"
+  mount -t proc proc "$root/proc"
+  mount --rbind /dev "$root/dev"
+  mount --bind "$cache/archives" "$root/var/cache/apt/archives"
+  cp /etc/resolv.conf "$root/etc/resolv.conf"
+  mkdir -p "$root"/packages/{new,old}
+}
+
+inside() {
+  env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 CI=true DEBIAN_FRONTEND=noninteractive \
+    chroot "$root" "$@" </dev/null
+}
+
+apt() {
+  inside apt-get -qy --no-install-recommends "$@" >"$work/log" 2>&1 || { cat "$work/log" >&2; die "apt-get $* failed"; }
+}
+
+# needed_by PACKAGE...   What else is installed with them.
+needed_by() {
+  inside apt-get -qs --no-install-recommends install "$@" | sed -n 's/^Inst \([^ ]*\).*/\1/p' | sed '/^vintrel/d'
+}
+
+# expect WHAT IS WANTED
+expect() { [[ $2 == "$3" ]] || die "$1: ${2:-nothing}, and not ${3:-nothing}"; }
+
+# Whatever the package manager knows of ours, configuration files that were left included.
+known() {
+  # shellcheck disable=SC2016 # dpkg's own variables
+  inside dpkg-query -W -f '${db:Status-Abbrev}${Package} ${Version}\n' 'vintrel*' 2>/dev/null | sed '/^un/d' |
+    tr '\n' ';' || true
+}
+
+# Everything in the system but the package manager's own notes: mode, size, where a link leads.
+files() {
+  find "$root" -xdev \( -path "$root/var/lib/dpkg" -o -path "$root/var/lib/apt" -o -path "$root/var/cache" -o \
+    -path "$root/var/log" -o -path "$root/packages" \) -prune -o ! -type d -printf '/%P %m %s %l\n' -o \
+    -printf '/%P %m\n' | sort
+}
+
+expect_unchanged() {
+  files >"$work/now"
+  diff "$work/before" "$work/now" >&2 || die "$1 left or took these files"
+  diff -r "$work/home" "$root/home/ada" >&2 || die "$1 changed what is the user's"
+}
+
+# The same packages with a lower version, and a file that is no longer there in the new ones.
+make_older() {
+  local package tree name
+  for package in "$@"; do
+    name=$(dpkg-deb -f "$package" Package)
+    tree=$work/old/$name
+    dpkg-deb -R "$package" "$tree"
+    sed -i "s/${version//./\\.}/$lower/" "$tree/DEBIAN/control"
+    echo "of the older version" >"$tree/usr/share/doc/$name/dropped"
+    dpkg-deb --root-owner-group -b "$tree" "$root/packages/old/$name.deb" >/dev/null
+  done
+}
+
+make_user() {
+  inside useradd --create-home ada
+  local home=$root/home/ada
+  mkdir -p "$home"/.config/{Vintrel,autostart} "$home/.local/share/Vintrel"
+  printf '[General]\nelapsedThreshold=600\n' >"$home/.config/Vintrel/Vintrel.conf"
+  printf '[Desktop Entry]\nType=Application\nName=Vintrel\nExec=/usr/bin/vintrel-app\n' \
+    >"$home/.config/autostart/dev.vintrel.Vintrel.desktop"
+  printf '[]\n' >"$home/.local/share/Vintrel/clean-log.json"
+  inside chown -R ada: /home/ada
+  cp -a "$home" "$work/home"
+}
+
+expect_list_works() {
+  local said
+  said=$(inside runuser -u ada -- env HOME=/home/ada vintrel list 2>&1) || die "vintrel list: $said"
+  expect "the table's heading" "$(head -n 1 <<<"$said" | tr -s ' ')" "PID BUCKET KIND AGE RAM PROJECT COMMAND"
+}
+
+# The program finds all its libraries, and a platform to draw on. In a home of its own: it may keep what it likes there.
+expect_application_starts() {
+  local program status=0 _
+  inside runuser -u ada -- mkdir -m 700 /tmp/trial
+  chroot --userspec=ada "$root" env -i PATH=/usr/bin:/bin HOME=/tmp/trial XDG_RUNTIME_DIR=/tmp/trial DISPLAY=:0 \
+    QT_QPA_PLATFORM=offscreen vintrel-app --show </dev/null >"$work/said" 2>&1 &
+  program=$!
+  for _ in {1..600}; do
+    if grep -q qoffscreen "/proc/$program/maps" 2>/dev/null || ! kill -0 "$program" 2>/dev/null; then break; fi
+    sleep 0.1
+  done
+  grep -q qoffscreen "/proc/$program/maps" 2>/dev/null || die "vintrel-app did not start: $(cat "$work/said")"
+  kill -TERM "$program"
+  wait "$program" || status=$?
+  expect "the application's end" "$status" 143
+  rm -r "$root/tmp/trial"
+}
+
+shopt -s nullglob
+new=(build/packages/vintrel_*.deb build/packages/vintrel-app_*.deb)
+[[ ${#new[@]} -eq 2 ]] || die "build/packages does not hold the two packages; packaging/build-debs.sh makes them"
+version=$(dpkg-deb -f "${new[0]}" Version)
+if [[ ! -e $cache/made ]]; then
+  make_clean_system
+fi
+enter_copy
+cp "${new[0]}" "$root/packages/new/vintrel.deb"
+cp "${new[1]}" "$root/packages/new/vintrel-app.deb"
+make_older "${new[@]}"
+make_user
+
+say "The command line alone"
+mapfile -t needed < <(needed_by /packages/new/vintrel.deb)
+for package in "${needed[@]}"; do
+  case $package in
+    libqt6gui* | libqt6widgets* | libqt6dbus* | libqt6svg* | libx11* | libxcb* | libgl1* | libegl* | libwayland*)
+      die "vintrel brings $package along" ;;
+  esac
+done
+apt install "${needed[@]}"
+files >"$work/before"
+apt install /packages/new/vintrel.deb
+expect "what is installed" "$(known)" "ii vintrel $version;"
+expect "its version" "$(inside vintrel --version)" "vintrel ${version%-*}"
+expect_list_works
+apt remove vintrel
+expect_unchanged "Removing vintrel"
+expect "what is known after it" "$(known)" ""
+
+say "Both, from a lower version to this one"
+mapfile -t needed < <(needed_by /packages/new/vintrel.deb /packages/new/vintrel-app.deb)
+apt install "${needed[@]}"
+files >"$work/before"
+apt install /packages/old/vintrel.deb /packages/old/vintrel-app.deb
+expect "what is installed" "$(known)" "ii vintrel $lower;ii vintrel-app $lower;"
+[[ -e $root/usr/share/doc/vintrel-app/dropped ]] || die "the older packages lack the file that the new ones lose"
+apt install /packages/new/vintrel.deb /packages/new/vintrel-app.deb
+expect "what is installed" "$(known)" "ii vintrel $version;ii vintrel-app $version;"
+expect "what the older ones left" "$(find "$root/usr" -name dropped)" ""
+expect "its version" "$(inside vintrel-app --version)" "vintrel-app ${version%-*}"
+expect_list_works
+expect_application_starts
+
+say "Removing and purging"
+mapfile -t held < <(inside dpkg -L vintrel-app | sed '/^\/\.$/d')
+apt remove vintrel-app
+for file in "${held[@]}"; do
+  [[ -d $root$file || ! -e $root$file ]] || die "removing vintrel-app left $file"
+done
+expect_list_works
+apt remove vintrel
+expect_unchanged "Removing both"
+apt install /packages/new/vintrel.deb /packages/new/vintrel-app.deb
+apt purge vintrel vintrel-app
+expect_unchanged "Purging both"
+expect "what is known after it" "$(known)" ""
+say "The packages install, upgrade and go without a trace; what is the user's stays"
