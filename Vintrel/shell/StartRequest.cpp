@@ -8,8 +8,6 @@ namespace Vintrel::CommandLine {
 
 namespace {
 
-constexpr Parsed unknown{};
-
 bool isHelp(std::string_view word) {
     return word == "--help" || word == "-h";
 }
@@ -23,7 +21,7 @@ Parsed parse(std::span<const std::string_view> arguments) {
         const std::string_view word = arguments[index];
         if (!isOptions || !word.starts_with('-')) {
             if (!word.contains(':')) { // no address has none
-                return unknown;
+                return {.wish = Wish::unknown};
             }
             request.urls.emplace_back(word);
         } else if (word == "--") {
@@ -39,14 +37,14 @@ Parsed parse(std::span<const std::string_view> arguments) {
         } else if (word == "--action" && index + 1 < arguments.size() && request.action.empty()) {
             request.action = arguments[++index];
             if (!ApplicationActions::isKnown(request.action)) {
-                return unknown;
+                return {.wish = Wish::unknown};
             }
         } else {
-            return unknown;
+            return {.wish = Wish::unknown};
         }
     }
     if (request.isForBus && (request.isToShow || !request.urls.empty() || !request.action.empty())) {
-        return unknown;
+        return {.wish = Wish::unknown};
     }
     return {.wish = Wish::run, .request = std::move(request)};
 }

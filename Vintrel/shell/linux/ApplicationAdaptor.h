@@ -23,14 +23,14 @@ public:
     ApplicationAdaptor(QObject* object, QDBusConnection bus, ApplicationRequests& requests,
                        ApplicationInstance& instance);
 
-public slots:
+public slots: // NOLINT(readability-redundant-access-specifiers): what follows are slots
     void Activate(const QVariantMap& platformData);
     void Open(const QStringList& uris, const QVariantMap& platformData);
     /// `parameter` holds at most one value; no action of this program takes one.
     void ActivateAction(const QString& name, const QVariantList& parameter, const QVariantMap& platformData,
                         const QDBusMessage& message);
 
-private: // NOLINT(readability-redundant-access-specifiers): what follows is no slot
+private:
     QDBusConnection m_bus;
     ApplicationRequests& m_requests;
     ApplicationInstance& m_instance;

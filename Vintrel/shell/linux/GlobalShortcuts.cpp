@@ -48,7 +48,7 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, OfferedShortcut& 
     argument.beginStructure();
     argument >> shortcut.identifier >> shortcut.properties;
     argument.endStructure();
-    return argument;
+    return argument; // NOLINT(bugprone-return-const-ref-from-parameter): Qt's form
 }
 
 /// Without "preferred_trigger": which key means what is the user's to say.

@@ -20,7 +20,7 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, RunnerMatch& matc
     argument >> match.identifier >> match.text >> match.icon >> match.kind >> match.relevance >>
         match.properties;
     argument.endStructure();
-    return argument;
+    return argument; // NOLINT(bugprone-return-const-ref-from-parameter): Qt's form
 }
 
 QDBusArgument& operator<<(QDBusArgument& argument, const RunnerAction& action) {
@@ -34,7 +34,7 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, RunnerAction& act
     argument.beginStructure();
     argument >> action.identifier >> action.text >> action.icon;
     argument.endStructure();
-    return argument;
+    return argument; // NOLINT(bugprone-return-const-ref-from-parameter): Qt's form
 }
 
 RunnerAdaptor::RunnerAdaptor(QObject* object, ApplicationRequests& requests)

@@ -43,13 +43,13 @@ class RunnerAdaptor : public QDBusAbstractAdaptor {
 public:
     RunnerAdaptor(QObject* object, ApplicationRequests& requests);
 
-public slots:
+public slots: // NOLINT(readability-redundant-access-specifiers): what follows are slots
     [[nodiscard]] QList<Vintrel::RunnerMatch> Match(const QString& query) const;
     /// None: a result has nothing but its one meaning.
     [[nodiscard]] QList<Vintrel::RunnerAction> Actions() const;
     void Run(const QString& matchID, const QString& actionID);
 
-private: // NOLINT(readability-redundant-access-specifiers): what follows is no slot
+private:
     ApplicationRequests& m_requests;
 };
 

@@ -19,7 +19,7 @@ class SearchProviderAdaptor : public QDBusAbstractAdaptor {
 public:
     SearchProviderAdaptor(QObject* object, ApplicationRequests& requests);
 
-public slots:
+public slots: // NOLINT(readability-redundant-access-specifiers): what follows are slots
     [[nodiscard]] QStringList GetInitialResultSet(const QStringList& terms) const;
     [[nodiscard]] QStringList GetSubsearchResultSet(const QStringList& previousResults,
                                                     const QStringList& terms) const;
@@ -28,7 +28,7 @@ public slots:
     /// The user chose the program itself instead of a result.
     void LaunchSearch(const QStringList& terms, uint timestamp);
 
-private: // NOLINT(readability-redundant-access-specifiers): what follows is no slot
+private:
     ApplicationRequests& m_requests;
 };
 

@@ -23,7 +23,7 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, ListedShortcut& s
     argument >> shortcut.identifier >> shortcut.title >> shortcut.shortTitle >> shortcut.phrases >>
         shortcut.icon;
     argument.endStructure();
-    return argument;
+    return argument; // NOLINT(bugprone-return-const-ref-from-parameter): Qt's form
 }
 
 ShortcutsAdaptor::ShortcutsAdaptor(QObject* object, QDBusConnection bus, ApplicationRequests& requests)

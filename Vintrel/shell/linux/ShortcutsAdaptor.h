@@ -32,14 +32,14 @@ class ShortcutsAdaptor : public QDBusAbstractAdaptor {
 public:
     ShortcutsAdaptor(QObject* object, QDBusConnection bus, ApplicationRequests& requests);
 
-public slots:
+public slots: // NOLINT(readability-redundant-access-specifiers): what follows are slots
     [[nodiscard]] QList<Vintrel::ListedShortcut> List() const;
 
     /// Answers with the dialog's text, once what was asked is done. A clean takes its time: callers should
     /// be patient.
     QString Run(const QString& identifier, const QDBusMessage& message);
 
-private: // NOLINT(readability-redundant-access-specifiers): what follows is no slot
+private:
     QDBusConnection m_bus;
     ApplicationRequests& m_requests;
 };
