@@ -26,6 +26,14 @@ void AppDelegate::showPopover() {
     m_popover->present();
 }
 
+void AppDelegate::open(const std::vector<std::string>& urls) {
+    for (const std::string& url : urls) {
+        if (const auto command = VintrelCore::URLScheme::parse(url)) {
+            m_engine.perform(*command);
+        }
+    }
+}
+
 void AppDelegate::openSettings() {
     constexpr QSize size(360, 620);
     if (!m_settingsWindow) {

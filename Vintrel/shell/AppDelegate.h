@@ -4,6 +4,8 @@
 #include "Vintrel/views/ContainersView.h"
 
 #include <memory>
+#include <string>
+#include <vector>
 
 #include <QObject>
 
@@ -35,6 +37,9 @@ public:
 
     /// Shows the popover, or brings it to the front.
     void showPopover();
+
+    /// Carries links out, in order; those that ask for nothing known are ignored.
+    void open(const std::vector<std::string>& urls);
 
     /// Shows the settings, or brings them to the front. There is one such window.
     void openSettings();

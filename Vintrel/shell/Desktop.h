@@ -2,10 +2,17 @@
 
 #include "Vintrel/engine/UserNotifications.h"
 #include "Vintrel/shell/Appearance.h"
+#include "Vintrel/shell/ApplicationInstance.h"
 #include "Vintrel/shell/FileBrowser.h"
 #include "Vintrel/shell/LoginItem.h"
 
 #include <memory>
+
+namespace Vintrel {
+
+class ApplicationRequests;
+
+} // namespace Vintrel
 
 /// What each desktop does in its own way.
 namespace Vintrel::Desktop {
@@ -24,5 +31,11 @@ void giveMemoryBack();
 
 /// Whether there is a screen to show anything on.
 [[nodiscard]] bool hasGraphicalSession();
+
+/// Hands a request to the instance that runs already. Needs no application object, and is quick.
+[[nodiscard]] Handover handOver(const StartRequest& request);
+
+/// `requests` must outlive it.
+[[nodiscard]] std::unique_ptr<ApplicationInstance> makeApplicationInstance(ApplicationRequests& requests);
 
 } // namespace Vintrel::Desktop

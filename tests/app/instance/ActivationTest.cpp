@@ -1,0 +1,57 @@
+// The message bus starts the program for who calls it.
+#include "tests/app/instance/Caller.h"
+#include "tests/app/instance/InstanceTest.h"
+#include "tests/app/notifications/PreparedServer.h"
+
+#include <optional>
+#include <string>
+
+#include <gtest/gtest.h>
+
+using namespace VintrelTests;
+
+namespace {
+
+class ActivationTest : public InstanceTest {
+public:
+    ActivationTest() { bus.startOnDemand("dev.vintrel.Vintrel", std::string(VINTREL_APP) + " --service"); }
+
+    /// The program that the bus has started; it ends with the test.
+    void keepStarted() {
+        ASSERT_NE(owner(), 0);
+        m_started.emplace(owner());
+    }
+
+    [[nodiscard]] Caller caller(const char* interface) {
+        return {bus, QStringLiteral("/dev/vintrel/Vintrel"), QString::fromLatin1(interface)};
+    }
+
+    PreparedServer server{bus};
+
+private:
+    std::optional<Ended> m_started;
+};
+
+} // namespace
+
+TEST_F(ActivationTest, carriesALinkOutAfterTheStart) {
+    const QDBusMessage reply =
+        caller("org.freedesktop.Application").call("Open", {QStringList{"vintrel://clean"}, QVariantMap()});
+    EXPECT_EQ(reply.type(), QDBusMessage::ReplyMessage) << reply.errorMessage().toStdString();
+    keepStarted();
+    EXPECT_TRUE(spinUntil([this] { return !server.asked.empty(); }));
+    EXPECT_EQ(server.asked.at(0).summary, "Nothing to clean");
+}
+
+TEST_F(ActivationTest, opensTheProgramAfterTheStart) {
+    const QDBusMessage reply = caller("org.freedesktop.Application").call("Activate", {QVariantMap()});
+    EXPECT_EQ(reply.type(), QDBusMessage::ReplyMessage) << reply.errorMessage().toStdString();
+    keepStarted();
+    EXPECT_EQ(start()->status(), 0) << "the program is there";
+}
+
+TEST_F(ActivationTest, answersAShortcutAfterTheStart) {
+    const QDBusMessage reply = caller("dev.vintrel.Vintrel.Shortcuts").call("Run", {"clean-safe-strays"});
+    EXPECT_EQ(reply.arguments().value(0).toString(), "No unprotected safe-to-clean processes.");
+    keepStarted();
+}
