@@ -62,7 +62,18 @@ int run(int& argc, char** argv, const Interrupt& interrupt, Wish wish) {
     const auto notifications = Vintrel::Desktop::makeUserNotifications();
     const auto fileBrowser = Vintrel::Desktop::makeFileBrowser();
     const auto loginItem = Vintrel::Desktop::makeLoginItem();
-    Vintrel::AppDelegate delegate({*notifications, *fileBrowser, *loginItem});
+    Vintrel::AppDelegate delegate(
+        {.notifications = *notifications,
+         .fileBrowser = *fileBrowser,
+         .loginItem = *loginItem,
+         .appearance = *appearance,
+         .makeStatusItem = [&appearance] { return Vintrel::Desktop::makeStatusItem(*appearance); }});
+    delegate.applicationDidFinishLaunching();
+    // The program ends with the window that was asked for, unless it can be opened again from a tray.
+    const Vintrel::StatusItem& statusItem = delegate.statusItem();
+    QObject::connect(&statusItem, &Vintrel::StatusItem::shownChanged, &application, [&statusItem, wish] {
+        QApplication::setQuitOnLastWindowClosed(wish == Wish::show && !statusItem.isShown());
+    });
     if (wish == Wish::show) {
         delegate.showPopover();
     }
