@@ -11,7 +11,9 @@ TrayIconItem::TrayIconItem(const Appearance& appearance, QObject* parent)
     : PaintedStatusItem(appearance, parent), m_menu(makeStatusContextMenu(*this)) {
     m_icon.setContextMenu(m_menu.get());
     connect(&m_icon, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
-        if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::MiddleClick) {
+        // The second of two quick clicks is a click all the same.
+        if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick ||
+            reason == QSystemTrayIcon::MiddleClick) {
             emit clicked({});
         }
     });

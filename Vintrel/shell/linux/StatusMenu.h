@@ -40,8 +40,8 @@ public:
     Q_SCRIPTABLE uint GetLayout(int parent, int depth, const QStringList& names,
                                 Vintrel::Tray::MenuItem& layout);
     /// Of all items if there are no numbers; all of them if there are no names.
-    Q_SCRIPTABLE Vintrel::Tray::MenuItemsProperties GetGroupProperties(const QList<int>& numbers,
-                                                                       const QStringList& names) const;
+    [[nodiscard]] Q_SCRIPTABLE Vintrel::Tray::MenuItemsProperties
+    GetGroupProperties(const QList<int>& numbers, const QStringList& names) const;
     Q_SCRIPTABLE QDBusVariant GetProperty(int number, const QString& name);
     Q_SCRIPTABLE void Event(int number, const QString& what, const QDBusVariant& data, uint time);
     /// Which of them are of no item.

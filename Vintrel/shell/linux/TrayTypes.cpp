@@ -16,6 +16,8 @@ Picture Picture::from(const QImage& image) {
     return picture;
 }
 
+// NOLINTBEGIN(bugprone-return-const-ref-from-parameter): the form that the library asks for
+
 QDBusArgument& operator<<(QDBusArgument& argument, const Picture& picture) {
     argument.beginStructure();
     argument << picture.width << picture.height << picture.pixels;
@@ -98,6 +100,8 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, MenuEvent& event)
     argument.endStructure();
     return argument;
 }
+
+// NOLINTEND(bugprone-return-const-ref-from-parameter)
 
 void registerTypes() {
     qDBusRegisterMetaType<Picture>();
