@@ -91,7 +91,19 @@ int run(int& argc, char** argv, const Interrupt& interrupt, const Vintrel::Start
     }
     const auto fileBrowser = Vintrel::Desktop::makeFileBrowser();
     const auto loginItem = Vintrel::Desktop::makeLoginItem();
-    Vintrel::AppDelegate delegate({*notifications, *fileBrowser, *loginItem});
+    Vintrel::AppDelegate delegate(
+        {.notifications = *notifications,
+         .fileBrowser = *fileBrowser,
+         .loginItem = *loginItem,
+         .appearance = *appearance,
+         .makeStatusItem = [&appearance] { return Vintrel::Desktop::makeStatusItem(*appearance); }});
+    delegate.applicationDidFinishLaunching();
+    // The program ends with the window that was asked for, unless it can be opened again from a tray.
+    const Vintrel::StatusItem& statusItem = delegate.statusItem();
+    const bool isToShow = request.isToShow;
+    QObject::connect(&statusItem, &Vintrel::StatusItem::shownChanged, &application, [&statusItem, isToShow] {
+        QApplication::setQuitOnLastWindowClosed(isToShow && !statusItem.isShown());
+    });
     requests.serve(delegate);
     requests.carryOut(request, *instance);
     const int status = QApplication::exec();

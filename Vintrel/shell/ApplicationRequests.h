@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include <QString>
+
 namespace Vintrel {
 
 /// What the running program does when somebody outside asks: a second start, a link, the desktop.
@@ -16,8 +18,9 @@ public:
     ApplicationRequests& operator=(const ApplicationRequests&) = delete;
     virtual ~ApplicationRequests() = default;
 
-    /// Opens the popover, or brings it to the front.
-    virtual void activate() = 0;
+    /// Opens the popover, or brings it to the front. `activationToken` came with what the user did; it may be
+    /// empty.
+    virtual void activate(const QString& activationToken) = 0;
 
     /// Carries links out, in order; those that ask for nothing known are ignored.
     virtual void open(const std::vector<std::string>& urls) = 0;

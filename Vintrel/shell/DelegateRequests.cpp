@@ -11,7 +11,7 @@ void DelegateRequests::serve(AppDelegate& delegate) {
 
 void DelegateRequests::carryOut(const StartRequest& request, ApplicationInstance& instance) {
     if (request.isToShow) {
-        activate();
+        activate({});
     }
     open(request.urls);
     if (!request.action.empty()) {
@@ -19,9 +19,9 @@ void DelegateRequests::carryOut(const StartRequest& request, ApplicationInstance
     }
 }
 
-void DelegateRequests::activate() {
+void DelegateRequests::activate(const QString& activationToken) {
     if (AppDelegate* const delegate = m_delegate.data()) {
-        delegate->showPopover();
+        delegate->showPopover(activationToken);
     }
 }
 

@@ -23,7 +23,7 @@ public:
     /// What this start of the program asks for itself. `instance` carries out actions.
     void carryOut(const StartRequest& request, ApplicationInstance& instance);
 
-    void activate() override;
+    void activate(const QString& activationToken) override;
     void open(const std::vector<std::string>& urls) override;
     void perform(const AppShortcut& shortcut, const OnDialog& onDialog) override;
     void tell(const std::string& title, const std::string& text) override;

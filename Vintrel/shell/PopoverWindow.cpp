@@ -1,15 +1,21 @@
 #include "Vintrel/shell/PopoverWindow.h"
 
+#include "Vintrel/shell/Desktop.h"
 #include "Vintrel/views/MenuBarView.h"
 #include "Vintrel/views/parts/AccessibleRole.h"
 #include "Vintrel/views/parts/Theme.h"
 
 #include <algorithm>
 
+#include <QApplication>
 #include <QEvent>
 #include <QFontMetrics>
+#include <QPainter>
+#include <QPainterPath>
 #include <QScreen>
+#include <QTimer>
 #include <QVBoxLayout>
+#include <QWindow>
 
 namespace Vintrel {
 
@@ -18,6 +24,28 @@ namespace {
 constexpr int least = 240;
 constexpr int most = 640;
 constexpr int usualWidth = 400;
+
+constexpr int hairline = 1;
+constexpr double radius = 10;
+
+/// The pixels of a rounded rectangle.
+QRegion roundedRegion(const QRect& rect) {
+    QPainterPath path;
+    path.addRoundedRect(rect, radius, radius);
+    return QRegion(path.toFillPolygon().toPolygon());
+}
+
+/// Whether the keyboard is in this window, or in a menu or dialog of it.
+bool hasFocusWithin(const QWidget& window) {
+    if (QApplication::activePopupWidget() != nullptr || QApplication::activeModalWidget() != nullptr) {
+        return true;
+    }
+    const QWidget* active = QApplication::activeWindow();
+    while (active != nullptr && active != &window) {
+        active = active->parentWidget();
+    }
+    return active != nullptr;
+}
 
 } // namespace
 
@@ -29,24 +57,91 @@ PopoverWindow::PopoverWindow(MenuBarView* content) : m_content(content) {
     layout->setSizeConstraint(QLayout::SetNoConstraint); // the content may be taller than the window
     layout->addWidget(content);
     connect(content, &MenuBarView::closeRequested, this, &QWidget::close);
+    connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, &PopoverWindow::noteFocus);
     fit();
 }
 
-void PopoverWindow::present() {
-    fit();
-    show();
-    raise();
-    activateWindow();
+void PopoverWindow::present(const QString& activationToken) {
+    if (!isVisible()) {
+        setStyle(Style::window);
+        fit();
+        show();
+    }
+    Desktop::activate(*this, activationToken);
+}
+
+void PopoverWindow::presentBeside(const PopoverPlacement::Clues& icon, const QString& activationToken) {
+    if (!isVisible()) {
+        setStyle(Desktop::isCompositing() ? Style::rounded : Style::square);
+        m_anchor = PopoverPlacement::anchor(icon);
+        m_hadFocus = false;
+        fit();
+        show();
+    }
+    Desktop::activate(*this, activationToken);
+}
+
+bool PopoverWindow::takeDismissal() {
+    // From the press of a button to its release.
+    constexpr qint64 longestClick = 500; // milliseconds
+    const bool wasJustDismissed = m_sinceDismissal.isValid() && m_sinceDismissal.elapsed() < longestClick;
+    m_sinceDismissal.invalidate();
+    return wasJustDismissed;
+}
+
+/// Only while it is hidden.
+void PopoverWindow::setStyle(Style style) {
+    if (m_style == style) {
+        return;
+    }
+    m_style = style;
+    destroy(); // a window system does not let a window become one of another kind
+    const bool isWindow = style == Style::window;
+    setWindowFlags(isWindow ? Qt::Window : Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
+    setAttribute(Qt::WA_TranslucentBackground, style == Style::rounded);
+    const int border = isWindow ? 0 : hairline;
+    layout()->setContentsMargins(border, border, border, border);
 }
 
 void PopoverWindow::fit() {
     const QSize screen = this->screen()->availableSize();
+    const int border = m_style == Style::window ? 0 : 2 * hairline;
     const int byFont = QFontMetrics(textFont(TextSize::body)).averageCharWidth() * 56;
-    const int width = std::min(std::max(usualWidth, byFont), screen.width());
-    const int wanted =
-        m_content->hasHeightForWidth() ? m_content->heightForWidth(width) : m_content->sizeHint().height();
-    setFixedSize(width,
-                 std::clamp(wanted, std::min(least, screen.height()), std::min(most, screen.height())));
+    const int width = std::min(std::max(usualWidth, byFont) + border, screen.width());
+    const int wanted = m_content->hasHeightForWidth() ? m_content->heightForWidth(width - border)
+                                                      : m_content->sizeHint().height();
+    setFixedSize(width, std::clamp(wanted + border, std::min(least, screen.height()),
+                                   std::min(most, screen.height())));
+    if (m_style != Style::window) {
+        moveBesideIcon();
+    }
+}
+
+void PopoverWindow::moveBesideIcon() {
+    const QScreen* screen = QGuiApplication::screenAt(m_anchor.center());
+    if (screen == nullptr) {
+        screen = QGuiApplication::primaryScreen();
+    }
+    move(PopoverPlacement::place(size(), m_anchor, screen->geometry(), screen->availableGeometry()));
+}
+
+void PopoverWindow::noteFocus() {
+    if (m_style != Style::window && isVisible()) {
+        // Where the keyboard goes is known only when it has arrived.
+        QTimer::singleShot(0, this, &PopoverWindow::dismissIfLeft);
+    }
+}
+
+void PopoverWindow::dismissIfLeft() {
+    if (m_style == Style::window || !isVisible()) {
+        return;
+    }
+    if (hasFocusWithin(*this)) {
+        m_hadFocus = true;
+    } else if (m_hadFocus) { // some window managers do not give it the keyboard at first
+        m_sinceDismissal.start();
+        close();
+    }
 }
 
 bool PopoverWindow::event(QEvent* event) {
@@ -55,6 +150,36 @@ bool PopoverWindow::event(QEvent* event) {
         fit();
     }
     return isHandled;
+}
+
+void PopoverWindow::hideEvent(QHideEvent* event) {
+    QWidget::hideEvent(event);
+    if (!event->spontaneous()) { // and not when it was only minimised
+        emit closed();
+    }
+}
+
+void PopoverWindow::paintEvent(QPaintEvent* /*event*/) {
+    if (m_style == Style::window) {
+        return;
+    }
+    const double inset = hairline / 2.0;
+    const QRectF outline = QRectF(rect()).adjusted(inset, inset, -inset, -inset);
+    const double corner = m_style == Style::rounded ? radius : 0;
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(Theme::current().hairline, hairline));
+    painter.setBrush(Theme::current().background);
+    painter.drawRoundedRect(outline, corner, corner);
+}
+
+void PopoverWindow::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    if (m_style == Style::rounded) {
+        m_content->setMask(roundedRegion({QPoint(), size() - QSize(2 * hairline, 2 * hairline)}));
+    } else {
+        m_content->clearMask();
+    }
 }
 
 } // namespace Vintrel

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "Vintrel/shell/PopoverPlacement.h"
+
+#include <QElapsedTimer>
 #include <QWidget>
 
 namespace Vintrel {
@@ -7,6 +10,9 @@ namespace Vintrel {
 class MenuBarView;
 
 /// The window around the popover's content: of one width, and as tall as the content as long as that fits.
+///
+/// Beside the icon it has no frame, keeps its place there as it grows, and goes when the user turns to
+/// another window. Otherwise it is a window like any other.
 class PopoverWindow : public QWidget {
     Q_OBJECT
 
@@ -14,16 +20,44 @@ public:
     /// Takes the content over.
     explicit PopoverWindow(MenuBarView* content);
 
-    /// Shows it and brings it to the front.
-    void present();
+    /// Shows it as a window and brings it to the front. One that is shown already stays where it is.
+    void present(const QString& activationToken = {});
+
+    /// The same beside the icon, as far as it is known where that is.
+    void presentBeside(const PopoverPlacement::Clues& icon, const QString& activationToken = {});
+
+    /// Whether it has just gone because the user turned to another window: a press on the icon makes it go,
+    /// and the click that follows must not bring it back. Answers yes once.
+    [[nodiscard]] bool takeDismissal();
+
+signals:
+    /// It is not to be seen any more.
+    void closed();
 
 protected:
     bool event(QEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
+    enum class Style {
+        window,
+        square,  ///< without a frame
+        rounded, ///< the same where a compositor runs
+    };
+
+    void setStyle(Style style);
     void fit();
+    void moveBesideIcon();
+    void noteFocus();
+    void dismissIfLeft();
 
     MenuBarView* m_content;
+    Style m_style = Style::window;
+    QRect m_anchor; ///< what it stands beside
+    bool m_hadFocus = false;
+    QElapsedTimer m_sinceDismissal; // invalid when it went otherwise
 };
 
 } // namespace Vintrel

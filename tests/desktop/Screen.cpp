@@ -44,8 +44,8 @@ Screen::~Screen() {
     m_server->wait();
 }
 
-void Screen::click(int x, int y) const {
-    simulate({"mousemove", "--sync", std::to_string(x), std::to_string(y), "click", "1"});
+void Screen::click(int x, int y, int button) const {
+    simulate({"mousemove", std::to_string(x), std::to_string(y), "click", std::to_string(button)});
 }
 
 void Screen::press(const std::string& keys) const {

@@ -21,8 +21,8 @@ public:
     /// What DISPLAY has to be for a program on it.
     [[nodiscard]] const std::string& display() const { return m_display; }
 
-    /// Presses and releases the first button of the mouse there.
-    void click(int x, int y) const;
+    /// Presses and releases a button of the mouse there.
+    void click(int x, int y, int button = 1) const;
 
     /// Presses a key, or several at once, and releases them: "Tab", "ctrl+f".
     void press(const std::string& keys) const;

@@ -1,7 +1,6 @@
 #include "Vintrel/shell/linux/ActivationToken.h"
 
 #include "Vintrel/engine/Background.h"
-#include "Vintrel/shell/linux/SessionNames.h"
 
 #include <QGuiApplication>
 
@@ -21,9 +20,6 @@ ActivationToken::ActivationToken(const QString& token) {
         m_isSet = qputenv(variable, token.toUtf8());
     }
 }
-
-ActivationToken::ActivationToken(const QVariantMap& platformData)
-    : ActivationToken(platformData.value(SessionNames::activationToken).toString()) {}
 
 ActivationToken::~ActivationToken() {
     if (m_isSet && !Background::shared().isBusy()) {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QString>
-#include <QVariantMap>
 
 namespace Vintrel {
 
@@ -10,8 +9,6 @@ namespace Vintrel {
 class ActivationToken {
 public:
     explicit ActivationToken(const QString& token);
-    /// From what came with a call of org.freedesktop.Application.
-    explicit ActivationToken(const QVariantMap& platformData);
     ActivationToken(const ActivationToken&) = delete;
     ActivationToken& operator=(const ActivationToken&) = delete;
     ~ActivationToken();

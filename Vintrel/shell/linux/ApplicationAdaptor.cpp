@@ -2,8 +2,8 @@
 
 #include "Vintrel/shell/ApplicationInstance.h"
 #include "Vintrel/shell/ApplicationRequests.h"
-#include "Vintrel/shell/linux/ActivationToken.h"
 #include "Vintrel/shell/linux/Refusal.h"
+#include "Vintrel/shell/linux/SessionNames.h"
 
 #include <algorithm>
 #include <utility>
@@ -15,8 +15,7 @@ ApplicationAdaptor::ApplicationAdaptor(QObject* object, QDBusConnection bus, App
     : QDBusAbstractAdaptor(object), m_bus(std::move(bus)), m_requests(requests), m_instance(instance) {}
 
 void ApplicationAdaptor::Activate(const QVariantMap& platformData) {
-    const ActivationToken token(platformData);
-    m_requests.activate();
+    m_requests.activate(platformData.value(SessionNames::activationToken).toString());
 }
 
 void ApplicationAdaptor::Open(const QStringList& uris, const QVariantMap&) {

@@ -47,7 +47,7 @@ void SearchProviderAdaptor::ActivateResult(const QString& identifier, const QStr
 }
 
 void SearchProviderAdaptor::LaunchSearch(const QStringList&, uint) {
-    m_requests.activate();
+    m_requests.activate({});
 }
 
 } // namespace Vintrel

@@ -28,6 +28,20 @@ bool exists(const QString& name) {
     return QFile::exists(fileOf(name));
 }
 
+QImage image(const QString& name, const QColor& color, int pixels) {
+    QSvgRenderer renderer(fileOf(name));
+    if (!renderer.isValid()) {
+        return {};
+    }
+    QImage drawing(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
+    drawing.fill(Qt::transparent);
+    QPainter painter(&drawing);
+    renderer.render(&painter, QRectF(0, 0, pixels, pixels));
+    painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
+    painter.fillRect(drawing.rect(), color);
+    return drawing;
+}
+
 QPixmap pixmap(const QString& name, const QColor& color, int size, double pixelRatio) {
     const QString key =
         QStringLiteral("symbol/%1/%2/%3/%4").arg(name, color.name(QColor::HexArgb)).arg(size).arg(pixelRatio);
@@ -35,19 +49,11 @@ QPixmap pixmap(const QString& name, const QColor& color, int size, double pixelR
     if (QPixmapCache::find(key, &pixmap)) {
         return pixmap;
     }
-    QSvgRenderer renderer(fileOf(name));
-    if (!renderer.isValid()) {
+    const QImage drawing = image(name, color, static_cast<int>(std::lround(size * pixelRatio)));
+    if (drawing.isNull()) {
         return {};
     }
-    const int pixels = static_cast<int>(std::lround(size * pixelRatio));
-    pixmap = QPixmap(pixels, pixels);
-    pixmap.fill(Qt::transparent);
-    {
-        QPainter painter(&pixmap);
-        renderer.render(&painter, QRectF(0, 0, pixels, pixels));
-        painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
-        painter.fillRect(pixmap.rect(), color);
-    }
+    pixmap = QPixmap::fromImage(drawing);
     pixmap.setDevicePixelRatio(pixelRatio);
     QPixmapCache::insert(key, pixmap);
     return pixmap;

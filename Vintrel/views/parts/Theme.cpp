@@ -113,6 +113,20 @@ const Theme& Theme::current() {
     return *theme;
 }
 
+PanelColors PanelColors::on(PanelScheme scheme) {
+    PanelColors colors{.glyph = QColor(0x75, 0x75, 0x75), // 4.5 to 1 on black as well as on white
+                       .safe = QColor(0xd9, 0x2d, 0x20),
+                       .onSafe = Qt::white,
+                       .review = QColor(0xf5, 0xb8, 0x2e),
+                       .onReview = QColor(0x1d, 0x1f, 0x23)};
+    if (scheme == PanelScheme::light) {
+        colors.glyph = QColor(0x1d, 0x1f, 0x23);
+    } else if (scheme == PanelScheme::dark) {
+        colors.glyph = QColor(0xf4, 0xf5, 0xf7);
+    }
+    return colors;
+}
+
 QFont textFont(TextSize size, TextWeight weight) {
     QFont font = sized(QGuiApplication::font(), size);
     if (weight == TextWeight::bold) {

@@ -34,6 +34,20 @@ struct Theme {
     [[nodiscard]] static double contrast(const QColor& one, const QColor& other);
 };
 
+/// What the desktop's panel looks like, as far as one can know.
+enum class PanelScheme { unknown, light, dark };
+
+/// The colours of the status icon, which stands on the panel and not in one of our windows.
+struct PanelColors {
+    QColor glyph; ///< as black or white as the panel is not; on an unknown one a grey that both let see
+    QColor safe;
+    QColor onSafe;
+    QColor review;
+    QColor onReview;
+
+    [[nodiscard]] static PanelColors on(PanelScheme scheme);
+};
+
 /// How large a text is, from the desktop's font.
 enum class TextSize { title, body, caption, small };
 

@@ -66,9 +66,10 @@ TEST_F(ApplicationServiceTest, withoutABusRunsOnItsOwn) {
 TEST_F(ApplicationServiceTest, isActivated) {
     ASSERT_EQ(service.claim(), Claim::granted);
     const QDBusMessage reply =
-        launcher.call("Activate", {QVariantMap{{"desktop-startup-id", "a_TIME1"}, {"other", 7}}});
+        launcher.call("Activate", {QVariantMap{{"activation-token", "leave"}, {"other", 7}}});
     EXPECT_EQ(reply.type(), QDBusMessage::ReplyMessage) << reply.errorMessage().toStdString();
     EXPECT_EQ(requests.asked, Asked{"activate"});
+    EXPECT_EQ(requests.token, "leave");
 }
 
 TEST_F(ApplicationServiceTest, opensAddressesInTheirOrder) {

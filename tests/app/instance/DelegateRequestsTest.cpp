@@ -1,15 +1,9 @@
 // What the program does when somebody outside asks.
 #include "Vintrel/shell/DelegateRequests.h"
 
-#include "Vintrel/shell/AppDelegate.h"
-#include "Vintrel/shell/FileBrowser.h"
-#include "Vintrel/shell/LoginItem.h"
-#include "Vintrel/shell/PopoverWindow.h"
-#include "tests/app/support/AppTest.h"
-#include "tests/app/support/PreparedSources.h"
+#include "tests/app/shell/ShellTest.h"
 
 #include <chrono>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -21,24 +15,8 @@ namespace Vintrel {
 
 using VintrelTests::reviewItem;
 using VintrelTests::safeItem;
-using VintrelTests::spinFor;
-using VintrelTests::spinUntil;
 
 namespace {
-
-class NoFileBrowser : public FileBrowser {
-public:
-    [[nodiscard]] QString revealLabel() const override { return {}; }
-
-    void reveal(const std::string&) override {}
-};
-
-class NoLoginItem : public LoginItem {
-public:
-    [[nodiscard]] bool isEnabled() const override { return false; }
-
-    bool setEnabled(bool) override { return false; }
-};
 
 class NotedInstance : public ApplicationInstance {
 public:
@@ -52,14 +30,11 @@ public:
     }
 };
 
-class DelegateRequestsTest : public VintrelTests::AppTest {
-public:
-    DelegateRequestsTest() : AppTest(Face::widgets) {}
-
+class DelegateRequestsTest : public ShellTest {
+protected:
     /// From now on there is a delegate.
     AppDelegate& serve() {
-        delegate = std::make_unique<AppDelegate>(AppDelegate::Services{notifications, fileBrowser, loginItem},
-                                                 world.sources());
+        launch();
         requests.serve(*delegate);
         return *delegate;
     }
@@ -74,13 +49,8 @@ public:
         return titles;
     }
 
-    VintrelTests::PreparedSources world;
-    VintrelTests::RecordingNotifications notifications;
-    NoFileBrowser fileBrowser;
-    NoLoginItem loginItem;
     NotedInstance instance;
     DelegateRequests requests{notifications};
-    std::unique_ptr<AppDelegate> delegate;
 };
 
 using Titles = std::vector<std::string>;
@@ -90,7 +60,7 @@ using Titles = std::vector<std::string>;
 TEST_F(DelegateRequestsTest, openThePopover) {
     serve();
     EXPECT_FALSE(delegate->popover().isVisible());
-    requests.activate();
+    requests.activate({});
     EXPECT_TRUE(delegate->popover().isVisible());
 }
 
@@ -165,7 +135,7 @@ TEST_F(DelegateRequestsTest, stayInTheBackgroundWhenTheStartAsksForNothing) {
 
 TEST_F(DelegateRequestsTest, areWithoutEffectWhenThereIsNoDelegate) {
     const auto askForAll = [this] {
-        requests.activate();
+        requests.activate({});
         requests.open({"vintrel://clean"});
         requests.performAndTell(*VintrelShortcuts::find("scan-now"));
     };

@@ -16,9 +16,13 @@ public:
     explicit RecordingRequests(Vintrel::ScanEngine* engine = nullptr) : m_engine(engine) {}
 
     std::vector<std::string> asked; ///< in order, with what came along
+    QString token; ///< that came with the last activation
     std::vector<std::pair<std::string, std::string>> told;
 
-    void activate() override { asked.emplace_back("activate"); }
+    void activate(const QString& activationToken) override {
+        asked.emplace_back("activate");
+        token = activationToken;
+    }
 
     void open(const std::vector<std::string>& urls) override {
         asked.emplace_back("open");

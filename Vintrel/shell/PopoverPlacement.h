@@ -1,0 +1,35 @@
+#pragma once
+
+#include <optional>
+
+#include <QPoint>
+#include <QRect>
+#include <QSize>
+
+/// Where the popover stands. Arithmetic over plain values, all in device-independent pixels.
+namespace Vintrel::PopoverPlacement {
+
+/// Room between the popover and the panel, and the edges of the screen.
+inline constexpr int margin = 6;
+
+/// The upper left corner of a window of that size, beside what it belongs to: below a panel at the top of the
+/// screen, above one at the bottom, beside one at a side; in the middle of the anchor as far as it then stays
+/// inside the work area. `workArea` may be the whole screen where the desktop does not say more. One that is
+/// larger than the work area begins in its corner.
+[[nodiscard]] QPoint place(const QSize& size, const QRect& anchor, const QRect& screen,
+                           const QRect& workArea);
+
+/// What is known about where the user clicked.
+struct Clues {
+    std::optional<QPoint> click; ///< as the tray told it
+    std::optional<QRect> icon;
+    QPoint cursor;
+    double scale = 1; ///< pixels of the screen in a device-independent one
+};
+
+/// Around what the popover is placed: the click, else the icon, else the cursor. A click that was told in the
+/// pixels of a scaled screen, as some trays do, is known by the cursor, which is nearer to what it then
+/// means.
+[[nodiscard]] QRect anchor(const Clues& clues);
+
+} // namespace Vintrel::PopoverPlacement

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "Vintrel/shell/PaintedStatusItem.h"
+
+#include <memory>
+
+#include <QMenu>
+#include <QSystemTrayIcon>
+
+namespace Vintrel {
+
+/// The status item in the way of the toolkit: for trays of X11 that know no other, and for other systems. It
+/// appears as soon as there is such a tray.
+class TrayIconItem : public PaintedStatusItem {
+    Q_OBJECT
+
+public:
+    explicit TrayIconItem(const Appearance& appearance, QObject* parent = nullptr);
+    ~TrayIconItem() override;
+
+    [[nodiscard]] std::optional<QRect> geometry() const override;
+    [[nodiscard]] bool isShown() const override;
+
+protected:
+    void display(const QList<QImage>& pictures, const StatusIcon::Look& look) override;
+
+private:
+    std::unique_ptr<QMenu> m_menu;
+    QSystemTrayIcon m_icon;
+};
+
+} // namespace Vintrel

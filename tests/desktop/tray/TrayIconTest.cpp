@@ -1,0 +1,110 @@
+// The icon in real panels: it appears, opens the popover and quits.
+#include "tests/desktop/tray/Pixels.h"
+#include "tests/desktop/tray/TrayTest.h"
+
+#include <gtest/gtest.h>
+
+using namespace VintrelTests;
+
+namespace {
+
+using TrayIcon = TrayTest;
+
+std::string nameOf(const testing::TestParamInfo<PanelKind>& info) {
+    switch (info.param) {
+    case PanelKind::xfce:
+        return "xfce";
+    case PanelKind::lxqt:
+        return "lxqt";
+    case PanelKind::trayer:
+        break;
+    }
+    return "trayer";
+}
+
+/// Whether the window stands right above or below the icon.
+bool isBeside(const QRect& window, const QRect& icon) {
+    const bool isBelow = window.top() > icon.bottom() && window.top() - icon.bottom() < 40;
+    const bool isAbove = window.bottom() < icon.top() && icon.top() - window.bottom() < 40;
+    return (isBelow || isAbove) && window.left() < icon.center().x() &&
+           icon.center().x() < window.right() + 40;
+}
+
+} // namespace
+
+TEST_P(TrayIcon, aClickOpensThePopoverBesideItAndTheNextClosesIt) {
+    panel().start();
+    start();
+    const auto badge = awaitBadge();
+    ASSERT_TRUE(badge);
+    click(*badge);
+    const auto opened = awaitPopover();
+    ASSERT_TRUE(opened);
+    EXPECT_TRUE(isBeside(*opened, *badge))
+        << opened->x() << " " << opened->y() << " " << opened->width() << " " << opened->height()
+        << ", icon at " << badge->x() << " " << badge->y();
+    EXPECT_TRUE(QRect(0, 0, 1'000, 1'000).contains(*opened));
+
+    click(*badge);
+    EXPECT_TRUE(awaitNoPopover());
+    spinFor(std::chrono::milliseconds(700));
+    EXPECT_TRUE(awaitNoPopover()) << "the click must not bring it back";
+    click(*badge);
+    EXPECT_TRUE(awaitPopover());
+    screen().press("Escape");
+    EXPECT_TRUE(awaitNoPopover());
+    EXPECT_TRUE(isProgramRunning());
+}
+
+TEST_P(TrayIcon, aClickElsewhereClosesThePopover) {
+    panel().start();
+    start();
+    const auto badge = awaitBadge();
+    ASSERT_TRUE(badge);
+    const OtherWindow other(screen().display(), {100, 500, 200, 100});
+    click(*badge);
+    ASSERT_TRUE(awaitPopover());
+    screen().click(200, 550);
+    EXPECT_TRUE(awaitNoPopover());
+}
+
+TEST_P(TrayIcon, appearsInAPanelThatStartsLater) {
+    start();
+    spinFor(std::chrono::seconds(1));
+    EXPECT_TRUE(isProgramRunning());
+    panel().start();
+    EXPECT_TRUE(awaitBadge());
+}
+
+TEST_P(TrayIcon, appearsAgainInAPanelThatCrashed) {
+    panel().start();
+    start();
+    ASSERT_TRUE(awaitBadge());
+    for (int round = 0; round < 2; ++round) {
+        panel().crash();
+        EXPECT_TRUE(awaitNoBadge());
+        panel().start();
+        const auto badge = awaitBadge();
+        ASSERT_TRUE(badge);
+        click(*badge);
+        EXPECT_TRUE(awaitPopover());
+        click(*badge);
+        EXPECT_TRUE(awaitNoPopover());
+    }
+}
+
+TEST_P(TrayIcon, itsMenuQuits) {
+    panel().start();
+    start();
+    const auto badge = awaitBadge();
+    ASSERT_TRUE(badge);
+    click(*badge, 3);
+    spinFor(std::chrono::milliseconds(700)); // until the panel has read the menu and shows it
+    EXPECT_TRUE(isProgramRunning());
+    screen().press("Down");
+    screen().press("Return");
+    EXPECT_EQ(exitStatus(), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(In, TrayIcon, testing::Values(PanelKind::xfce, PanelKind::lxqt, PanelKind::trayer),
+                         nameOf);

@@ -1,0 +1,106 @@
+#include "tests/desktop/tray/TrayTest.h"
+
+#include "Vintrel/views/parts/Theme.h"
+#include "tests/desktop/tray/Pixels.h"
+
+#include <chrono>
+#include <filesystem>
+#include <sstream>
+
+namespace VintrelTests {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::chrono::seconds patience{30};
+
+} // namespace
+
+TrayTest::TrayTest() {
+    settings().write("[General]\nelapsedThreshold=0.000001\nscanInterval=2\n");
+    m_panel.emplace(GetParam(), m_bus, m_environment);
+    const fs::path project = home() / "shop";
+    fs::create_directories(project / ".git");
+    m_stray = std::make_unique<Stray>(StrayOptions{.argv = {"vitest", "--watch"}, .cwd = project});
+    letStraysAge();
+}
+
+std::map<std::string, std::string> TrayTest::makeEnvironment() const {
+    const fs::path runtime = m_folder.makeFolder("run");
+    fs::permissions(runtime, fs::perms::owner_all);
+    return {{"DBUS_SESSION_BUS_ADDRESS", m_bus.address()},
+            {"DISPLAY", m_screen.display()},
+            {"DOCKER_HOST", "unix://" + (m_folder.path() / "none").string()},
+            {"GSETTINGS_BACKEND", "memory"},
+            {"LC_ALL", "C.UTF-8"},
+            {"NO_AT_BRIDGE", "1"},
+            {"QT_QPA_PLATFORM", "xcb"},
+            {"XDG_CACHE_HOME", m_folder.makeFolder("cache").string()},
+            {"XDG_RUNTIME_DIR", runtime.string()}};
+}
+
+void TrayTest::start() {
+    m_program.emplace(ProcessOptions{
+        .argv = {VINTREL_APP}, .environment = m_environment, .output = m_folder.path() / "program.log"});
+}
+
+std::optional<QRect> TrayTest::badge() const {
+    return findColor(m_screen.display(), Vintrel::PanelColors::on({}).safe);
+}
+
+std::optional<QRect> TrayTest::awaitBadge() const {
+    // Panels make room for new icons step by step.
+    std::optional<QRect> before;
+    std::optional<QRect> now;
+    const bool rests = eventually(
+        [&] {
+            before = std::exchange(now, badge());
+            return now && before == now;
+        },
+        patience);
+    return rests ? now : std::nullopt;
+}
+
+bool TrayTest::awaitNoBadge() const {
+    return eventually([this] { return !badge(); }, patience);
+}
+
+std::optional<QRect> TrayTest::popover() const {
+    Process search({.argv = {"xdotool", "search", "--onlyvisible", "--name", "^Vintrel$", "getwindowgeometry",
+                             "--shell"},
+                    .environment = m_environment});
+    std::istringstream lines(search.readAll());
+    std::map<std::string, int> values;
+    for (std::string line; std::getline(lines, line);) {
+        const size_t equals = line.find('=');
+        if (equals != std::string::npos) {
+            values[line.substr(0, equals)] = std::stoi(line.substr(equals + 1));
+        }
+    }
+    if (search.wait() != 0 || values["WIDTH"] < 100) { // a tray of X11 has the icon in a window of that name
+        return std::nullopt;
+    }
+    return QRect(values["X"], values["Y"], values["WIDTH"], values["HEIGHT"]);
+}
+
+std::optional<QRect> TrayTest::awaitPopover() const {
+    std::optional<QRect> found;
+    eventually([&] { return (found = popover()).has_value(); }, patience);
+    return found;
+}
+
+bool TrayTest::awaitNoPopover() const {
+    return eventually([this] { return !popover(); }, patience);
+}
+
+void TrayTest::click(const QRect& badge, int button) const {
+    m_screen.click(badge.center().x(), badge.center().y(), button);
+}
+
+std::optional<int> TrayTest::exitStatus() {
+    const bool hasEnded = eventually([this] { return !isRunning(m_program->pid()); }, patience);
+    return hasEnded ? std::optional(m_program->wait()) : std::nullopt;
+}
+
+} // namespace VintrelTests

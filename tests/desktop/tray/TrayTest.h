@@ -1,0 +1,65 @@
+#pragma once
+
+#include "tests/app/support/AppTest.h"
+#include "tests/app/support/SessionBus.h"
+#include "tests/desktop/Screen.h"
+#include "tests/desktop/tray/Panel.h"
+#include "tests/support/Process.h"
+#include "tests/support/ScopedEnvironment.h"
+#include "tests/support/Stray.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <QRect>
+
+namespace VintrelTests {
+
+/// A test of the program in the tray of a real panel, with real clicks. There is one stray, so that the icon
+/// has a badge, by which it is found on the screen.
+class TrayTest : public AppTest, public testing::WithParamInterface<PanelKind> {
+public:
+    TrayTest();
+
+    [[nodiscard]] Panel& panel() { return *m_panel; }
+
+    [[nodiscard]] const Screen& screen() const { return m_screen; }
+
+    /// Starts the program as at login.
+    void start();
+
+    /// Where the icon's badge is, as soon as it is there and stays. Absent when it does not come.
+    [[nodiscard]] std::optional<QRect> awaitBadge() const;
+    [[nodiscard]] bool awaitNoBadge() const;
+
+    /// Where the popover is, as soon as it is there. Absent when it does not come.
+    [[nodiscard]] std::optional<QRect> awaitPopover() const;
+    [[nodiscard]] bool awaitNoPopover() const;
+
+    void click(const QRect& badge, int button = 1) const;
+
+    /// Waits until the program has ended: its exit status. Absent when it does not end.
+    [[nodiscard]] std::optional<int> exitStatus();
+
+    [[nodiscard]] bool isProgramRunning() const { return isRunning(m_program->pid()); }
+
+private:
+    [[nodiscard]] std::map<std::string, std::string> makeEnvironment() const;
+    [[nodiscard]] std::optional<QRect> badge() const;
+    [[nodiscard]] std::optional<QRect> popover() const;
+
+    ScopedEnvironment m_noWayland{"WAYLAND_DISPLAY", std::nullopt};
+    ScopedEnvironment m_noDesktopName{"XDG_CURRENT_DESKTOP", std::nullopt};
+    TemporaryFolder m_folder;
+    SessionBus m_bus;
+    Screen m_screen;
+    std::map<std::string, std::string> m_environment = makeEnvironment();
+    std::optional<Panel> m_panel;
+    std::unique_ptr<Stray> m_stray;
+    std::optional<Process> m_program;
+};
+
+} // namespace VintrelTests
