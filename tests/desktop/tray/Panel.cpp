@@ -44,6 +44,11 @@ type=statusnotifier
 alignment=Right
 )";
 
+constexpr const char* waybarSettings =
+    R"({"position": "top", "height": 30, "modules-right": ["tray"], "tray": {"icon-size": 22}})";
+
+constexpr const char* waybarStyle = "* { margin: 0 4px; }";
+
 } // namespace
 
 Panel::Panel(PanelKind kind, SessionBus& bus, std::map<std::string, std::string> environment)
@@ -59,6 +64,10 @@ Panel::Panel(PanelKind kind, SessionBus& bus, std::map<std::string, std::string>
         bus.startOnDemand("org.xfce.Xfconf", command + " /usr/lib/x86_64-linux-gnu/xfce4/xfconf/xfconfd");
     } else if (kind == PanelKind::lxqt) {
         m_folder.write("config/lxqt/panel.conf", lxqtSettings);
+    } else if (kind == PanelKind::waybar) {
+        m_folder.write("config/waybar/config", waybarSettings);
+        m_folder.write("config/waybar/style.css", waybarStyle);
+        m_environment["GDK_BACKEND"] = "wayland";
     }
 }
 
@@ -68,6 +77,8 @@ std::vector<std::string> Panel::command() const {
         return {"xfce4-panel", "--disable-wm-check"};
     case PanelKind::lxqt:
         return {"lxqt-panel"};
+    case PanelKind::waybar:
+        return {"waybar"};
     case PanelKind::trayer:
         break;
     }

@@ -15,6 +15,7 @@ enum class PanelKind {
     xfce,   ///< xfce4-panel, at the top: knows items on the bus, and those of X11
     lxqt,   ///< lxqt-panel, at the bottom: items on the bus alone
     trayer, ///< trayer, at the bottom: those of X11 alone
+    waybar, ///< waybar, at the top, under Wayland: items on the bus alone
 };
 
 /// A real panel that may be started, ended and started again.

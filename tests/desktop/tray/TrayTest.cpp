@@ -19,6 +19,10 @@ constexpr std::chrono::seconds patience{30};
 
 TrayTest::TrayTest() {
     settings().write("[General]\nelapsedThreshold=0.000001\nscanInterval=2\n");
+    if (isWayland()) {
+        m_compositor.emplace(m_screen);
+    }
+    m_environment = makeEnvironment();
     m_panel.emplace(GetParam(), m_bus, m_environment);
     const fs::path project = home() / "shop";
     fs::create_directories(project / ".git");
@@ -29,15 +33,22 @@ TrayTest::TrayTest() {
 std::map<std::string, std::string> TrayTest::makeEnvironment() const {
     const fs::path runtime = m_folder.makeFolder("run");
     fs::permissions(runtime, fs::perms::owner_all);
-    return {{"DBUS_SESSION_BUS_ADDRESS", m_bus.address()},
-            {"DISPLAY", m_screen.display()},
-            {"DOCKER_HOST", "unix://" + (m_folder.path() / "none").string()},
-            {"GSETTINGS_BACKEND", "memory"},
-            {"LC_ALL", "C.UTF-8"},
-            {"NO_AT_BRIDGE", "1"},
-            {"QT_QPA_PLATFORM", "xcb"},
-            {"XDG_CACHE_HOME", m_folder.makeFolder("cache").string()},
-            {"XDG_RUNTIME_DIR", runtime.string()}};
+    std::map<std::string, std::string> environment{
+        {"DBUS_SESSION_BUS_ADDRESS", m_bus.address()},
+        {"DISPLAY", m_screen.display()},
+        {"DOCKER_HOST", "unix://" + (m_folder.path() / "none").string()},
+        {"GSETTINGS_BACKEND", "memory"},
+        {"LC_ALL", "C.UTF-8"},
+        {"NO_AT_BRIDGE", "1"},
+        {"QT_QPA_PLATFORM", "xcb"},
+        {"XDG_CACHE_HOME", m_folder.makeFolder("cache").string()},
+        {"XDG_RUNTIME_DIR", runtime.string()}};
+    if (m_compositor) {
+        environment["QT_QPA_PLATFORM"] = "wayland";
+        environment["WAYLAND_DISPLAY"] = m_compositor->display();
+        environment["XDG_CURRENT_DESKTOP"] = "sway";
+    }
+    return environment;
 }
 
 void TrayTest::start() {
@@ -66,7 +77,15 @@ bool TrayTest::awaitNoBadge() const {
     return eventually([this] { return !badge(); }, patience);
 }
 
+std::optional<Compositor::Window> TrayTest::compositorWindow() const {
+    return m_compositor->window("dev.vintrel.Vintrel");
+}
+
 std::optional<QRect> TrayTest::popover() const {
+    if (m_compositor) {
+        const auto window = compositorWindow();
+        return window ? std::optional(window->place) : std::nullopt;
+    }
     Process search({.argv = {"xdotool", "search", "--onlyvisible", "--name", "^Vintrel$", "getwindowgeometry",
                              "--shell"},
                     .environment = m_environment});

@@ -3,6 +3,7 @@
 #include "tests/app/support/AppTest.h"
 #include "tests/app/support/SessionBus.h"
 #include "tests/desktop/Screen.h"
+#include "tests/desktop/tray/Compositor.h"
 #include "tests/desktop/tray/Panel.h"
 #include "tests/support/Process.h"
 #include "tests/support/ScopedEnvironment.h"
@@ -24,6 +25,9 @@ class TrayTest : public AppTest, public testing::WithParamInterface<PanelKind> {
 public:
     TrayTest();
 
+    /// Whether windows are where the compositor wants them.
+    [[nodiscard]] static bool isWayland() { return GetParam() == PanelKind::waybar; }
+
     [[nodiscard]] Panel& panel() { return *m_panel; }
 
     [[nodiscard]] const Screen& screen() const { return m_screen; }
@@ -38,6 +42,9 @@ public:
     /// Where the popover is, as soon as it is there. Absent when it does not come.
     [[nodiscard]] std::optional<QRect> awaitPopover() const;
     [[nodiscard]] bool awaitNoPopover() const;
+
+    /// In the compositor there is one.
+    [[nodiscard]] std::optional<Compositor::Window> compositorWindow() const;
 
     void click(const QRect& badge, int button = 1) const;
 
@@ -56,7 +63,8 @@ private:
     TemporaryFolder m_folder;
     SessionBus m_bus;
     Screen m_screen;
-    std::map<std::string, std::string> m_environment = makeEnvironment();
+    std::optional<Compositor> m_compositor; // under Wayland
+    std::map<std::string, std::string> m_environment;
     std::optional<Panel> m_panel;
     std::unique_ptr<Stray> m_stray;
     std::optional<Process> m_program;
