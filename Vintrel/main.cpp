@@ -1,8 +1,8 @@
 #include "Vintrel/engine/Background.h"
-#include "Vintrel/shell/AppDelegate.h"
 #include "Vintrel/shell/DelegateRequests.h"
 #include "Vintrel/shell/Desktop.h"
 #include "Vintrel/shell/StartRequest.h"
+#include "Vintrel/shell/VintrelApp.h"
 #include "Vintrel/startup/Interrupt.h"
 #include "Vintrel/startup/ProcessState.h"
 #include "Vintrel/views/parts/AppPalette.h"
@@ -74,7 +74,6 @@ int run(int& argc, char** argv, const Interrupt& interrupt, const Vintrel::Start
     QApplication::setApplicationVersion(QStringLiteral(VINTREL_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("dev.vintrel.Vintrel"));
     QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
-    QApplication::setQuitOnLastWindowClosed(request.isToShow);
     // NOLINTNEXTLINE(misc-const-correctness): the event loop changes it
     QSocketNotifier onInterrupt(interrupt.descriptor(), QSocketNotifier::Read);
     QObject::connect(&onInterrupt, &QSocketNotifier::activated, &application, &QApplication::quit);
@@ -91,21 +90,15 @@ int run(int& argc, char** argv, const Interrupt& interrupt, const Vintrel::Start
     }
     const auto fileBrowser = Vintrel::Desktop::makeFileBrowser();
     const auto loginItem = Vintrel::Desktop::makeLoginItem();
-    Vintrel::AppDelegate delegate(
+    Vintrel::VintrelApp app(
         {.notifications = *notifications,
          .fileBrowser = *fileBrowser,
          .loginItem = *loginItem,
          .appearance = *appearance,
          .makeStatusItem = [&appearance] { return Vintrel::Desktop::makeStatusItem(*appearance); }});
-    delegate.applicationDidFinishLaunching();
-    // The program ends with the window that was asked for, unless it can be opened again from a tray.
-    const Vintrel::StatusItem& statusItem = delegate.statusItem();
-    const bool isToShow = request.isToShow;
-    QObject::connect(&statusItem, &Vintrel::StatusItem::shownChanged, &application, [&statusItem, isToShow] {
-        QApplication::setQuitOnLastWindowClosed(isToShow && !statusItem.isShown());
-    });
-    requests.serve(delegate);
+    requests.serve(app.appDelegate());
     requests.carryOut(request, *instance);
+    app.follow(request);
     const int status = QApplication::exec();
     instance.reset();                       // from now on another start is the one that runs
     Vintrel::Background::shared().finish(); // what was being ended is recorded as long as there is an engine

@@ -26,9 +26,8 @@
 namespace Vintrel {
 
 /// The application's one model: the candidates and all that is known about them, the user's settings, the
-/// scans, and what is ended. Views observe it and drive it.
-///
-/// It lives on the main thread. Slow work is done elsewhere and comes back; the engine may die meanwhile.
+/// scans, and what is ended. Views observe it and drive it. It lives on the main thread. Slow work is done
+/// elsewhere and comes back; the engine may die meanwhile.
 class ScanEngine : public QObject {
     Q_OBJECT
 
@@ -43,8 +42,8 @@ public:
     explicit ScanEngine(UserNotifications& notifications, ScanSources sources = {},
                         QObject* parent = nullptr);
 
-    // What was found. Empty before the first scan.
-    /// The candidates of the last scan, less what was dismissed since.
+    /// The candidates of the last scan, less what was dismissed since. Empty before it, as all that was
+    /// found.
     [[nodiscard]] const Items& items() const { return m_found.items; }
 
     [[nodiscard]] bool isScanning() const { return m_isScanning; }
@@ -71,6 +70,8 @@ public:
     [[nodiscard]] CleanLogStore& cleanLog() { return m_cleanLog; }
 
     [[nodiscard]] const PIDSet& dismissedPIDs() const { return m_dismissedPIDs; }
+
+    [[nodiscard]] bool hasScanned() const { return m_hasScanned; }
 
     /// The pids of the last completed scan; absent when the next one is to announce nothing.
     [[nodiscard]] const std::optional<PIDSet>& previousPIDs() const { return m_previousPIDs; }
@@ -184,7 +185,6 @@ private:
     ProtectedFolders m_protectedFolders;
     std::optional<std::string> m_settingsProblem;
     std::set<Preferences::Key> m_unsavedPreferences;
-
     CleanLogStore m_cleanLog;
     PIDSet m_dismissedPIDs;
     std::optional<PIDSet> m_previousPIDs;

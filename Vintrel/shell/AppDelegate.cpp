@@ -2,6 +2,7 @@
 
 #include "Vintrel/shell/Appearance.h"
 #include "Vintrel/shell/Desktop.h"
+#include "Vintrel/shell/PopoverPlacement.h"
 #include "Vintrel/shell/PopoverWindow.h"
 #include "Vintrel/shell/StatusIcon.h"
 #include "Vintrel/views/MenuBarView.h"
@@ -9,11 +10,10 @@
 #include "Vintrel/views/parts/AccessibleRole.h"
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 #include <QCoreApplication>
-#include <QCursor>
-#include <QGuiApplication>
 #include <QScreen>
 #include <QShortcut>
 #include <QVBoxLayout>
@@ -25,7 +25,12 @@ using VintrelCore::Bucket;
 AppDelegate::AppDelegate(Services services, ScanSources sources, ContainerSources containerSources)
     : m_services(std::move(services)),
       m_containerSources(std::move(containerSources)),
-      m_engine(m_services.notifications, std::move(sources)) {}
+      m_engine(m_services.notifications, std::move(sources)) {
+    constexpr std::chrono::seconds longestWait{1}; // trays answer within milliseconds, or hang
+    m_awaitingTray.setInterval(longestWait);
+    m_awaitingTray.setSingleShot(true);
+    connect(&m_awaitingTray, &QTimer::timeout, this, &AppDelegate::stopAwaitingTray);
+}
 
 AppDelegate::~AppDelegate() {
     disconnect(m_cancellable); // the engine goes after the status item
@@ -36,6 +41,7 @@ void AppDelegate::applicationDidFinishLaunching() {
     connect(m_statusItem.get(), &StatusItem::clicked, this, &AppDelegate::handleClick);
     connect(m_statusItem.get(), &StatusItem::openRequested, this, &AppDelegate::showPopover);
     connect(m_statusItem.get(), &StatusItem::quitRequested, this, &QCoreApplication::quit);
+    connect(m_statusItem.get(), &StatusItem::presenceChanged, this, &AppDelegate::followTray);
     m_popover = std::make_unique<PopoverWindow>(new MenuBarView(
         m_engine, m_services.fileBrowser, [this] { openSettings(); }, std::move(m_containerSources)));
     connect(m_popover.get(), &PopoverWindow::closed, this, &AppDelegate::popoverDidClose);
@@ -45,38 +51,51 @@ void AppDelegate::applicationDidFinishLaunching() {
 }
 
 void AppDelegate::handleClick(const StatusItem::Click& click) {
-    if (click.place) {
-        m_lastPlace = click.place;
+    if (click.place) { // which the cursor helps to understand only now
+        m_clickedIcon = PopoverPlacement::anchor(PopoverPlacement::cluesNow(click.place, {}));
     }
-    togglePopover(click);
+    togglePopover(click.activationToken);
 }
 
-void AppDelegate::togglePopover(const StatusItem::Click& click) {
-    if (m_popover->isVisible()) {
+void AppDelegate::togglePopover(const QString& activationToken) {
+    if (m_popover->isVisible() && !m_popover->isMinimized()) {
         m_popover->close();
     } else if (!m_popover->takeDismissal()) {
-        presentBesideIcon(click);
+        presentPopover(true, activationToken);
     }
 }
 
 void AppDelegate::showPopover(const QString& activationToken) {
-    if (m_statusItem->isShown()) {
-        presentBesideIcon({.place = m_lastPlace, .activationToken = activationToken});
+    using Presence = StatusItem::Presence;
+    if (m_statusItem->presence() == Presence::unknown && !m_awaitingTray.isActive()) {
+        m_awaitingToken = activationToken;
+        m_awaitingTray.start();
+    } else if (m_statusItem->presence() != Presence::unknown) {
+        presentPopover(m_statusItem->presence() == Presence::shown, activationToken);
+    }
+}
+
+void AppDelegate::presentPopover(bool isBesideIcon, const QString& activationToken) {
+    if (isBesideIcon && Desktop::canPlaceWindows()) {
+        const auto known = m_clickedIcon ? m_clickedIcon : m_statusItem->geometry();
+        m_popover->presentBeside(PopoverPlacement::anchor(PopoverPlacement::cluesNow({}, known)),
+                                 activationToken);
     } else {
         m_popover->present(activationToken);
     }
 }
 
-void AppDelegate::presentBesideIcon(const StatusItem::Click& click) {
-    if (Desktop::canPlaceWindows()) {
-        m_popover->presentBeside({.click = click.place,
-                                  .icon = m_statusItem->geometry(),
-                                  .cursor = QCursor::pos(),
-                                  .scale = QGuiApplication::primaryScreen()->devicePixelRatio()},
-                                 click.activationToken);
-    } else {
-        m_popover->present(click.activationToken);
+void AppDelegate::followTray() {
+    m_clickedIcon.reset(); // the next tray is somewhere else
+    if (m_awaitingTray.isActive() && m_statusItem->presence() != StatusItem::Presence::unknown) {
+        stopAwaitingTray();
     }
+}
+
+void AppDelegate::stopAwaitingTray() {
+    m_awaitingTray.stop();
+    presentPopover(m_statusItem->presence() == StatusItem::Presence::shown,
+                   std::exchange(m_awaitingToken, {}));
 }
 
 void AppDelegate::popoverDidClose() {
@@ -93,7 +112,7 @@ void AppDelegate::updateIcon() {
     const int safe = countOf(Bucket::safe);
     const int review = countOf(Bucket::needsReview);
     m_statusItem->setLook(StatusIcon::look({.isScanning = m_engine.isScanning(),
-                                            .hasScanned = m_engine.previousPIDs().has_value(),
+                                            .hasScanned = m_engine.hasScanned(),
                                             .safe = safe,
                                             .review = review,
                                             .version = QCoreApplication::applicationVersion()}));
@@ -137,8 +156,7 @@ void AppDelegate::openSettings() {
     if (!m_settingsWindow) {
         makeSettingsWindow();
     }
-    m_settingsWindow->show();
-    Desktop::activate(*m_settingsWindow, {});
+    Desktop::present(*m_settingsWindow, {});
 }
 
 } // namespace Vintrel

@@ -12,6 +12,7 @@
 
 #include <QMetaObject>
 #include <QObject>
+#include <QTimer>
 
 namespace Vintrel {
 
@@ -53,8 +54,8 @@ public:
     /// What a click on the icon does; its menu is the tray's business.
     void handleClick(const StatusItem::Click& click);
 
-    /// Shows the popover, or brings it to the front: beside the icon if a tray shows one. `activationToken`
-    /// came with what the user did; it may be empty.
+    /// Shows the popover, or brings it to the front: beside the icon if a tray shows one, as soon as that is
+    /// known. `activationToken` came with what the user did; it may be empty.
     void showPopover(const QString& activationToken = {});
 
     /// Carries links out, in order; those that ask for nothing known are ignored.
@@ -67,8 +68,10 @@ public:
     void updateIcon();
 
 private:
-    void togglePopover(const StatusItem::Click& click);
-    void presentBesideIcon(const StatusItem::Click& click);
+    void togglePopover(const QString& activationToken);
+    void presentPopover(bool isBesideIcon, const QString& activationToken);
+    void followTray();
+    void stopAwaitingTray();
     void popoverDidClose();
     void pulse();
     void makeSettingsWindow();
@@ -81,7 +84,9 @@ private:
     QMetaObject::Connection m_cancellable;     // the engine's changes
     std::unique_ptr<QWidget> m_settingsWindow; // made at first use, and kept
     int m_lastStrayCount = 0;
-    std::optional<QPoint> m_lastPlace; // of a click on the icon
+    std::optional<QRect> m_clickedIcon; // about where it is, from the last click on it
+    QTimer m_awaitingTray;              // runs while the popover is to open as soon as its place is known
+    QString m_awaitingToken;
 };
 
 } // namespace Vintrel

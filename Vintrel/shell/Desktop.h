@@ -55,8 +55,8 @@ void giveMemoryBack();
 /// Whether windows may have transparent corners.
 [[nodiscard]] bool isCompositing();
 
-/// Brings a window that is shown to the front and gives it the keyboard, because of something that the user
-/// has done. `activationToken` came with that; it may be empty.
-void activate(QWidget& window, const QString& activationToken);
+/// Shows a window, brings it to the front and gives it the keyboard, because of something that the user has
+/// done. `activationToken` came with that; it may be empty.
+void present(QWidget& window, const QString& activationToken);
 
 } // namespace Vintrel::Desktop

@@ -14,7 +14,7 @@ public:
     [[nodiscard]] virtual bool isEnabled() const = 0;
 
     /// False when it could not be changed; `isEnabled` then tells what holds.
-    virtual bool setEnabled(bool isEnabled) = 0;
+    [[nodiscard]] virtual bool setEnabled(bool isEnabled) = 0;
 };
 
 } // namespace Vintrel

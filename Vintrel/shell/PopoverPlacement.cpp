@@ -4,6 +4,10 @@
 #include <array>
 #include <utility>
 
+#include <QCursor>
+#include <QGuiApplication>
+#include <QScreen>
+
 namespace Vintrel::PopoverPlacement {
 
 namespace {
@@ -71,17 +75,30 @@ QPoint place(const QSize& size, const QRect& anchor, const QRect& screen, const 
     return keptIn(fits ? room : workArea);
 }
 
-QRect anchor(const Clues& clues) {
-    if (clues.click) {
-        const QPoint unscaled = (QPointF(*clues.click) / clues.scale).toPoint();
-        const bool isUnscaledNearer =
-            squareOfDistance(unscaled, clues.cursor) < squareOfDistance(*clues.click, clues.cursor);
-        // The icon around it is about so large.
-        constexpr int half = 11;
-        const QPoint middle = isUnscaledNearer ? unscaled : *clues.click;
-        return {middle - QPoint(half, half), middle + QPoint(half, half)};
+Clues cluesNow(std::optional<QPoint> click, std::optional<QRect> icon) {
+    Clues clues{.click = click, .icon = icon, .cursor = QCursor::pos()};
+    for (const QScreen* const screen : QGuiApplication::screens()) {
+        clues.screens.push_back({.geometry = screen->geometry(), .scale = screen->devicePixelRatio()});
     }
-    return clues.icon.value_or(QRect(clues.cursor, QSize(1, 1)));
+    return clues;
+}
+
+QRect anchor(const Clues& clues) {
+    if (!clues.click) {
+        return clues.icon.value_or(QRect(clues.cursor, QSize(1, 1)));
+    }
+    QPoint middle = *clues.click;
+    for (const Screen& screen : clues.screens) {
+        const QPoint corner = screen.geometry.topLeft();
+        const QPoint unscaled = corner + (QPointF(*clues.click - corner) / screen.scale).toPoint();
+        if (screen.geometry.contains(unscaled) &&
+            squareOfDistance(unscaled, clues.cursor) < squareOfDistance(middle, clues.cursor)) {
+            middle = unscaled;
+        }
+    }
+    // The icon around it is about so large.
+    constexpr int half = 11;
+    return {middle - QPoint(half, half), middle + QPoint(half, half)};
 }
 
 } // namespace Vintrel::PopoverPlacement

@@ -1,6 +1,7 @@
 #include "Vintrel/shell/PopoverWindow.h"
 
 #include "Vintrel/shell/Desktop.h"
+#include "Vintrel/shell/PopoverPlacement.h"
 #include "Vintrel/views/MenuBarView.h"
 #include "Vintrel/views/parts/AccessibleRole.h"
 #include "Vintrel/views/parts/Theme.h"
@@ -8,6 +9,7 @@
 #include <algorithm>
 
 #include <QApplication>
+#include <QCursor>
 #include <QEvent>
 #include <QFontMetrics>
 #include <QPainter>
@@ -65,25 +67,23 @@ void PopoverWindow::present(const QString& activationToken) {
     if (!isVisible()) {
         setStyle(Style::window);
         fit();
-        show();
     }
-    Desktop::activate(*this, activationToken);
+    Desktop::present(*this, activationToken);
 }
 
-void PopoverWindow::presentBeside(const PopoverPlacement::Clues& icon, const QString& activationToken) {
+void PopoverWindow::presentBeside(const QRect& anchor, const QString& activationToken) {
     if (!isVisible()) {
         setStyle(Desktop::isCompositing() ? Style::rounded : Style::square);
-        m_anchor = PopoverPlacement::anchor(icon);
+        m_anchor = anchor;
         m_hadFocus = false;
         fit();
-        show();
     }
-    Desktop::activate(*this, activationToken);
+    Desktop::present(*this, activationToken);
 }
 
 bool PopoverWindow::takeDismissal() {
-    // From the press of a button to its release.
-    constexpr qint64 longestClick = 500; // milliseconds
+    // From the press of a button to its release, by somebody slow.
+    constexpr qint64 longestClick = 2'000; // milliseconds
     const bool wasJustDismissed = m_sinceDismissal.isValid() && m_sinceDismissal.elapsed() < longestClick;
     m_sinceDismissal.invalidate();
     return wasJustDismissed;
@@ -98,13 +98,15 @@ void PopoverWindow::setStyle(Style style) {
     destroy(); // a window system does not let a window become one of another kind
     const bool isWindow = style == Style::window;
     setWindowFlags(isWindow ? Qt::Window : Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
+    setAttribute(Qt::WA_QuitOnClose, isWindow); // which the flags of a tool window take away for good
     setAttribute(Qt::WA_TranslucentBackground, style == Style::rounded);
     const int border = isWindow ? 0 : hairline;
     layout()->setContentsMargins(border, border, border, border);
+    cutCorners();
 }
 
 void PopoverWindow::fit() {
-    const QSize screen = this->screen()->availableSize();
+    const QSize screen = screenToFit().availableSize();
     const int border = m_style == Style::window ? 0 : 2 * hairline;
     const int byFont = QFontMetrics(textFont(TextSize::body)).averageCharWidth() * 56;
     const int width = std::min(std::max(usualWidth, byFont) + border, screen.width());
@@ -117,12 +119,15 @@ void PopoverWindow::fit() {
     }
 }
 
+const QScreen& PopoverWindow::screenToFit() const {
+    const QScreen* const ofIcon =
+        m_style == Style::window ? nullptr : QGuiApplication::screenAt(m_anchor.center());
+    return ofIcon != nullptr ? *ofIcon : *screen();
+}
+
 void PopoverWindow::moveBesideIcon() {
-    const QScreen* screen = QGuiApplication::screenAt(m_anchor.center());
-    if (screen == nullptr) {
-        screen = QGuiApplication::primaryScreen();
-    }
-    move(PopoverPlacement::place(size(), m_anchor, screen->geometry(), screen->availableGeometry()));
+    const QScreen& screen = screenToFit();
+    move(PopoverPlacement::place(size(), m_anchor, screen.geometry(), screen.availableGeometry()));
 }
 
 void PopoverWindow::noteFocus() {
@@ -139,7 +144,11 @@ void PopoverWindow::dismissIfLeft() {
     if (hasFocusWithin(*this)) {
         m_hadFocus = true;
     } else if (m_hadFocus) { // some window managers do not give it the keyboard at first
-        m_sinceDismissal.start();
+        // An icon may be larger than what is known of it.
+        constexpr int slack = 12;
+        if (m_anchor.adjusted(-slack, -slack, slack, slack).contains(QCursor::pos())) {
+            m_sinceDismissal.start();
+        }
         close();
     }
 }
@@ -175,6 +184,10 @@ void PopoverWindow::paintEvent(QPaintEvent* /*event*/) {
 
 void PopoverWindow::resizeEvent(QResizeEvent* event) {
     QWidget::resizeEvent(event);
+    cutCorners();
+}
+
+void PopoverWindow::cutCorners() {
     if (m_style == Style::rounded) {
         m_content->setMask(roundedRegion({QPoint(), size() - QSize(2 * hairline, 2 * hairline)}));
     } else {

@@ -1,8 +1,7 @@
 #pragma once
 
-#include "Vintrel/shell/PopoverPlacement.h"
-
 #include <QElapsedTimer>
+#include <QRect>
 #include <QWidget>
 
 namespace Vintrel {
@@ -23,11 +22,11 @@ public:
     /// Shows it as a window and brings it to the front. One that is shown already stays where it is.
     void present(const QString& activationToken = {});
 
-    /// The same beside the icon, as far as it is known where that is.
-    void presentBeside(const PopoverPlacement::Clues& icon, const QString& activationToken = {});
+    /// The same beside the icon, or about there.
+    void presentBeside(const QRect& anchor, const QString& activationToken = {});
 
-    /// Whether it has just gone because the user turned to another window: a press on the icon makes it go,
-    /// and the click that follows must not bring it back. Answers yes once.
+    /// Whether it has just gone because of a press on the icon: the click that follows must not bring it
+    /// back. Answers yes once.
     [[nodiscard]] bool takeDismissal();
 
 signals:
@@ -49,7 +48,9 @@ private:
 
     void setStyle(Style style);
     void fit();
+    [[nodiscard]] const QScreen& screenToFit() const;
     void moveBesideIcon();
+    void cutCorners();
     void noteFocus();
     void dismissIfLeft();
 
@@ -57,7 +58,7 @@ private:
     Style m_style = Style::window;
     QRect m_anchor; ///< what it stands beside
     bool m_hadFocus = false;
-    QElapsedTimer m_sinceDismissal; // invalid when it went otherwise
+    QElapsedTimer m_sinceDismissal; // by a press on the icon; invalid when it went otherwise
 };
 
 } // namespace Vintrel

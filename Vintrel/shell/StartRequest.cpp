@@ -33,7 +33,7 @@ Parsed parse(std::span<const std::string_view> arguments) {
         } else if (word == "--show") {
             request.isToShow = true;
         } else if (word == "--service") {
-            request.isForBus = true;
+            request.isService = true;
         } else if (word == "--action" && index + 1 < arguments.size() && request.action.empty()) {
             request.action = arguments[++index];
             if (!ApplicationActions::isKnown(request.action)) {
@@ -43,7 +43,7 @@ Parsed parse(std::span<const std::string_view> arguments) {
             return {.wish = Wish::unknown};
         }
     }
-    if (request.isForBus && (request.isToShow || !request.urls.empty() || !request.action.empty())) {
+    if (request.isService && (request.isToShow || !request.urls.empty() || !request.action.empty())) {
         return {.wish = Wish::unknown};
     }
     return {.wish = Wish::run, .request = std::move(request)};
@@ -64,12 +64,13 @@ std::string_view usage() {
            "  --show         open the list of stray processes\n"
            "  --action NAME  scan-now, clean-safe-strays, or bind-global-shortcuts: ask the desktop\n"
            "                 for keys that do the first two from everywhere\n"
-           "  --service      wait for what the message bus asks for\n"
+           "  --service      start without a window: at login, or for the message bus\n"
            "  --version      print the version\n"
            "  --help         print this\n"
            "\n"
            "URLs are vintrel://scan and vintrel://clean; others are ignored. When the program runs\n"
-           "already, all of this is handed to it, and without any of it, it shows its list.\n";
+           "already, all of this is handed to it, and without any of it, it shows its list, as it\n"
+           "does where there is no tray for its icon.\n";
 }
 
 } // namespace Vintrel::CommandLine

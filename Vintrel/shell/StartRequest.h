@@ -12,13 +12,13 @@ namespace Vintrel {
 /// one.
 struct StartRequest {
     bool isToShow = false; ///< the popover is to open
-    /// Started by the message bus, whose calls follow; it has no wish of its own.
-    bool isForBus = false;
+    /// Nobody is to see anything: at login, or because the message bus starts it, whose calls follow.
+    bool isService = false;
     std::vector<std::string> urls; ///< the addresses, in order
     std::string action;            ///< the name of an action; "" for none
 
     /// Whether nothing more is asked than that the program be there.
-    [[nodiscard]] bool isPlain() const { return !isToShow && !isForBus && urls.empty() && action.empty(); }
+    [[nodiscard]] bool isPlain() const { return !isToShow && !isService && urls.empty() && action.empty(); }
 
     bool operator==(const StartRequest&) const = default;
 };

@@ -22,6 +22,13 @@ public:
         QString activationToken;     ///< lets a window come to the front; may be empty
     };
 
+    /// Whether some tray shows the icon.
+    enum class Presence {
+        unknown, ///< whoever would show it has not answered yet
+        absent,
+        shown,
+    };
+
     using QObject::QObject;
 
     /// Shows it from now on. What is so already is not shown again.
@@ -33,8 +40,7 @@ public:
     /// Where the icon stands on the screen, where that can be known.
     [[nodiscard]] virtual std::optional<QRect> geometry() const = 0;
 
-    /// Whether some tray shows the icon.
-    [[nodiscard]] virtual bool isShown() const = 0;
+    [[nodiscard]] virtual Presence presence() const = 0;
 
 signals:
     /// The user clicked the icon, but not for its menu.
@@ -46,8 +52,8 @@ signals:
     /// The user chose to quit.
     void quitRequested();
 
-    /// Another answer of `isShown`.
-    void shownChanged();
+    /// Another answer of `presence`. Trays of X11 come and go without it.
+    void presenceChanged();
 };
 
 } // namespace Vintrel

@@ -26,8 +26,9 @@ std::optional<QRect> TrayIconItem::geometry() const {
     return geometry.isEmpty() ? std::nullopt : std::optional(geometry);
 }
 
-bool TrayIconItem::isShown() const {
-    return m_icon.isVisible() && geometry().has_value();
+StatusItem::Presence TrayIconItem::presence() const {
+    return m_icon.isVisible() && QSystemTrayIcon::isSystemTrayAvailable() ? Presence::shown
+                                                                          : Presence::absent;
 }
 
 void TrayIconItem::display(const QList<QImage>& pictures, const StatusIcon::Look& look) {

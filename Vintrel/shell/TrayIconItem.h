@@ -19,7 +19,7 @@ public:
     ~TrayIconItem() override;
 
     [[nodiscard]] std::optional<QRect> geometry() const override;
-    [[nodiscard]] bool isShown() const override;
+    [[nodiscard]] Presence presence() const override;
 
 protected:
     void display(const QList<QImage>& pictures, const StatusIcon::Look& look) override;

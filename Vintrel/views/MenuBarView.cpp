@@ -15,6 +15,7 @@
 #include <QKeyEvent>
 #include <QPainter>
 #include <QShortcut>
+#include <QTimer>
 #include <QVBoxLayout>
 
 namespace Vintrel {
@@ -130,7 +131,9 @@ void MenuBarView::displayRefreshButton() {
 void MenuBarView::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
     if (!event->spontaneous()) { // and not when it was only hidden behind something
-        m_engine.scan();
+        // Not yet: the desktop's leave to come to the front is taken up once the window is shown, and goes
+        // through the environment, which scans copy.
+        QTimer::singleShot(0, this, [this] { m_engine.scan(); });
     }
 }
 

@@ -78,8 +78,10 @@ void SettingsView::addStartup() {
     m_launchAtLogin = new ToggleRow(
         QStringLiteral("Launch at login"),
         [this](bool isOn) {
-            m_loginItem.setEnabled(isOn);
-            showLoginItem(); // also what holds when it could not be changed
+            if (!m_loginItem.setEnabled(isOn)) {
+                qWarning("Start at login could not be turned %s.", isOn ? "on" : "off");
+            }
+            showLoginItem(); // what holds
         },
         section->card());
     section->addRow(m_launchAtLogin);

@@ -12,7 +12,9 @@ bool isCompositing() {
     return true;
 }
 
-void activate(QWidget& window, const QString& /*activationToken*/) {
+void present(QWidget& window, const QString& /*activationToken*/) {
+    window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
+    window.show();
     window.raise();
     window.activateWindow();
 }

@@ -1,6 +1,7 @@
 #include "Vintrel/shell/linux/ApplicationClient.h"
 
 #include "Vintrel/shell/Desktop.h"
+#include "Vintrel/shell/linux/BusCall.h"
 #include "Vintrel/shell/linux/SessionNames.h"
 
 #include <algorithm>
@@ -99,10 +100,7 @@ Handover ApplicationClient::handOver(const StartRequest& request) const {
 }
 
 bool ApplicationClient::isOwned() const {
-    const QString bus = QStringLiteral("org.freedesktop.DBus");
-    QDBusMessage question = QDBusMessage::createMethodCall(bus, QStringLiteral("/org/freedesktop/DBus"), bus,
-                                                           QStringLiteral("NameHasOwner"));
-    question << SessionNames::service;
+    const QDBusMessage question = BusCall::toBus(QStringLiteral("NameHasOwner")) << SessionNames::service;
     const QDBusMessage reply = m_bus.call(question, QDBus::Block, static_cast<int>(m_patience.count()));
     return reply.type() == QDBusMessage::ReplyMessage && reply.arguments().value(0).toBool();
 }

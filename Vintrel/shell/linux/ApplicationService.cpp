@@ -3,6 +3,7 @@
 #include "Vintrel/shell/ApplicationRequests.h"
 #include "Vintrel/shell/Desktop.h"
 #include "Vintrel/shell/linux/ApplicationAdaptor.h"
+#include "Vintrel/shell/linux/BusCall.h"
 #include "Vintrel/shell/linux/RunnerAdaptor.h"
 #include "Vintrel/shell/linux/SearchProviderAdaptor.h"
 #include "Vintrel/shell/linux/SessionNames.h"
@@ -30,11 +31,7 @@ ApplicationService::ApplicationService(QDBusConnection bus, ApplicationRequests&
 
 ApplicationService::~ApplicationService() {
     // Asynchronously: what hangs must not hold up the end of the program.
-    const QString bus = QStringLiteral("org.freedesktop.DBus");
-    QDBusMessage release = QDBusMessage::createMethodCall(bus, QStringLiteral("/org/freedesktop/DBus"), bus,
-                                                          QStringLiteral("ReleaseName"));
-    release << SessionNames::service;
-    m_bus.send(release);
+    m_bus.send(BusCall::toBus(QStringLiteral("ReleaseName")) << SessionNames::service);
 }
 
 ApplicationInstance::Claim ApplicationService::claim() {

@@ -174,7 +174,7 @@ std::optional<std::string> Autostart::enabling(std::string_view entry, std::stri
     changed.remove(hiddenKey);
     changed.remove(switchKey);
     changed.set("Type", "Application");
-    changed.set(execKey, *command);
+    changed.set(execKey, *command + " --service");
     for (const auto& [key, value] : usualValues) {
         if (!changed.value(key)) {
             changed.set(key, value);

@@ -125,6 +125,7 @@ std::unique_ptr<Appearance> makeAppearance() {
 }
 
 void choosePlatformTheme() {
+    qputenv("QT_RELY_ON_NET_WORKAREA_ATOM", "1"); // so that panels are known with several screens, too
     if (qEnvironmentVariableIsSet(themeVariable)) {
         return;
     }

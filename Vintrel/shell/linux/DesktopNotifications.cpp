@@ -1,10 +1,10 @@
 #include "Vintrel/shell/linux/DesktopNotifications.h"
 
+#include "Vintrel/shell/linux/BusCall.h"
+
 #include <utility>
 
-#include <QDBusError>
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QStringList>
 #include <QTimer>
@@ -18,26 +18,8 @@ const QString service = QStringLiteral("org.freedesktop.Notifications");
 const QString path = QStringLiteral("/org/freedesktop/Notifications");
 const QString& interface = service;
 
-/// Of a call. A server that hangs must not leave an answer out for ever.
-constexpr int patience = 10'000; // milliseconds
-
 QDBusMessage message(const QString& method) {
     return QDBusMessage::createMethodCall(service, path, interface, method);
-}
-
-/// Calls `onReply(reply)` on this thread once there is one, or an error, unless `owner` is gone.
-template <typename Reply, typename OnReply>
-void call(const QDBusConnection& bus, const QDBusMessage& message, QObject* owner, OnReply onReply) {
-    // A call without a bus would never be answered.
-    const QDBusError noBus(QDBusError::Disconnected, QStringLiteral("there is no session bus"));
-    const QDBusPendingCall pending =
-        bus.isConnected() ? bus.asyncCall(message, patience) : QDBusPendingCall::fromError(noBus);
-    auto* const watcher = new QDBusPendingCallWatcher(pending, owner);
-    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, owner,
-                     [onReply = std::move(onReply)](QDBusPendingCallWatcher* finished) {
-                         finished->deleteLater();
-                         onReply(Reply(*finished));
-                     });
 }
 
 } // namespace
@@ -58,12 +40,12 @@ DesktopNotifications::DesktopNotifications(QDBusConnection bus, QObject* parent)
 
 void DesktopNotifications::requestAuthorization(std::function<void(bool granted)> onAnswer) {
     using Reply = QDBusPendingReply<QStringList>;
-    call<Reply>(m_bus, message(QStringLiteral("GetCapabilities")), this,
-                [this, onAnswer = std::move(onAnswer)](const Reply& reply) {
-                    const bool isGranted = !reply.isError();
-                    m_authorization = isGranted ? Authorization::authorized : Authorization::denied;
-                    onAnswer(isGranted);
-                });
+    BusCall::make<Reply>(m_bus, message(QStringLiteral("GetCapabilities")), this,
+                         [this, onAnswer = std::move(onAnswer)](const Reply& reply) {
+                             const bool isGranted = !reply.isError();
+                             m_authorization = isGranted ? Authorization::authorized : Authorization::denied;
+                             onAnswer(isGranted);
+                         });
 }
 
 void DesktopNotifications::readAuthorization(std::function<void(Authorization)> onAnswer) {
@@ -73,12 +55,12 @@ void DesktopNotifications::readAuthorization(std::function<void(Authorization)> 
 void DesktopNotifications::add(const UserNotification& notification) {
     // Asked each time: servers come and go, and differ.
     using Reply = QDBusPendingReply<QStringList>;
-    call<Reply>(m_bus, message(QStringLiteral("GetCapabilities")), this,
-                [this, notification](const Reply& reply) {
-                    if (!reply.isError()) {
-                        send(notification, reply.value().contains(QStringLiteral("body-markup")));
-                    }
-                });
+    BusCall::make<Reply>(m_bus, message(QStringLiteral("GetCapabilities")), this,
+                         [this, notification](const Reply& reply) {
+                             if (!reply.isError()) {
+                                 send(notification, reply.value().contains(QStringLiteral("body-markup")));
+                             }
+                         });
 }
 
 void DesktopNotifications::send(const UserNotification& notification, bool hasMarkup) {
@@ -95,7 +77,7 @@ void DesktopNotifications::send(const UserNotification& notification, bool hasMa
                           {QStringLiteral("sound-name"), QStringLiteral("message-new-instant")}}
            << serversOwnTimeout;
     using Reply = QDBusPendingReply<uint>;
-    call<Reply>(m_bus, notify, this, [this](const Reply& reply) {
+    BusCall::make<Reply>(m_bus, notify, this, [this](const Reply& reply) {
         if (!reply.isError()) {
             m_shown.emplace(reply.value(), QString());
         }

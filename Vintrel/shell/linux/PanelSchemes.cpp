@@ -14,11 +14,17 @@ bool isOneOf(const QString& desktops, const QString& wanted) {
         names, [&wanted](const QString& name) { return name.compare(wanted, Qt::CaseInsensitive) == 0; });
 }
 
+/// Others that are made from its parts name it, too, but have panels of their own.
+bool isGNOMEShell(const QString& desktops) {
+    return isOneOf(desktops, QStringLiteral("GNOME")) && !isOneOf(desktops, QStringLiteral("Budgie")) &&
+           !isOneOf(desktops, QStringLiteral("GNOME-Flashback"));
+}
+
 } // namespace
 
 PanelScheme panelSchemeOf(const QString& desktops, std::optional<bool> prefersDark) {
     // Its top bar is black whatever windows look like.
-    if (prefersDark == true || isOneOf(desktops, QStringLiteral("GNOME"))) {
+    if (prefersDark == true || isGNOMEShell(desktops)) {
         return PanelScheme::dark;
     }
     // Windows and panel go by the same setting there alone; elsewhere a dark panel above light windows is
@@ -30,7 +36,7 @@ PanelScheme panelSchemeOf(const QString& desktops, std::optional<bool> prefersDa
 }
 
 bool clicksOpenMenus(const QString& desktops) {
-    return isOneOf(desktops, QStringLiteral("GNOME")) || isOneOf(desktops, QStringLiteral("Unity"));
+    return isGNOMEShell(desktops) || isOneOf(desktops, QStringLiteral("Unity"));
 }
 
 } // namespace Vintrel

@@ -4,6 +4,7 @@
 #include "Vintrel/shell/TrayIconItem.h"
 #include "Vintrel/shell/linux/PanelSchemes.h"
 
+#include <chrono>
 #include <utility>
 
 #include <QGuiApplication>
@@ -13,8 +14,13 @@ namespace Vintrel {
 StatusArea::StatusArea(std::unique_ptr<StatusNotifierItem> notifierItem, MakeFallback makeFallback,
                        QObject* parent)
     : StatusItem(parent), m_notifierItem(std::move(notifierItem)), m_makeFallback(std::move(makeFallback)) {
+    // A panel that starts offers its service first and its tray a moment later.
+    constexpr std::chrono::milliseconds beforeFallback{300};
+    m_fallbackTimer.setInterval(beforeFallback);
+    m_fallbackTimer.setSingleShot(true);
+    connect(&m_fallbackTimer, &QTimer::timeout, this, &StatusArea::makeFallback);
     forward(*m_notifierItem);
-    connect(m_notifierItem.get(), &StatusNotifierItem::watcherChanged, this, &StatusArea::choose);
+    connect(m_notifierItem.get(), &StatusItem::presenceChanged, this, &StatusArea::choose);
     choose();
 }
 
@@ -24,20 +30,36 @@ void StatusArea::forward(StatusItem& item) {
     connect(&item, &StatusItem::clicked, this, &StatusItem::clicked);
     connect(&item, &StatusItem::openRequested, this, &StatusItem::openRequested);
     connect(&item, &StatusItem::quitRequested, this, &StatusItem::quitRequested);
-    connect(&item, &StatusItem::shownChanged, this, &StatusItem::shownChanged);
 }
 
 void StatusArea::choose() {
-    const bool needsFallback = m_notifierItem->watcher() == StatusNotifierItem::Watcher::absent;
-    if (!needsFallback) {
+    switch (m_notifierItem->presence()) {
+    case Presence::shown:
+        m_fallbackTimer.stop();
         m_fallback.reset();
-    } else if (!m_fallback && m_makeFallback) {
-        m_fallback = m_makeFallback();
-        forward(*m_fallback);
-        if (m_look) {
-            m_fallback->setLook(*m_look);
+        break;
+    case Presence::absent:
+        if (!m_fallback && m_makeFallback) {
+            m_fallbackTimer.start();
         }
+        break;
+    case Presence::unknown:
+        break;
     }
+    emit presenceChanged();
+}
+
+void StatusArea::makeFallback() {
+    if (m_notifierItem->presence() == Presence::shown) {
+        return;
+    }
+    m_fallback = m_makeFallback();
+    forward(*m_fallback);
+    connect(m_fallback.get(), &StatusItem::presenceChanged, this, &StatusItem::presenceChanged);
+    if (m_look) {
+        m_fallback->setLook(*m_look);
+    }
+    emit presenceChanged();
 }
 
 StatusItem& StatusArea::chosen() const {
@@ -53,7 +75,7 @@ void StatusArea::setLook(const StatusIcon::Look& look) {
 }
 
 void StatusArea::pulse() {
-    if (chosen().isShown()) {
+    if (presence() == Presence::shown) {
         chosen().pulse();
     }
 }
@@ -62,8 +84,8 @@ std::optional<QRect> StatusArea::geometry() const {
     return chosen().geometry();
 }
 
-bool StatusArea::isShown() const {
-    return chosen().isShown();
+StatusItem::Presence StatusArea::presence() const {
+    return m_fallbackTimer.isActive() ? Presence::unknown : chosen().presence();
 }
 
 namespace Desktop {

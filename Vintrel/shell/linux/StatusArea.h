@@ -6,10 +6,12 @@
 #include <memory>
 #include <optional>
 
+#include <QTimer>
+
 namespace Vintrel {
 
-/// The status item on a desktop whose tray may come, go and come back as another: over the bus while somebody
-/// listens there, else in the fallback's way. Only one of them is to be seen at a time.
+/// The status item on a desktop whose tray may come, go and come back as another: over the bus while one
+/// shows icons from there, else in the fallback's way. Only one of them is to be seen at a time.
 class StatusArea : public StatusItem {
     Q_OBJECT
 
@@ -24,16 +26,18 @@ public:
     void setLook(const StatusIcon::Look& look) override;
     void pulse() override;
     [[nodiscard]] std::optional<QRect> geometry() const override;
-    [[nodiscard]] bool isShown() const override;
+    [[nodiscard]] Presence presence() const override;
 
 private:
     void choose();
+    void makeFallback();
     void forward(StatusItem& item);
     [[nodiscard]] StatusItem& chosen() const;
 
     std::unique_ptr<StatusNotifierItem> m_notifierItem;
     MakeFallback m_makeFallback;
-    std::unique_ptr<StatusItem> m_fallback; // while nobody listens on the bus
+    std::unique_ptr<StatusItem> m_fallback; // while nobody shows icons from the bus
+    QTimer m_fallbackTimer;
     std::optional<StatusIcon::Look> m_look;
 };
 

@@ -1,12 +1,15 @@
 #include "Vintrel/shell/linux/StatusNotifierItem.h"
 
+#include "Vintrel/shell/Desktop.h"
+#include "Vintrel/shell/PopoverPlacement.h"
 #include "Vintrel/shell/StatusContextMenu.h"
+#include "Vintrel/shell/linux/BusCall.h"
 
+#include <algorithm>
 #include <chrono>
 #include <utility>
 
 #include <QCoreApplication>
-#include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusVariant>
 #include <QTimer>
@@ -30,23 +33,6 @@ QString newServiceName() {
         .arg(++last);
 }
 
-QDBusMessage busCall(const QString& method) {
-    return QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"),
-                                          QStringLiteral("/org/freedesktop/DBus"),
-                                          QStringLiteral("org.freedesktop.DBus"), method);
-}
-
-/// Calls `onReply(reply)` on this thread once there is one, or an error, unless `owner` is gone.
-template <typename Reply, typename OnReply>
-void call(const QDBusConnection& bus, const QDBusMessage& message, QObject* owner, OnReply onReply) {
-    auto* const watcher = new QDBusPendingCallWatcher(bus.asyncCall(message), owner);
-    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, owner,
-                     [onReply = std::move(onReply)](QDBusPendingCallWatcher* finished) {
-                         finished->deleteLater();
-                         onReply(Reply(*finished));
-                     });
-}
-
 /// The place of a click, which is 0, 0 where the tray does not know it.
 std::optional<QPoint> placeOf(int x, int y) {
     return x == 0 && y == 0 ? std::nullopt : std::optional(QPoint(x, y));
@@ -67,8 +53,7 @@ StatusNotifierItem::StatusNotifierItem(const Appearance& appearance, StatusMenu:
     connect(&m_object, &StatusNotifierObject::activated, this, [this](int x, int y) {
         emit clicked({.place = placeOf(x, y), .activationToken = std::exchange(m_token, {})});
     });
-    connect(&m_object, &StatusNotifierObject::menuRequested, this,
-            [this](int x, int y) { popUpMenu({x, y}); });
+    connect(&m_object, &StatusNotifierObject::menuRequested, this, &StatusNotifierItem::showContextMenu);
     connect(&m_menu, &StatusMenu::openChosen, this,
             [this] { emit openRequested(std::exchange(m_token, {})); });
     connect(&m_menu, &StatusMenu::quitChosen, this, &StatusItem::quitRequested);
@@ -76,7 +61,7 @@ StatusNotifierItem::StatusNotifierItem(const Appearance& appearance, StatusMenu:
         offer();
         lookForWatcher();
     } else {
-        m_watcher = Watcher::absent;
+        m_presence = Presence::absent;
     }
 }
 
@@ -84,7 +69,7 @@ StatusNotifierItem::~StatusNotifierItem() {
     m_bus.unregisterObject(itemPath);
     m_bus.unregisterObject(menuPath);
     if (m_bus.isConnected()) {
-        m_bus.send(busCall(QStringLiteral("ReleaseName")) << m_service);
+        m_bus.send(BusCall::toBus(QStringLiteral("ReleaseName")) << m_service);
     }
 }
 
@@ -98,37 +83,33 @@ void StatusNotifierItem::offer() {
                          QDBusConnection::ExportScriptableInvokables |
                              QDBusConnection::ExportScriptableProperties);
     constexpr uint doNotQueue = 4;
-    m_bus.send(busCall(QStringLiteral("RequestName")) << m_service << doNotQueue);
+    m_bus.send(BusCall::toBus(QStringLiteral("RequestName")) << m_service << doNotQueue);
 }
 
 void StatusNotifierItem::lookForWatcher() {
     connect(&m_serviceWatcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
-            [this](const QString&, const QString&, const QString& newOwner) {
-                take(newOwner.isEmpty() ? Watcher::absent : Watcher::present);
-            });
+            [this](const QString&, const QString&, const QString& newOwner) { take(!newOwner.isEmpty()); });
     for (const QString& signal :
          {QStringLiteral("StatusNotifierHostRegistered"), QStringLiteral("StatusNotifierHostUnregistered")}) {
-        m_bus.connect(watcherService, watcherPath, watcherInterface, signal, this, SLOT(askForHost()));
+        m_bus.connect(watcherService, watcherPath, watcherInterface, signal, this, SLOT(followHost()));
     }
-    call<QDBusPendingReply<bool>>(m_bus, busCall(QStringLiteral("NameHasOwner")) << watcherService, this,
-                                  [this](const QDBusPendingReply<bool>& reply) {
-                                      if (m_watcher ==
-                                          Watcher::unknown) { // nobody has come or gone meanwhile
-                                          const bool isThere = !reply.isError() && reply.value();
-                                          take(isThere ? Watcher::present : Watcher::absent);
-                                      }
-                                  });
+    BusCall::make<QDBusPendingReply<bool>>(m_bus,
+                                           BusCall::toBus(QStringLiteral("NameHasOwner")) << watcherService,
+                                           this, [this](const QDBusPendingReply<bool>& reply) {
+                                               if (m_watchersSeen == 0) { // nobody has come or gone meanwhile
+                                                   take(!reply.isError() && reply.value());
+                                               }
+                                           });
 }
 
-void StatusNotifierItem::take(Watcher watcher) {
+void StatusNotifierItem::take(bool isWatcherThere) {
     ++m_watchersSeen;
-    const bool isOther = std::exchange(m_watcher, watcher) != watcher;
-    setShown(false);
-    if (watcher == Watcher::present) {
+    m_isRegistered = false;
+    if (isWatcherThere) {
+        setPresence(Presence::unknown);
         registerItem(0);
-    }
-    if (isOther) {
-        emit watcherChanged();
+    } else {
+        setPresence(Presence::absent);
     }
 }
 
@@ -138,25 +119,37 @@ void StatusNotifierItem::registerItem(int attempt) {
     message.setAutoStartService(false);
     message << m_service;
     const int asked = m_watchersSeen;
-    call<QDBusPendingReply<>>(m_bus, message, this, [this, asked, attempt](const QDBusPendingReply<>& reply) {
-        if (asked != m_watchersSeen) {
-            return;
-        }
-        if (!reply.isError()) {
-            askForHost();
-            return;
-        }
-        // Some watchers take their name before they can answer.
-        constexpr int mostAttempts = 6;
-        if (attempt + 1 < mostAttempts) {
+    BusCall::make<QDBusPendingReply<>>(
+        m_bus, message, this, [this, asked, attempt](const QDBusPendingReply<>& reply) {
+            if (asked != m_watchersSeen) {
+                return;
+            }
+            if (!reply.isError()) {
+                m_isRegistered = true;
+                askForHost();
+                return;
+            }
+            // Some watchers take their name before they can answer.
+            constexpr int quickAttempts = 5;
             constexpr std::chrono::milliseconds atFirst{50};
-            QTimer::singleShot(atFirst * (1 << attempt), this, [this, asked, attempt] {
-                if (asked == m_watchersSeen) {
-                    registerItem(attempt + 1);
-                }
-            });
-        }
-    });
+            constexpr std::chrono::milliseconds longest{10'000};
+            if (attempt == quickAttempts) {
+                setPresence(Presence::absent); // for the time being
+            }
+            QTimer::singleShot(std::min(longest, atFirst * (1 << std::min(attempt, 8))), this,
+                               [this, asked, attempt] {
+                                   if (asked == m_watchersSeen && !m_isRegistered) {
+                                       registerItem(attempt + 1);
+                                   }
+                               });
+        });
+}
+
+/// Some tray has come or gone.
+void StatusNotifierItem::followHost() {
+    if (m_isRegistered) {
+        askForHost();
+    }
 }
 
 /// A watcher without a tray only keeps the item for one that may come.
@@ -167,17 +160,18 @@ void StatusNotifierItem::askForHost() {
     question.setAutoStartService(false);
     question << watcherInterface << QStringLiteral("IsStatusNotifierHostRegistered");
     const int asked = m_watchersSeen;
-    call<QDBusPendingReply<QDBusVariant>>(
+    BusCall::make<QDBusPendingReply<QDBusVariant>>(
         m_bus, question, this, [this, asked](const QDBusPendingReply<QDBusVariant>& reply) {
-            if (asked == m_watchersSeen && m_watcher == Watcher::present) {
-                setShown(reply.isError() || reply.value().variant().toBool());
+            if (asked == m_watchersSeen && m_isRegistered) {
+                const bool isThere = reply.isError() || reply.value().variant().toBool();
+                setPresence(isThere ? Presence::shown : Presence::absent);
             }
         });
 }
 
-void StatusNotifierItem::setShown(bool isShown) {
-    if (std::exchange(m_isShown, isShown) != isShown) {
-        emit shownChanged();
+void StatusNotifierItem::setPresence(Presence presence) {
+    if (std::exchange(m_presence, presence) != presence) {
+        emit presenceChanged();
     }
 }
 
@@ -185,11 +179,16 @@ void StatusNotifierItem::display(const QList<QImage>& pictures, const StatusIcon
     m_object.show(pictures, look);
 }
 
-void StatusNotifierItem::popUpMenu(const QPoint& place) {
-    if (!m_popUpMenu) {
-        m_popUpMenu = makeStatusContextMenu(*this);
+/// For trays that leave the menu to the program.
+void StatusNotifierItem::showContextMenu(int x, int y) {
+    if (!Desktop::canPlaceWindows()) { // there are no menus without a window, but one in which one can quit
+        emit openRequested(std::exchange(m_token, {}));
+        return;
     }
-    m_popUpMenu->popup(place);
+    if (!m_contextMenu) {
+        m_contextMenu = makeStatusContextMenu(*this);
+    }
+    m_contextMenu->popup(PopoverPlacement::anchor(PopoverPlacement::cluesNow(placeOf(x, y), {})).center());
 }
 
 } // namespace Vintrel

@@ -20,47 +20,40 @@ class StatusNotifierItem : public PaintedStatusItem {
     Q_OBJECT
 
 public:
-    enum class Watcher { unknown, absent, present };
-
     StatusNotifierItem(const Appearance& appearance, StatusMenu::Content menu, QDBusConnection bus,
                        QObject* parent = nullptr);
     ~StatusNotifierItem() override;
 
-    [[nodiscard]] Watcher watcher() const { return m_watcher; }
-
     /// Never known on this way.
     [[nodiscard]] std::optional<QRect> geometry() const override { return std::nullopt; }
 
-    [[nodiscard]] bool isShown() const override { return m_isShown; }
-
-signals:
-    /// Another answer of `watcher`.
-    void watcherChanged();
+    [[nodiscard]] Presence presence() const override { return m_presence; }
 
 protected:
     void display(const QList<QImage>& pictures, const StatusIcon::Look& look) override;
 
 private slots:
-    void askForHost();
+    void followHost();
 
 private: // NOLINT(readability-redundant-access-specifiers): what follows is no slot
     void offer();
     void lookForWatcher();
-    void take(Watcher watcher);
+    void take(bool isWatcherThere);
     void registerItem(int attempt);
-    void setShown(bool isShown);
-    void popUpMenu(const QPoint& place);
+    void askForHost();
+    void setPresence(Presence presence);
+    void showContextMenu(int x, int y);
 
     QDBusConnection m_bus;
     QString m_service;
     StatusNotifierObject m_object;
     StatusMenu m_menu;
     QDBusServiceWatcher m_serviceWatcher;
-    Watcher m_watcher = Watcher::unknown;
     int m_watchersSeen = 0; // so that answers of an earlier one are told from the present one's
-    bool m_isShown = false;
+    bool m_isRegistered = false;
+    Presence m_presence = Presence::unknown;
     QString m_token;
-    std::unique_ptr<QMenu> m_popUpMenu; // made when a tray leaves the menu to us
+    std::unique_ptr<QMenu> m_contextMenu; // made when a tray leaves the menu to us
 };
 
 } // namespace Vintrel

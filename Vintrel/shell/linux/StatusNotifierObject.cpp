@@ -35,7 +35,7 @@ Tray::Tooltip StatusNotifierObject::toolTip() const {
 }
 
 QString StatusNotifierObject::label() const {
-    return m_look.number ? QString::number(*m_look.number) : nothing();
+    return m_look.title.isEmpty() ? nothing() : m_look.title;
 }
 
 } // namespace Vintrel

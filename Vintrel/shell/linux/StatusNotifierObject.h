@@ -67,7 +67,7 @@ public:
     [[nodiscard]] QString label() const;
 
     /// A text as wide as most labels.
-    [[nodiscard]] static QString labelGuide() { return QStringLiteral("99"); }
+    [[nodiscard]] static QString labelGuide() { return QStringLiteral(" 99"); }
 
     // What the user does. Places are on the screen; trays that know none say 0, 0.
     Q_SCRIPTABLE void Activate(int x, int y) { emit activated(x, y); }

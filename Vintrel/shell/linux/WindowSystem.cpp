@@ -69,8 +69,10 @@ bool isCompositing() {
     return owner && owner->owner != XCB_WINDOW_NONE;
 }
 
-void activate(QWidget& window, const QString& activationToken) {
+void present(QWidget& window, const QString& activationToken) {
     const ActivationToken token(activationToken);
+    window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
+    window.show();
     window.raise();
     window.activateWindow();
     if (xcb_connection_t* const server = xServer()) {

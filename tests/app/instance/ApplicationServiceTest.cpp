@@ -122,7 +122,7 @@ TEST(ApplicationClient, callsWhatIsAskedFor) {
     };
     EXPECT_EQ(methods({}), QStringList{"Activate"});
     EXPECT_EQ(methods({.isToShow = true}), QStringList{"Activate"});
-    EXPECT_EQ(methods({.isForBus = true}), QStringList());
+    EXPECT_EQ(methods({.isService = true}), QStringList());
     EXPECT_EQ(methods({.urls = {"vintrel:scan"}}), QStringList{"Open"});
     EXPECT_EQ(methods({.action = "scan-now"}), QStringList{"ActivateAction"});
     EXPECT_EQ(methods({.isToShow = true, .urls = {"vintrel:scan"}, .action = "scan-now"}),

@@ -88,7 +88,7 @@ TEST(DataFiles, theBusStartsTheProgramWithoutAWishOfItsOwn) {
     Group service = read(VINTREL_SERVICE_FILE)["D-BUS Service"];
     EXPECT_EQ(service["Name"], SessionNames::service.toStdString());
     EXPECT_TRUE(service["Exec"].starts_with('/')) << service["Exec"];
-    EXPECT_EQ(askedBy(service["Exec"]).request, StartRequest{.isForBus = true});
+    EXPECT_EQ(askedBy(service["Exec"]).request, StartRequest{.isService = true});
 }
 
 TEST(DataFiles, theShellsSearchFindsItsProvider) {

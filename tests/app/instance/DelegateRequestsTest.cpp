@@ -125,7 +125,7 @@ TEST_F(DelegateRequestsTest, carryOutWhatTheStartAsksFor) {
 
 TEST_F(DelegateRequestsTest, stayInTheBackgroundWhenTheStartAsksForNothing) {
     serve();
-    for (const StartRequest& request : {StartRequest{}, StartRequest{.isForBus = true}}) {
+    for (const StartRequest& request : {StartRequest{}, StartRequest{.isService = true}}) {
         requests.carryOut(request, instance);
     }
     EXPECT_FALSE(delegate->popover().isVisible());

@@ -72,7 +72,7 @@ TEST(CommandLine, doesNotTakeOtherActions) {
 }
 
 TEST(CommandLine, takesTheBusesStartAlone) {
-    EXPECT_EQ(request({"--service"}), StartRequest{.isForBus = true});
+    EXPECT_EQ(request({"--service"}), StartRequest{.isService = true});
     EXPECT_FALSE(request({"--service"}).isPlain());
     EXPECT_EQ(parsed({"--service", "--show"}).wish, Wish::unknown);
     EXPECT_EQ(parsed({"--service", "vintrel://scan"}).wish, Wish::unknown);

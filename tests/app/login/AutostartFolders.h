@@ -46,7 +46,7 @@ public:
                "Type=Application\n"
                "Exec=" +
                program +
-               "\n"
+               " --service\n"
                "Name=Vintrel\n"
                "Comment=Finds stray development processes and ends them safely\n"
                "Icon=dev.vintrel.Vintrel\n"

@@ -69,7 +69,7 @@ TEST(AutostartTest, whatOthersWroteStays) {
                                   "[Desktop Entry]\n"
                                   "Exec=" +
                                       folders.program +
-                                      "\n"
+                                      " --service\n"
                                       "Name[de]=Streuner\n"
                                       "X-GNOME-Autostart-Delay=30\n"
                                       "Type=Application\n"
@@ -123,7 +123,7 @@ TEST(AutostartTest, aMovedProgramIsStartedFromItsNewPlace) {
     EXPECT_TRUE(folders.item().setEnabled(true));
     const std::string folder = folders.root.path().string();
     EXPECT_EQ(DesktopEntry(*folders.userText()).value("Exec"),
-              "\"" + folder + "/my apps/vintrel 50%%/vintrel-app\"");
+              "\"" + folder + "/my apps/vintrel 50%%/vintrel-app\" --service");
 }
 
 TEST(AutostartTest, enablingWhatIsEnabledWritesNothing) {

@@ -2,6 +2,7 @@
 #include "Vintrel/shell/PopoverPlacement.h"
 
 #include <ostream>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -98,9 +99,23 @@ TEST(PopoverAnchor, isTheClickThenTheIconThenTheCursor) {
 
 TEST(PopoverAnchor, aClickInTheScreensOwnPixelsIsScaled) {
     const QPoint cursor(900, 14);
-    EXPECT_EQ(anchor({.click = QPoint(1'800, 28), .cursor = cursor, .scale = 2}).center(), cursor);
-    EXPECT_EQ(anchor({.click = QPoint(900, 14), .cursor = cursor, .scale = 2}).center(), cursor);
-    EXPECT_EQ(anchor({.click = QPoint(1'350, 21), .cursor = cursor, .scale = 1.5}).center(), cursor);
+    const auto middleOf = [&](const QPoint& click, double scale) {
+        return anchor({.click = click, .cursor = cursor, .screens = {{.geometry = screen, .scale = scale}}})
+            .center();
+    };
+    EXPECT_EQ(middleOf({1'800, 28}, 2), cursor);
+    EXPECT_EQ(middleOf({900, 14}, 2), cursor);
+    EXPECT_EQ(middleOf({1'350, 21}, 1.5), cursor);
+}
+
+TEST(PopoverAnchor, eachScreenIsScaledFromItsOwnCorner) {
+    const std::vector<Screen> screens{{.geometry = {0, 0, 1'920, 1'080}, .scale = 1},
+                                      {.geometry = {3'840, 0, 1'000, 600}, .scale = 2}};
+    const auto middleOf = [&](const QPoint& click, const QPoint& cursor) {
+        return anchor({.click = click, .cursor = cursor, .screens = screens}).center();
+    };
+    EXPECT_EQ(middleOf({4'840, 10}, {4'341, 6}), QPoint(4'340, 5));
+    EXPECT_EQ(middleOf({900, 14}, {901, 15}), QPoint(900, 14)) << "the other screen is not scaled";
 }
 
 TEST(PopoverAnchor, theClickCountsEvenWhenTheCursorHasMovedOn) {

@@ -1,7 +1,9 @@
 // What opens the popover and what closes it, and the settings' window.
+#include "Vintrel/shell/PopoverPlacement.h"
 #include "Vintrel/views/MenuBarView.h"
 #include "tests/app/shell/ShellTest.h"
 
+#include <QCursor>
 #include <QDialog>
 #include <QMenu>
 #include <QScreen>
@@ -13,6 +15,7 @@ namespace Vintrel {
 namespace {
 
 using namespace std::chrono_literals;
+using Presence = StatusItem::Presence;
 
 class PopoverToggling : public ShellTest {
 protected:
@@ -87,22 +90,69 @@ TEST_F(PopoverToggling, goesWhenTheUserTurnsAway) {
 TEST_F(PopoverToggling, aClickThatMadeItGoDoesNotBringItBack) {
     launch();
     ASSERT_NO_FATAL_FAILURE(open());
+    QCursor::setPos(iconPlace);
     turnAway(); // the press on the panel
     ASSERT_TRUE(closes());
-    click(); // its release
+    spinFor(600ms); // a slow hand
+    click();        // its release
     EXPECT_FALSE(isOpen());
     click();
     EXPECT_TRUE(isOpen()) << "but the next one does";
 }
 
+TEST_F(PopoverToggling, aClickAfterOneElsewhereOpensIt) {
+    launch();
+    ASSERT_NO_FATAL_FAILURE(open());
+    QCursor::setPos(10, 10);
+    turnAway();
+    ASSERT_TRUE(closes());
+    click();
+    EXPECT_TRUE(isOpen());
+}
+
 TEST_F(PopoverToggling, aClickLongAfterItWentOpensIt) {
     launch();
     ASSERT_NO_FATAL_FAILURE(open());
+    QCursor::setPos(iconPlace);
     turnAway();
     ASSERT_TRUE(closes());
-    spinFor(600ms);
+    spinFor(2100ms);
     click();
     EXPECT_TRUE(isOpen());
+}
+
+TEST_F(PopoverToggling, aClickBringsAMinimisedWindowBack) {
+    launch();
+    item->setPresence(Presence::absent);
+    delegate->showPopover();
+    popover().showMinimized();
+    click();
+    EXPECT_TRUE(isOpen());
+    EXPECT_FALSE(popover().isMinimized());
+}
+
+TEST_F(PopoverToggling, opensOnceItIsKnownWhetherThereIsATray) {
+    for (const Presence known : {Presence::shown, Presence::absent}) {
+        launch();
+        item->setPresence(Presence::unknown);
+        delegate->showPopover("token");
+        spinFor(20ms);
+        EXPECT_FALSE(isOpen());
+        item->setPresence(known);
+        EXPECT_TRUE(isOpen());
+        EXPECT_EQ(isFrameless(), known == Presence::shown);
+        popover().close();
+        item->setPresence(Presence::shown);
+        EXPECT_FALSE(isOpen()) << "once";
+    }
+}
+
+TEST_F(PopoverToggling, doesNotWaitForEverForATray) {
+    launch();
+    item->setPresence(Presence::unknown);
+    delegate->showPopover();
+    EXPECT_TRUE(spinUntil([this] { return isOpen(); }));
+    EXPECT_FALSE(isFrameless());
 }
 
 TEST_F(PopoverToggling, aClickAfterEscapeOpensIt) {
@@ -163,7 +213,7 @@ TEST_F(PopoverToggling, shownAgainStandsWhereTheIconWasClicked) {
 
 TEST_F(PopoverToggling, withoutATrayIsAWindow) {
     launch();
-    item->hasTray = false;
+    item->setPresence(Presence::absent);
     delegate->showPopover();
     EXPECT_TRUE(isOpen());
     EXPECT_FALSE(isFrameless());
@@ -174,16 +224,16 @@ TEST_F(PopoverToggling, withoutATrayIsAWindow) {
 
 TEST_F(PopoverToggling, isAWindowOrNotAsTheTrayComesAndGoes) {
     launch();
-    item->hasTray = false;
+    item->setPresence(Presence::absent);
     delegate->showPopover();
     const QSize asWindow = popover().size();
     popover().close();
-    item->hasTray = true;
+    item->setPresence(Presence::shown);
     click();
     EXPECT_TRUE(isFrameless());
     EXPECT_EQ(popover().width(), asWindow.width() + 2) << "the content is as wide as before";
     click();
-    item->hasTray = false;
+    item->setPresence(Presence::absent);
     delegate->showPopover();
     EXPECT_FALSE(isFrameless());
     EXPECT_EQ(popover().width(), asWindow.width());

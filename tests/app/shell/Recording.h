@@ -18,7 +18,12 @@ public:
     std::vector<StatusIcon::Look> looks;
     int pulses = 0;
     std::optional<QRect> place;
-    bool hasTray = true;
+
+    /// As if that tray had come or gone.
+    void setPresence(Presence presence) {
+        m_presence = presence;
+        emit presenceChanged();
+    }
 
     void setLook(const StatusIcon::Look& look) override {
         if (looks.empty() || looks.back() != look) {
@@ -30,7 +35,10 @@ public:
 
     [[nodiscard]] std::optional<QRect> geometry() const override { return place; }
 
-    [[nodiscard]] bool isShown() const override { return hasTray; }
+    [[nodiscard]] Presence presence() const override { return m_presence; }
+
+private:
+    Presence m_presence = Presence::shown;
 };
 
 /// Wishes that the test changes.

@@ -23,19 +23,21 @@ class ShellTest : public VintrelTests::ViewTest {
 protected:
     /// As the program starts.
     void launch() {
-        delegate = std::make_unique<AppDelegate>(
-            AppDelegate::Services{.notifications = notifications,
-                                  .fileBrowser = fileBrowser,
-                                  .loginItem = loginItem,
-                                  .appearance = appearance,
-                                  .makeStatusItem =
-                                      [this] {
-                                          auto made = std::make_unique<RecordingStatusItem>();
-                                          item = made.get();
-                                          return made;
-                                      }},
-            world.sources(), noContainers());
+        delegate = std::make_unique<AppDelegate>(services(), world.sources(), noContainers());
         delegate->applicationDidFinishLaunching();
+    }
+
+    /// The status item made with them is `item`.
+    [[nodiscard]] AppDelegate::Services services() {
+        return {.notifications = notifications,
+                .fileBrowser = fileBrowser,
+                .loginItem = loginItem,
+                .appearance = appearance,
+                .makeStatusItem = [this] {
+                    auto made = std::make_unique<RecordingStatusItem>();
+                    item = made.get();
+                    return made;
+                }};
     }
 
     /// Scans a world with so many of both kinds, and waits for the results.
@@ -56,7 +58,9 @@ protected:
         ASSERT_TRUE(spinUntil([this] { return !delegate->engine().isScanning(); }));
     }
 
-    void click(std::optional<QPoint> place = QPoint(700, 790)) const {
+    static constexpr QPoint iconPlace{700, 790};
+
+    void click(std::optional<QPoint> place = iconPlace) const {
         emit item->clicked({.place = place, .activationToken = {}});
     }
 
@@ -83,15 +87,6 @@ protected:
         return found;
     }
 
-    VintrelTests::PreparedSources world;
-    VintrelTests::RecordingNotifications notifications;
-    NoFileBrowser fileBrowser;
-    NoLoginItem loginItem;
-    PreparedAppearance appearance;
-    RecordingStatusItem* item = nullptr;
-    std::unique_ptr<AppDelegate> delegate;
-
-private:
     static ContainerSources noContainers() {
         ContainerSources sources;
         sources.cliPath = [] { return std::nullopt; };
@@ -99,6 +94,14 @@ private:
         sources.stats = [](QObject*, const auto&) {};
         return sources;
     }
+
+    VintrelTests::PreparedSources world;
+    VintrelTests::RecordingNotifications notifications;
+    NoFileBrowser fileBrowser;
+    NoLoginItem loginItem;
+    PreparedAppearance appearance;
+    RecordingStatusItem* item = nullptr;
+    std::unique_ptr<AppDelegate> delegate;
 };
 
 } // namespace Vintrel

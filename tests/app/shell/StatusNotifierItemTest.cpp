@@ -5,44 +5,45 @@
 
 namespace Vintrel {
 
+using Presence = StatusItem::Presence;
+using Presences = std::vector<Presence>;
+
 TEST_F(StatusNotifierItemTest, registersWithTheWatcherThatIsThere) {
     makeItem();
     EXPECT_TRUE(tray->hasRegistered(1));
-    EXPECT_EQ(item->watcher(), StatusNotifierItem::Watcher::present);
     EXPECT_TRUE(bus.isOffered(QString::fromStdString(tray->registered.back())));
 }
 
 TEST_F(StatusNotifierItemTest, registersWhenTheWatcherComesLater) {
     tray->leave();
     makeItem();
-    ASSERT_TRUE(spinUntil([this] { return item->watcher() == StatusNotifierItem::Watcher::absent; }));
-    EXPECT_FALSE(item->isShown());
+    ASSERT_TRUE(becomes(Presence::absent));
     tray->arrive();
     EXPECT_TRUE(tray->hasRegistered(1));
-    EXPECT_TRUE(becomesShown(true));
+    EXPECT_TRUE(becomes(Presence::shown));
 }
 
 TEST_F(StatusNotifierItemTest, registersAgainWithEveryWatcherThatFollows) {
     makeRegisteredItem();
-    ASSERT_TRUE(becomesShown(true));
+    ASSERT_TRUE(becomes(Presence::shown));
     for (size_t round = 2; round <= 4; ++round) {
         tray->leave();
-        EXPECT_TRUE(becomesShown(false));
+        EXPECT_TRUE(becomes(Presence::absent));
         tray->arrive();
         EXPECT_TRUE(tray->hasRegistered(round));
-        EXPECT_TRUE(becomesShown(true));
+        EXPECT_TRUE(becomes(Presence::shown));
     }
     EXPECT_EQ(std::ranges::count(tray->registered, tray->registered.front()), 4) << "under the same name";
 }
 
 TEST_F(StatusNotifierItemTest, registersAgainAfterACrash) {
     makeRegisteredItem();
-    ASSERT_TRUE(becomesShown(true));
+    ASSERT_TRUE(becomes(Presence::shown));
     tray->crash();
-    EXPECT_TRUE(becomesShown(false));
+    EXPECT_TRUE(becomes(Presence::absent));
     tray = std::make_unique<PreparedTray>(bus);
     EXPECT_TRUE(tray->hasRegistered(1));
-    EXPECT_TRUE(becomesShown(true));
+    EXPECT_TRUE(becomes(Presence::shown));
     EXPECT_EQ(tray->read("Title").toString(), "Vintrel");
 }
 
@@ -59,7 +60,7 @@ TEST_F(StatusNotifierItemTest, triesAgainWhileTheWatcherIsNotReady) {
     makeItem();
     EXPECT_TRUE(tray->hasRegistered(1));
     EXPECT_EQ(tray->refusals, 0);
-    EXPECT_TRUE(becomesShown(true));
+    EXPECT_TRUE(becomes(Presence::shown));
 }
 
 TEST_F(StatusNotifierItemTest, canBeReadWhenItIsRegistered) {
@@ -68,24 +69,34 @@ TEST_F(StatusNotifierItemTest, canBeReadWhenItIsRegistered) {
     EXPECT_GE(tray->propertiesAtOnce.front(), 15);
 }
 
+TEST_F(StatusNotifierItemTest, goesOnTryingAndKnowsMeanwhileThatNobodyShowsIt) {
+    tray->refusals = 9;
+    makeItem();
+    EXPECT_TRUE(becomes(Presence::absent));
+    EXPECT_GT(tray->refusals, 0);
+    tray->setHost(true); // tells of a tray, which cannot show what it does not know of
+    tray->refusals = 1;
+    EXPECT_TRUE(tray->hasRegistered(1));
+    EXPECT_TRUE(becomes(Presence::shown));
+    EXPECT_EQ(presences, (Presences{Presence::absent, Presence::shown}));
+}
+
 TEST_F(StatusNotifierItemTest, isShownOnlyByATray) {
     tray->hasHost = false;
     makeRegisteredItem();
-    EXPECT_FALSE(item->isShown());
+    EXPECT_TRUE(becomes(Presence::absent));
     tray->setHost(true);
-    EXPECT_TRUE(becomesShown(true));
-    EXPECT_EQ(shownChanges, 1);
+    EXPECT_TRUE(becomes(Presence::shown));
     tray->setHost(false);
-    EXPECT_TRUE(becomesShown(false));
-    EXPECT_EQ(shownChanges, 2);
+    EXPECT_TRUE(becomes(Presence::absent));
+    EXPECT_EQ(presences, (Presences{Presence::absent, Presence::shown, Presence::absent}));
 }
 
 TEST_F(StatusNotifierItemTest, withoutABusThereIsNoTray) {
     item = std::make_unique<StatusNotifierItem>(appearance, StatusMenu::Content::quit,
                                                 QDBusConnection("no bus of this name"));
     item->setLook(two);
-    EXPECT_EQ(item->watcher(), StatusNotifierItem::Watcher::absent);
-    EXPECT_FALSE(item->isShown());
+    EXPECT_EQ(item->presence(), Presence::absent);
 }
 
 TEST_F(StatusNotifierItemTest, goesWithItsObject) {

@@ -32,7 +32,7 @@ public:
     std::unique_ptr<PreparedTray> tray = std::make_unique<PreparedTray>(bus);
     std::unique_ptr<StatusNotifierItem> item;
     Clicks clicks;
-    int shownChanges = 0;
+    std::vector<StatusItem::Presence> presences; ///< as they followed each other
 
     void makeItem() {
         item = std::make_unique<StatusNotifierItem>(appearance, StatusMenu::Content::quit, bus.connect());
@@ -41,7 +41,8 @@ public:
                          [this](const StatusItem::Click& click) {
                              clicks.emplace_back(click.place, click.activationToken.toStdString());
                          });
-        QObject::connect(item.get(), &StatusItem::shownChanged, item.get(), [this] { ++shownChanges; });
+        QObject::connect(item.get(), &StatusItem::presenceChanged, item.get(),
+                         [this] { presences.push_back(item->presence()); });
     }
 
     void makeRegisteredItem() {
@@ -49,8 +50,8 @@ public:
         ASSERT_TRUE(tray->hasRegistered(1));
     }
 
-    [[nodiscard]] bool becomesShown(bool isShown) const {
-        return spinUntil([&] { return item->isShown() == isShown; });
+    [[nodiscard]] bool becomes(StatusItem::Presence presence) const {
+        return spinUntil([&] { return item->presence() == presence; });
     }
 
     /// Its pictures as a tray reads them, by their sizes.

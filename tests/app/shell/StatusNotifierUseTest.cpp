@@ -47,11 +47,11 @@ TEST_F(StatusNotifierUse, itsTooltipHasTheCounts) {
     EXPECT_EQ(tooltip.text, "2 safe to clean, 5 need review");
 }
 
-TEST_F(StatusNotifierUse, itsLabelIsTheNumber) {
+TEST_F(StatusNotifierUse, itsLabelIsABlankAndTheNumber) {
     makeRegisteredItem();
-    EXPECT_EQ(tray->read("XAyatanaLabel").toString(), "2");
+    EXPECT_EQ(tray->read("XAyatanaLabel").toString(), " 2");
     item->setLook(StatusIcon::look({.safe = 1'234}));
-    EXPECT_EQ(tray->read("XAyatanaLabel").toString(), "1234");
+    EXPECT_EQ(tray->read("XAyatanaLabel").toString(), " 1234");
     item->setLook(StatusIcon::look({}));
     EXPECT_EQ(tray->read("XAyatanaLabel").toString(), "");
 }

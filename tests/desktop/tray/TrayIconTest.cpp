@@ -106,6 +106,21 @@ TEST_P(FloatingPopover, staysWhenTheUserTurnsToAnotherWindow) {
     EXPECT_EQ(compositorWindow()->place, place);
 }
 
+TEST_P(TrayIcon, startedForItsWindowTheProgramStaysInTheTray) {
+    panel().start();
+    start({"--show"});
+    ASSERT_TRUE(awaitPopover());
+    const auto badge = awaitBadge();
+    ASSERT_TRUE(badge);
+    spinFor(noDoubleClick);
+    click(*badge);
+    EXPECT_TRUE(awaitNoPopover());
+    spinFor(std::chrono::milliseconds(300));
+    EXPECT_TRUE(isProgramRunning());
+    click(*badge);
+    EXPECT_TRUE(awaitPopover());
+}
+
 TEST_P(TrayIcon, appearsInAPanelThatStartsLater) {
     start();
     spinFor(std::chrono::seconds(1));

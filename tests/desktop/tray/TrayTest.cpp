@@ -51,9 +51,10 @@ std::map<std::string, std::string> TrayTest::makeEnvironment() const {
     return environment;
 }
 
-void TrayTest::start() {
+void TrayTest::start(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), VINTREL_APP);
     m_program.emplace(ProcessOptions{
-        .argv = {VINTREL_APP}, .environment = m_environment, .output = m_folder.path() / "program.log"});
+        .argv = arguments, .environment = m_environment, .output = m_folder.path() / "program.log"});
 }
 
 std::optional<QRect> TrayTest::badge() const {
@@ -87,20 +88,22 @@ std::optional<QRect> TrayTest::popover() const {
         return window ? std::optional(window->place) : std::nullopt;
     }
     Process search({.argv = {"xdotool", "search", "--onlyvisible", "--name", "^Vintrel$", "getwindowgeometry",
-                             "--shell"},
+                             "--shell", "%@"},
                     .environment = m_environment});
     std::istringstream lines(search.readAll());
-    std::map<std::string, int> values;
+    std::map<std::string, int> values; // each window's come in this order, and end with its screen
     for (std::string line; std::getline(lines, line);) {
         const size_t equals = line.find('=');
         if (equals != std::string::npos) {
             values[line.substr(0, equals)] = std::stoi(line.substr(equals + 1));
         }
+        // In a tray of X11 the icon is a window of that name.
+        constexpr int widerThanAnIcon = 100;
+        if (line.starts_with("SCREEN=") && values["WIDTH"] > widerThanAnIcon) {
+            return QRect(values["X"], values["Y"], values["WIDTH"], values["HEIGHT"]);
+        }
     }
-    if (search.wait() != 0 || values["WIDTH"] < 100) { // a tray of X11 has the icon in a window of that name
-        return std::nullopt;
-    }
-    return QRect(values["X"], values["Y"], values["WIDTH"], values["HEIGHT"]);
+    return std::nullopt;
 }
 
 std::optional<QRect> TrayTest::awaitPopover() const {

@@ -14,6 +14,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include <QRect>
 
@@ -32,8 +33,8 @@ public:
 
     [[nodiscard]] const Screen& screen() const { return m_screen; }
 
-    /// Starts the program as at login.
-    void start();
+    /// Starts the program; unless told otherwise, as at login.
+    void start(std::vector<std::string> arguments = {"--service"});
 
     /// Where the icon's badge is, as soon as it is there and stays. Absent when it does not come.
     [[nodiscard]] std::optional<QRect> awaitBadge() const;
