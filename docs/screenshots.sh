@@ -5,8 +5,8 @@
 #
 # The scene is a developer's machine after a day of work. Its processes and containers are real and the program finds
 # them by itself; their names, and since when they run, are invented. Needs root, for namespaces of its own, and the
-# packages xvfb openbox xdotool imagemagick dbus-daemon at-spi2-core python3-gi gir1.2-atspi-2.0 docker.io
-# busybox-static fonts-dejavu-core.
+# packages xvfb openbox xdotool imagemagick dbus-daemon libglib2.0-bin at-spi2-core python3-gi
+# gir1.2-atspi-2.0 docker.io busybox-static fonts-dejavu-core xfce4-panel xfconf.
 set -euo pipefail
 
 readonly scale=2 display=:1 home=/srv/ada
@@ -161,20 +161,25 @@ picture() {
     before=$now
     sleep 0.2
   done
-  # 256 colours keep the plain grounds as they are, and are enough for the edges of letters.
-  import -silent -window "$window" png:- |
-    convert png:- -strip +dither -treedepth 8 -colors 256 -define png:compression-level=9 "PNG8:$out/$1-$scheme.png"
+  import -silent -window "$window" png:- | store "$1"
 }
 
-# with_program COMMAND   Runs it while the program shows its window in the colours of $scheme.
+# store NAME   What is read is kept in the colours of $scheme, in 256 of them: these keep the plain grounds as they are, and
+# are enough for the edges of letters.
+store() {
+  convert png:- -strip +repage +dither -treedepth 8 -colors 256 -define png:compression-level=9 \
+    "PNG8:$out/$1-$scheme.png"
+}
+
+# with_program COMMAND [OPTION]   Runs it while the program, started with the option, has the colours of $scheme.
 with_program() {
-  local portal app
+  local portal
   : >"$home/run/portal"
   "$project/tests/desktop/portal.py" "$scheme" >"$home/run/portal" &
   portal=$!
   until_true grep -q ready "$home/run/portal"
   xdotool mousemove 0 0 # it points at nothing
-  "$program" --show >>"$home/run/program.log" 2>&1 &
+  "$program" "${2:---show}" >>"$home/run/program.log" 2>&1 &
   app=$!
   "$1"
   kill "$app" "$portal"
@@ -211,6 +216,64 @@ pictures_without_strays() {
   picture no-strays
 }
 
+# The panel, with nothing on it but its tray.
+write_panel() {
+  local folder=$home/.config/xfce4/xfconf/xfce-perchannel-xml
+  mkdir -p "$folder"
+  cat >"$folder/xfce4-panel.xml" <<'SETTINGS'
+<?xml version="1.0" encoding="UTF-8"?>
+<channel name="xfce4-panel" version="1.0">
+ <property name="configver" type="int" value="2"/>
+ <property name="panels" type="array"><value type="int" value="1"/>
+  <property name="panel-1" type="empty">
+   <property name="position" type="string" value="p=6;x=0;y=0"/>
+   <property name="length" type="uint" value="100"/>
+   <property name="position-locked" type="bool" value="true"/>
+   <property name="size" type="uint" value="28"/>
+   <property name="icon-size" type="uint" value="22"/>
+   <property name="plugin-ids" type="array">
+    <value type="int" value="1"/><value type="int" value="2"/><value type="int" value="3"/>
+   </property>
+  </property></property>
+ <property name="plugins" type="empty">
+  <property name="plugin-1" type="string" value="separator">
+   <property name="expand" type="bool" value="true"/>
+   <property name="style" type="uint" value="0"/>
+  </property>
+  <property name="plugin-2" type="string" value="systray"/>
+  <property name="plugin-3" type="string" value="separator">
+   <property name="style" type="uint" value="0"/>
+  </property>
+ </property>
+</channel>
+SETTINGS
+}
+
+# icon_shows_number   What the tray was told.
+icon_shows_number() {
+  gdbus call --session --dest "org.kde.StatusNotifierItem-$app-1" --object-path /StatusNotifierItem \
+    --method org.freedesktop.DBus.Properties.Get org.kde.StatusNotifierItem XAyatanaLabel | grep -q '[0-9]'
+}
+
+popover() { xdotool search --onlyvisible --name '^Vintrel$'; }
+
+# The right end of the panel, the icon, and what a click on it opens.
+picture_of_panel() {
+  local panel HEIGHT X Y
+  GDK_SCALE=$scale xfce4-panel --disable-wm-check >>"$home/run/panel.log" 2>&1 &
+  panel=$!
+  "$program" --action scan-now
+  until_true icon_shows_number
+  until_true eval 'xdotool mousemove 1754 28 click 1; sleep 1; popover'
+  await 'Needs review'
+  xdotool mousemove 0 1300
+  sleep 1 # the pulse is over
+  eval "$(xdotool getwindowgeometry --shell "$(popover | tail -n 1)" | grep -E '^(HEIGHT|X|Y)=')"
+  import -silent -window root -crop "$((1800 - X + 40))x$((Y + HEIGHT + 40))+$((X - 40))+0" png:- | store panel
+  kill "$panel"
+  wait "$panel" || true
+}
+
 start_session() {
   export HOME=$home XDG_RUNTIME_DIR=$home/run DISPLAY=$display LANG=C.UTF-8
   export QT_QPA_PLATFORM=xcb QT_SCALE_FACTOR=$scale QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1 GSETTINGS_BACKEND=memory
@@ -229,6 +292,10 @@ inside() {
   start_strays
   start_containers
   for scheme in light dark; do with_program pictures_with_strays; done
+  write_panel
+  display -size 64x64 -window root 'xc:#7d8b99' || true # it has no window of its own, which it takes for a failure
+  scheme=light
+  with_program picture_of_panel --service
   kill "${strays[@]}"
   for scheme in light dark; do with_program pictures_without_strays; done
 }

@@ -28,10 +28,12 @@ clean, and ends them when asked to.
 This package holds the command line, which needs no desktop.")
 
 # Of one version with the command line: both write the clean log, and one reads what settings the other stores. Without
-# a session bus the application still scans and shows; it only has no notifications.
+# a session bus the application still scans and shows; it only has no notifications. Links reach it by way of the list of
+# types that desktop-file-utils keeps whenever a launcher comes or goes, and of xdg-open.
 set(CPACK_DEBIAN_APP_PACKAGE_NAME vintrel-app)
 set(CPACK_DEBIAN_APP_PACKAGE_DEPENDS "lsof, procps, vintrel (= ${VINTREL_DEBIAN_VERSION})")
-set(CPACK_DEBIAN_APP_PACKAGE_RECOMMENDS "default-dbus-session-bus | dbus-session-bus, qt6-wayland")
+set(CPACK_DEBIAN_APP_PACKAGE_RECOMMENDS
+  "default-dbus-session-bus | dbus-session-bus, desktop-file-utils, qt6-wayland, xdg-utils")
 set(CPACK_DEBIAN_APP_PACKAGE_SUGGESTS "docker.io | docker-cli | docker-ce-cli, xdg-desktop-portal")
 set(CPACK_COMPONENT_APP_DESCRIPTION "watch for stray development processes from the desktop
 Dev servers, test runners, browser helpers and local model servers often run

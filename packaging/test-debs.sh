@@ -1,6 +1,7 @@
 #!/bin/bash
 # Installs, upgrades and removes the packages in build/packages in a clean system: this one's release with nothing in it
-# but what every system has. As root; nothing outside build/clean-root is touched.
+# but what every system has; and has a session bus in there start what is installed. As root; nothing outside
+# build/clean-root is touched.
 #
 #   packaging/test-debs.sh
 #
@@ -10,8 +11,9 @@ cd "$(dirname "$0")/.."
 source packaging/setup.sh
 readonly cache=$PWD/build/clean-root
 readonly lower=0.0.1-0vintrel1
+readonly id=dev.vintrel.Vintrel
 
-[[ $(id -u) -eq 0 ]] || die "only root can make a clean system"
+[[ $(id -u) -eq 0 ]] || die "only root can make a clean system to try the packages in"
 if [[ -z ${VINTREL_OWN_NAMESPACE:-} ]]; then
   install_packages packaging/packages.txt run deb
   # Its mounts and processes end with it, whatever happens.
@@ -27,7 +29,7 @@ make_clean_system() {
   rm -rf "$cache"
   mkdir -p "$cache/archives/partial"
   debootstrap --variant=minbase "$release" "$cache/system" ${site:+"$site"} >"$cache/log" 2>&1 ||
-    die "that failed; the whole output is in $cache/log"
+    die "that failed, and it takes the network; the whole output is in $cache/log"
   touch "$cache/made"
 }
 
@@ -132,6 +134,71 @@ expect_application_starts() {
   rm -r "$root/tmp/trial"
 }
 
+# as_ada COMMAND...   In her home and in a session with a screen that nobody sees.
+as_ada() {
+  chroot --userspec=ada "$root" env -i --chdir=/home/ada PATH=/usr/bin:/bin HOME=/home/ada LC_ALL=C.UTF-8 \
+    XDG_RUNTIME_DIR=/home/ada/run DBUS_SESSION_BUS_ADDRESS=unix:path=/home/ada/run/bus DISPLAY=:0 \
+    QT_QPA_PLATFORM=offscreen "$@" </dev/null
+}
+
+# until_true COMMAND...   Waits for a minute at most.
+until_true() {
+  local _
+  for _ in {1..600}; do
+    if "$@" >/dev/null 2>&1; then return 0; fi
+    sleep 0.1
+  done
+  die "this never came: $*"
+}
+
+has_ended() { [[ ! -e /proc/$1/exe ]]; }
+ask() { as_ada gdbus call --session --timeout 60 "$@" 2>"$work/said" || die "gdbus call $*: $(cat "$work/said")"; }
+ask_program() { ask --dest "$id" --object-path "/${id//.//}" --method "$@"; }
+
+# process_on_bus   Who has the program's name there; nobody is started for the question.
+process_on_bus() {
+  ask --dest org.freedesktop.DBus --object-path /org/freedesktop/DBus \
+    --method org.freedesktop.DBus.GetConnectionUnixProcessID "$id" | tr -dc '0-9 ' | tr -s ' ' | cut -d ' ' -f 2
+}
+
+# A call starts what is installed, and the program answers it; launchers, links and further starts reach that one.
+expect_bus_starts_program() {
+  local bus program listed
+  inside install -d -o ada -g ada -m 700 /home/ada/run
+  as_ada dbus-daemon --session --nofork --address=unix:path=/home/ada/run/bus >"$work/bus" 2>&1 &
+  bus=$!
+  until_true test -S "$root/home/ada/run/bus"
+  listed=$(ask_program dev.vintrel.Vintrel.Shortcuts.List)
+  for name in scan-now clean-safe-strays; do
+    [[ $listed == *"('$name', "* ]] || die "the program on the bus offers no $name: $listed"
+  done
+  program=$(process_on_bus)
+  expect "what the bus has started" "$(readlink "/proc/$program/exe")" "$root/usr/bin/vintrel-app"
+  expect "the answer to a launcher" "$(ask_program org.freedesktop.Application.Activate '{}')" "()"
+  as_ada vintrel-app --action scan-now || die "a second start does not reach the program"
+  expect "who takes the links" "$(as_ada xdg-mime query default x-scheme-handler/vintrel)" "$id.desktop"
+  as_ada xdg-open vintrel://scan >"$work/said" 2>&1 || die "xdg-open does not reach the program: $(cat "$work/said")"
+  expect "who runs in the end" "$(process_on_bus)" "$program"
+  kill -TERM "$program"
+  until_true has_ended "$program"
+  kill -TERM "$bus"
+  wait "$bus" || true
+  rm -r "$root/home/ada/run"
+}
+
+# What the user had is as it was; what the program has put beside it is the user's from now on.
+expect_user_files() {
+  local file
+  for file in .config/Vintrel/Vintrel.conf ".config/autostart/$id.desktop" .local/share/Vintrel/clean-log.json; do
+    cmp "$work/home/$file" "$root/home/ada/$file" >&2 || die "the program changed $file"
+  done
+  rm -r "${work:?}/home"
+  cp -a "$root/home/ada" "$work/home"
+  files | grep '^/home/ada' >"$work/now"
+  sed -i '\|^/home/ada|d' "$work/before"
+  sort -o "$work/before" "$work/before" "$work/now"
+}
+
 shopt -s nullglob
 new=(build/packages/vintrel_*.deb build/packages/vintrel-app_*.deb)
 [[ ${#new[@]} -eq 2 ]] || die "build/packages does not hold the two packages; packaging/build-debs.sh makes them"
@@ -186,7 +253,17 @@ done
 expect_list_works
 apt remove vintrel
 expect_unchanged "Removing both"
+
+say "In a session with its bus"
+recommended=" $(dpkg-deb -f "${new[1]}" Recommends | tr -d ',|') "
+for package in desktop-file-utils xdg-utils; do
+  [[ $recommended == *" $package "* ]] || die "vintrel-app does not recommend $package, which its links need"
+done
+apt install dbus-daemon libglib2.0-bin desktop-file-utils xdg-utils
+files >"$work/before"
 apt install /packages/new/vintrel.deb /packages/new/vintrel-app.deb
+expect_bus_starts_program
+expect_user_files
 apt purge vintrel vintrel-app
 expect_unchanged "Purging both"
 expect "what is known after it" "$(known)" ""

@@ -9,7 +9,7 @@ namespace Vintrel::Desktop {
 
 namespace {
 
-/// There are no notifications on this system yet, so every request is refused.
+/// Nothing here calls this system's notifications, so every request is refused.
 class NoNotifications : public UserNotifications {
 public:
     void requestAuthorization(std::function<void(bool granted)> onAnswer) override {

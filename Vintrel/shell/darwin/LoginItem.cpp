@@ -8,7 +8,7 @@ namespace Vintrel::Desktop {
 
 namespace {
 
-/// Registering with this system takes a bundle, which this program is not yet: it can never be enabled.
+/// Registering takes this system's own framework, which nothing here calls: it can never be enabled.
 class NoLoginItem : public LoginItem {
 public:
     [[nodiscard]] bool isEnabled() const override { return false; }
