@@ -51,6 +51,13 @@ public:
         m_started.emplace(owner());
     }
 
+    /// Whether that one was the bus.
+    [[nodiscard]] bool isStartedByBus() const {
+        constexpr size_t most = size_t{1} << 16;
+        const std::string line = "/proc/" + std::to_string(m_started.value().pid()) + "/cmdline";
+        return VintrelCore::File::read(line, most) == std::string(VINTREL_APP) + '\0' + "--service" + '\0';
+    }
+
     /// What it said, for when a test fails.
     [[nodiscard]] std::string log() const {
         constexpr size_t most = size_t{1} << 16;
@@ -116,6 +123,7 @@ TEST_F(OpenedLinksTest, toCleanReachTheProgramThatRuns) {
 TEST_F(OpenedLinksTest, haveTheBusStartTheProgram) {
     EXPECT_EQ(status(*open({"gio", "open", "vintrel://clean"}, unknownDesktop)), 0) << log();
     keepStarted();
+    EXPECT_TRUE(isStartedByBus());
     EXPECT_EQ(titles(1), Texts{"Nothing to clean"}) << log();
     EXPECT_EQ(status(*open({"xdg-open", "vintrel:CLEAN"}, unknownDesktop)), 0) << log();
     EXPECT_EQ(titles(2), Texts(2, "Nothing to clean")) << log();
@@ -124,6 +132,7 @@ TEST_F(OpenedLinksTest, haveTheBusStartTheProgram) {
 TEST_F(OpenedLinksTest, haveTheBusStartTheProgramThroughXdgOpen) {
     EXPECT_EQ(status(*open({"xdg-open", "vintrel://clean"}, gnome)), 0) << log();
     keepStarted();
+    EXPECT_TRUE(isStartedByBus());
     EXPECT_EQ(titles(1), Texts{"Nothing to clean"}) << log();
 }
 
