@@ -48,6 +48,10 @@ void Screen::click(int x, int y, int button) const {
     simulate({"mousemove", std::to_string(x), std::to_string(y), "click", std::to_string(button)});
 }
 
+void Screen::point(int x, int y) const {
+    simulate({"mousemove", std::to_string(x), std::to_string(y)});
+}
+
 void Screen::press(const std::string& keys) const {
     simulate({"key", keys});
 }

@@ -24,6 +24,9 @@ public:
     /// Presses and releases a button of the mouse there.
     void click(int x, int y, int button = 1) const;
 
+    /// Moves the mouse there.
+    void point(int x, int y) const;
+
     /// Presses a key, or several at once, and releases them: "Tab", "ctrl+f".
     void press(const std::string& keys) const;
 

@@ -1,7 +1,8 @@
 #!/usr/bin/python3
-"""Stands in for the desktop's portal and tells programs on this session bus which colour scheme the user prefers.
+"""Stands in for the desktop's portal and tells programs on this session bus which colour scheme the user prefers, and
+whether things may move.
 
-    portal.py light|dark
+    portal.py light|dark [calm]
 
 It says "ready" on a line once programs can ask, and runs until it is ended.
 """
@@ -32,11 +33,12 @@ INTERFACE = """
 SCHEMES = {"dark": 1, "light": 2}
 
 
-def main(scheme):
+def main(scheme, moves):
     appearance = {"color-scheme": GLib.Variant("u", SCHEMES[scheme])}
+    interface = {"enable-animations": GLib.Variant("b", moves)}
 
     def answer(_bus, _sender, _path, _interface, _method, _arguments, invocation):
-        groups = {"org.freedesktop.appearance": appearance}
+        groups = {"org.freedesktop.appearance": appearance, "org.gnome.desktop.interface": interface}
         invocation.return_value(GLib.Variant("(a{sa{sv}})", (groups,)))
 
     def offer(bus, _name):
@@ -49,6 +51,6 @@ def main(scheme):
 
 
 if __name__ == "__main__":
-    if len(sys.argv) != 2 or sys.argv[1] not in SCHEMES:
+    if len(sys.argv) not in (2, 3) or sys.argv[1] not in SCHEMES or sys.argv[2:] not in ([], ["calm"]):
         sys.exit(__doc__)
-    main(sys.argv[1])
+    main(sys.argv[1], len(sys.argv) == 2)

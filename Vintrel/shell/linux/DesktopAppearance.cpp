@@ -1,6 +1,7 @@
 #include "Vintrel/shell/linux/DesktopAppearance.h"
 
 #include "Vintrel/shell/Desktop.h"
+#include "Vintrel/shell/linux/Portal.h"
 
 #include <algorithm>
 #include <limits>
@@ -9,7 +10,6 @@
 #include <utility>
 
 #include <QCoreApplication>
-#include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
@@ -23,8 +23,6 @@ namespace Vintrel {
 
 namespace {
 
-const QString service = QStringLiteral("org.freedesktop.portal.Desktop");
-const QString path = QStringLiteral("/org/freedesktop/portal/desktop");
 const QString interface = QStringLiteral("org.freedesktop.portal.Settings");
 
 /// The values of each group by their keys.
@@ -63,11 +61,11 @@ DesktopAppearance::DesktopAppearance(QDBusConnection bus, AppearanceSurroundings
       m_bus(std::move(bus)),
       m_surroundings(std::move(surroundings)),
       m_settings(m_surroundings.fallback),
-      m_portalWatcher(service, m_bus, QDBusServiceWatcher::WatchForRegistration) {
+      m_portal(Portal::on(m_bus)) {
     qDBusRegisterMetaType<Groups>();
     qRegisterMetaType<QDBusVariant>(); // by its name, which the slot below is found by
-    connect(&m_portalWatcher, &QDBusServiceWatcher::serviceRegistered, this, &DesktopAppearance::ask);
-    m_bus.connect(service, path, interface, QStringLiteral("SettingChanged"), this,
+    connect(m_portal.get(), &Portal::arrived, this, &DesktopAppearance::ask);
+    m_bus.connect(Portal::service, Portal::path, interface, QStringLiteral("SettingChanged"), this,
                   SLOT(noteChange(QString, QString, QDBusVariant)));
     ask();
 }
@@ -77,12 +75,12 @@ void DesktopAppearance::ask() {
     if (!m_bus.isConnected()) {
         return;
     }
-    auto question = QDBusMessage::createMethodCall(service, path, interface, QStringLiteral("ReadAll"));
-    question << QStringList{QStringLiteral("org.freedesktop.appearance"),
-                            QStringLiteral("org.gnome.desktop.interface")};
+    const QStringList wanted{QStringLiteral("org.freedesktop.appearance"),
+                             QStringLiteral("org.gnome.desktop.interface")};
     // Nobody waits, so a portal that takes its time at login may take it.
     constexpr int forEver = std::numeric_limits<int>::max();
-    auto* const watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(question, forEver), this);
+    auto* const watcher = new QDBusPendingCallWatcher(
+        m_portal->call(Portal::path, interface, QStringLiteral("ReadAll"), {wanted}, forEver), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* finished) {
         finished->deleteLater();
         const QDBusPendingReply<Groups> reply = *finished;

@@ -3,12 +3,15 @@
 #include "Vintrel/shell/Appearance.h"
 #include "Vintrel/shell/linux/PortalSettings.h"
 
+#include <memory>
+
 #include <QDBusConnection>
-#include <QDBusServiceWatcher>
 #include <QDBusVariant>
 #include <QString>
 
 namespace Vintrel {
+
+class Portal;
 
 /// What is known without the portal.
 struct AppearanceSurroundings {
@@ -38,7 +41,7 @@ private: // NOLINT(readability-redundant-access-specifiers): what follows is no 
     AppearanceSurroundings m_surroundings;
     PortalSettings m_known;
     AppearanceSettings m_settings;
-    QDBusServiceWatcher m_portalWatcher;
+    std::shared_ptr<Portal> m_portal;
 };
 
 } // namespace Vintrel

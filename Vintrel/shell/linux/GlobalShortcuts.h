@@ -1,11 +1,14 @@
 #pragma once
 
+#include <functional>
+#include <memory>
 #include <string>
 
 #include <QDBusConnection>
+#include <QDBusError>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
-#include <QDBusServiceWatcher>
+#include <QDBusPendingCallWatcher>
 #include <QObject>
 #include <QString>
 #include <QVariantList>
@@ -14,6 +17,7 @@
 namespace Vintrel {
 
 class ApplicationRequests;
+class Portal;
 
 /// The shortcuts as keys that work everywhere, by way of the desktop's portal. They come without keys: the
 /// user chooses them in the desktop's own dialog or settings. Desktops may show that dialog when they are
@@ -43,19 +47,32 @@ private slots:
     void noteClosed(const QDBusMessage& message);
 
 private: // NOLINT(readability-redundant-access-specifiers): what follows is no slot
-    enum class Step { idle, creating, binding, bound };
+    enum class Step {
+        idle,
+        closing, ///< a session; what is wished meanwhile begins when it is gone
+        creating,
+        binding,
+        bound,
+    };
 
-    void begin(bool isAskedByUser);
+    void begin();
+    void createSession();
     void request(const QString& method, QVariantList arguments, QVariantMap options, const char* slot);
+    void call(const QString& object, const QString& interface, const QString& method,
+              const QVariantList& arguments, std::function<void(const QDBusError&)> onReply);
     void stopListening();
-    void giveUp();
+    void noteRefusal(uint response);
+    void noteError(const QDBusError& error);
+    void giveUp(const char* sentence);
+    void say(const char* sentence);
     void closeSession();
     void forgetSession();
 
     QDBusConnection m_bus;
     ApplicationRequests& m_requests;
     std::string m_mark;
-    QDBusServiceWatcher m_portalWatcher;
+    std::shared_ptr<Portal> m_portal;                // once it is of interest
+    std::unique_ptr<QDBusPendingCallWatcher> m_call; // whose reply matters
     Step m_step = Step::idle;
     bool m_isAskedByUser = false;
     QString m_session;

@@ -122,6 +122,7 @@ TEST_F(PortalChangesTest, ofAPortalThatCameBackAreFollowed) {
     portal.answer = {QVariant::fromValue(Groups{{appearance, {{"color-scheme", 1U}}}})};
     portal.arrive();
     ASSERT_TRUE(spinUntil([&] { return changes.count == 1; })) << "it is asked again";
+    EXPECT_EQ(portal.calls, (QStringList{"Register", "ReadAll", "Register", "ReadAll"}));
     EXPECT_EQ(desktop.settings().prefersDark, true);
     portal.change(appearance, "color-scheme", 2U);
     ASSERT_TRUE(spinUntil([&] { return changes.count == 2; }));

@@ -95,6 +95,7 @@ QString PreparedPortal::introspect(const QString&) const {
 }
 
 bool PreparedPortal::handleMessage(const QDBusMessage& message, const QDBusConnection&) {
+    calls.append(message.member());
     if (message.interface() != settings) {
         return false;
     }

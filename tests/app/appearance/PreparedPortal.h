@@ -66,6 +66,7 @@ public:
     QVariantList answer;          ///< the arguments of its answers
     std::optional<QString> error; ///< with which it answers instead
     std::vector<QDBusMessage> asked;
+    QStringList calls; ///< the methods that were called, those of other interfaces too
 
     [[nodiscard]] QString introspect(const QString& path) const override;
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override;

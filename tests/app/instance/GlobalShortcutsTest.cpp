@@ -1,52 +1,14 @@
 // The shortcuts as global ones, with a stand-in for the desktop's portal.
-#include "Vintrel/shell/linux/GlobalShortcuts.h"
-
-#include "tests/app/instance/PreparedShortcutsPortal.h"
-#include "tests/app/instance/Requests.h"
-#include "tests/app/support/AppTest.h"
-#include "tests/app/support/SessionBus.h"
+#include "tests/app/instance/GlobalShortcutsTest.h"
 
 #include <chrono>
-#include <filesystem>
-#include <fstream>
-#include <optional>
+#include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
 using namespace std::chrono_literals;
 using namespace VintrelTests;
-using Vintrel::GlobalShortcuts;
-using Presence = PreparedShortcutsPortal::Presence;
-using Told = std::vector<std::pair<std::string, std::string>>;
-
-namespace {
-
-class GlobalShortcutsTest : public AppTest {
-public:
-    GlobalShortcuts& make() {
-        shortcuts.emplace(bus.connect(), requests, mark.string());
-        return *shortcuts;
-    }
-
-    /// The user has wished them before.
-    void setMark() const {
-        std::filesystem::create_directories(mark.parent_path());
-        std::ofstream(mark) << "wished\n";
-    }
-
-    [[nodiscard]] bool isMarked() const { return std::filesystem::exists(mark); }
-
-    [[nodiscard]] bool isBound() {
-        return spinUntil([this] { return shortcuts->isBound(); });
-    }
-
-    const std::filesystem::path mark = dataFolder() / "Vintrel/global-shortcuts";
-    SessionBus bus;
-    RecordingRequests requests;
-    std::optional<GlobalShortcuts> shortcuts;
-};
-
-} // namespace
 
 TEST_F(GlobalShortcutsTest, areNotAskedForByThemselves) {
     PreparedShortcutsPortal portal(bus);
@@ -60,7 +22,7 @@ TEST_F(GlobalShortcutsTest, areOfferedWithoutKeysWhenTheUserWishesThem) {
     PreparedShortcutsPortal portal(bus);
     make().bind();
     ASSERT_TRUE(isBound());
-    EXPECT_EQ(portal.calls, (QStringList{"CreateSession", "BindShortcuts"}));
+    EXPECT_EQ(portal.calls, (QStringList{"Register", "CreateSession", "BindShortcuts"}));
     EXPECT_EQ(portal.signature, "oa(sa{sv})sa{sv}");
     const QMap<QString, QVariantMap> expected{{"clean-safe-strays", {{"description", "Clean Safe Strays"}}},
                                               {"scan-now", {{"description", "Scan Now"}}}};
@@ -111,6 +73,42 @@ TEST_F(GlobalShortcutsTest, thatTheUserRefusesAreNotAskedForAgain) {
     EXPECT_EQ(requests.told, Told()) << "the user knows";
 }
 
+TEST_F(GlobalShortcutsTest, thatTheDesktopFailsToSetUpAreAskedForNextTime) {
+    PreparedShortcutsPortal portal(bus);
+    portal.answerToBinding = 2;
+    setMark();
+    make().restore();
+    ASSERT_TRUE(spinUntil([&] { return portal.calls.contains("Close"); }));
+    EXPECT_FALSE(shortcuts->isBound());
+    EXPECT_TRUE(isMarked());
+    EXPECT_EQ(requests.told, Told()) << "nobody has asked";
+    EXPECT_EQ(portal.sessions, QStringList());
+}
+
+TEST_F(GlobalShortcutsTest, thatTheDesktopFailsToSetUpAreMissedByWhoWishesThem) {
+    PreparedShortcutsPortal portal(bus);
+    portal.answerToBinding = 2;
+    setMark();
+    make().bind();
+    ASSERT_TRUE(spinUntil([this] { return !requests.told.empty(); }));
+    EXPECT_EQ(requests.told, (Told{{"Global Shortcuts", "The desktop did not set them up."}}));
+    EXPECT_TRUE(isMarked());
+    portal.answerToBinding = 0;
+    shortcuts->bind();
+    EXPECT_TRUE(isBound()) << "the next time";
+    EXPECT_EQ(requests.told.size(), 1U);
+}
+
+TEST_F(GlobalShortcutsTest, areMissedByWhoWishesThemWhenThePortalEnds) {
+    PreparedShortcutsPortal portal(bus);
+    portal.hesitate();
+    make().bind();
+    ASSERT_TRUE(spinUntil([&] { return portal.calls.contains("CreateSession"); }));
+    portal.leave();
+    ASSERT_TRUE(spinUntil([this] { return !requests.told.empty(); }));
+    EXPECT_EQ(requests.told, (Told{{"Global Shortcuts", "The desktop did not set them up."}}));
+}
+
 TEST_F(GlobalShortcutsTest, withoutAPortalAreMissedOnlyByWhoWishesThem) {
     setMark();
     make().restore();
@@ -136,7 +134,8 @@ TEST_F(GlobalShortcutsTest, withoutASessionAreNotThere) {
     portal.answerToSession = 2;
     make().bind();
     EXPECT_TRUE(spinUntil([this] { return !requests.told.empty(); }));
-    EXPECT_EQ(portal.calls, QStringList{"CreateSession"});
+    EXPECT_EQ(portal.calls, (QStringList{"Register", "CreateSession"}));
+    EXPECT_EQ(requests.told, (Told{{"Global Shortcuts", "The desktop did not set them up."}}));
     EXPECT_FALSE(shortcuts->isBound());
 }
 
@@ -147,53 +146,4 @@ TEST_F(GlobalShortcutsTest, withoutABusAreNotThere) {
     EXPECT_EQ(requests.told, Told());
     shortcuts->bind();
     EXPECT_EQ(requests.told.size(), 1U);
-}
-
-TEST_F(GlobalShortcutsTest, comeBackWithThePortal) {
-    PreparedShortcutsPortal portal(bus);
-    make().bind();
-    ASSERT_TRUE(isBound());
-    portal.leave();
-    ASSERT_TRUE(spinUntil([this] { return !shortcuts->isBound(); }));
-    portal.arrive();
-    ASSERT_TRUE(isBound());
-    portal.press("scan-now");
-    EXPECT_TRUE(spinUntil([this] { return !requests.asked.empty(); }));
-    spinFor(30ms);
-    EXPECT_EQ(requests.asked.size(), 1U) << "heard twice";
-}
-
-TEST_F(GlobalShortcutsTest, comeWithAPortalThatStartsLater) {
-    setMark();
-    make().restore();
-    spinFor(50ms);
-    PreparedShortcutsPortal portal(bus, Presence::later);
-    portal.arrive();
-    EXPECT_TRUE(isBound());
-}
-
-TEST_F(GlobalShortcutsTest, wishedAgainAreOfferedInANewSession) {
-    PreparedShortcutsPortal portal(bus);
-    make().bind();
-    ASSERT_TRUE(isBound());
-    const QString before = portal.session;
-    shortcuts->bind();
-    ASSERT_TRUE(isBound());
-    EXPECT_NE(portal.session, before);
-    EXPECT_EQ(portal.calls,
-              (QStringList{"CreateSession", "BindShortcuts", "Close", "CreateSession", "BindShortcuts"}));
-    portal.press("scan-now", before);
-    portal.press("scan-now");
-    EXPECT_TRUE(spinUntil([this] { return !requests.asked.empty(); }));
-    spinFor(30ms);
-    EXPECT_EQ(requests.asked.size(), 1U);
-}
-
-TEST_F(GlobalShortcutsTest, endWithTheirSession) {
-    PreparedShortcutsPortal portal(bus);
-    make().bind();
-    ASSERT_TRUE(isBound());
-    portal.endSession();
-    EXPECT_TRUE(spinUntil([this] { return !shortcuts->isBound(); }));
-    EXPECT_TRUE(isMarked());
 }

@@ -1,44 +1,16 @@
 // Links, with the program itself: what comes of them is seen by what it notifies its user of, and by strays
 // that end.
-#include "tests/app/instance/InstanceTest.h"
-#include "tests/app/notifications/PreparedServer.h"
+#include "tests/app/instance/LinksTest.h"
+
 #include "tests/support/Stray.h"
 
-#include <chrono>
-#include <optional>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-using namespace std::chrono_literals;
 using namespace VintrelTests;
 using Texts = std::vector<std::string>;
-
-namespace {
-
-class LinksTest : public InstanceTest {
-public:
-    LinksTest() {
-        settings().write("[General]\nscanInterval=3600\nelapsedThreshold=0.000001\n"
-                         "notificationsEnabled=true\n");
-    }
-
-    /// What the user was notified of, once it is that many; their titles.
-    Texts titles(size_t count) {
-        EXPECT_TRUE(spinUntil([&] { return server.asked.size() >= count; }));
-        spinFor(50ms);
-        Texts titles;
-        for (const AskedToShow& notification : server.asked) {
-            titles.push_back(notification.summary.toStdString());
-        }
-        return titles;
-    }
-
-    PreparedServer server{bus};
-};
-
-} // namespace
 
 TEST_F(LinksTest, startTheProgramThatStays) {
     const auto first = startFirst({"vintrel://clean"});

@@ -1,9 +1,10 @@
 #include "tests/app/instance/PreparedShortcutsPortal.h"
 
 #include <stdexcept>
+#include <utility>
 
 #include <QDBusArgument>
-#include <QDBusError>
+#include <QDBusConnectionInterface>
 #include <QDBusObjectPath>
 
 namespace VintrelTests {
@@ -42,8 +43,26 @@ void PreparedShortcutsPortal::arrive() {
     }
 }
 
+void PreparedShortcutsPortal::replace() {
+    const auto reply =
+        m_bus.interface()->registerService(service, QDBusConnectionInterface::ReplaceExistingService);
+    if (reply.value() != QDBusConnectionInterface::ServiceRegistered) {
+        throw std::runtime_error("the other portal stays");
+    }
+}
+
 void PreparedShortcutsPortal::leave() {
+    sessions.clear();
+    m_registered.clear();
+    m_callers.clear();
     m_bus.unregisterService(service);
+}
+
+void PreparedShortcutsPortal::answerAll() {
+    m_hesitates = false;
+    for (const QDBusMessage& answer : std::exchange(m_answers, {})) {
+        m_bus.send(answer);
+    }
 }
 
 void PreparedShortcutsPortal::press(const QString& identifier, const QString& inSession) {
@@ -54,6 +73,7 @@ void PreparedShortcutsPortal::press(const QString& identifier, const QString& in
 }
 
 void PreparedShortcutsPortal::endSession() {
+    sessions.removeAll(session);
     auto message = QDBusMessage::createTargetedSignal(
         m_program, session, QStringLiteral("org.freedesktop.portal.Session"), QStringLiteral("Closed"));
     message << QVariantMap();
@@ -65,43 +85,93 @@ QString PreparedShortcutsPortal::introspect(const QString&) const {
 }
 
 bool PreparedShortcutsPortal::handleMessage(const QDBusMessage& message, const QDBusConnection&) {
-    if (message.interface() == QLatin1String("org.freedesktop.portal.Session")) {
-        calls.append(message.member());
-        m_bus.send(message.createReply());
-        return true;
-    }
-    if (message.interface() != shortcuts) {
+    if (message.interface().startsWith(QLatin1String("org.freedesktop.DBus."))) {
         return false;
     }
     calls.append(message.member());
     message.setDelayedReply(true);
     m_program = message.service();
-    if (isWithoutShortcuts) {
-        m_bus.send(message.createErrorReply(QDBusError::UnknownInterface, QStringLiteral("no")));
-    } else if (message.member() == QLatin1String("CreateSession")) {
+    if (message.interface() == QLatin1String("org.freedesktop.host.portal.Registry")) {
+        registerProgram(message);
+    } else if (message.interface() == QLatin1String("org.freedesktop.portal.Session")) {
+        closeSession(message);
+    } else if (message.interface() != shortcuts || isWithoutShortcuts) {
+        refuse(message, QDBusError::UnknownInterface);
+    } else if (isForKnownPrograms && !m_registered.contains(m_program)) {
+        refuse(message, QDBusError::AccessDenied);
+    } else {
+        answerCall(message);
+    }
+    m_callers.append(m_program);
+    return true;
+}
+
+void PreparedShortcutsPortal::refuse(const QDBusMessage& message, QDBusError::ErrorType type) {
+    m_bus.send(message.createErrorReply(type, message.member()));
+}
+
+void PreparedShortcutsPortal::registerProgram(const QDBusMessage& message) {
+    known.append(message.arguments().value(0).toString());
+    if (!isForKnownPrograms) {
+        refuse(message, QDBusError::UnknownInterface);
+    } else if (m_callers.contains(m_program) || message.signature() != QLatin1String("sa{sv}")) {
+        refuse(message, QDBusError::Failed);
+    } else {
+        m_registered.append(m_program);
+        m_bus.send(message.createReply());
+    }
+}
+
+void PreparedShortcutsPortal::closeSession(const QDBusMessage& message) {
+    if (sessions.removeAll(message.path()) == 0) {
+        refuse(message, QDBusError::UnknownObject);
+    } else {
+        m_bus.send(message.createReply());
+    }
+}
+
+void PreparedShortcutsPortal::answerCall(const QDBusMessage& message) {
+    const auto error = errors.constFind(message.member());
+    if (error != errors.cend()) {
+        m_bus.send(message.createErrorReply(*error, QStringLiteral("no")));
+        if (!doesWhatItDenies) {
+            return;
+        }
+    }
+    if (message.member() == QLatin1String("CreateSession")) {
         createSession(message);
     } else if (message.member() == QLatin1String("BindShortcuts")) {
         bindShortcuts(message);
     } else {
-        m_bus.send(message.createErrorReply(QDBusError::UnknownMethod, message.member()));
+        refuse(message, QDBusError::UnknownMethod);
     }
-    return true;
 }
 
 void PreparedShortcutsPortal::createSession(const QDBusMessage& message) {
     const auto options = qdbus_cast<QVariantMap>(message.arguments().value(0));
-    session =
+    const QString wanted =
         below(QStringLiteral("session"), message, options.value(QStringLiteral("session_handle_token")));
-    respond(message, options, answerToSession, {{QStringLiteral("session_handle"), session}});
+    if (sessions.contains(wanted)) {
+        refuse(message, QDBusError::Failed);
+        return;
+    }
+    if (answerToSession == 0) {
+        session = wanted;
+        sessions.append(wanted);
+        m_bound.removeAll(wanted);
+    }
+    respond(message, options, answerToSession, {{QStringLiteral("session_handle"), wanted}});
 }
 
 void PreparedShortcutsPortal::bindShortcuts(const QDBusMessage& message) {
     const QVariantList arguments = message.arguments();
     signature = message.signature();
-    if (arguments.value(0).value<QDBusObjectPath>().path() != session) {
-        m_bus.send(message.createErrorReply(QDBusError::AccessDenied, QStringLiteral("no such session")));
+    const QString of = arguments.value(0).value<QDBusObjectPath>().path();
+    if (!sessions.contains(of) || m_bound.contains(of)) {
+        refuse(message, QDBusError::AccessDenied);
         return;
     }
+    m_bound.append(of);
     offered.clear();
     const auto list = arguments.value(1).value<QDBusArgument>();
     list.beginArray();
@@ -122,12 +192,17 @@ void PreparedShortcutsPortal::respond(const QDBusMessage& message, const QVarian
                                       const QVariantMap& results) {
     const QString request =
         below(QStringLiteral("request"), message, options.value(QStringLiteral("handle_token")));
-    m_bus.send(message.createReply(QVariant::fromValue(QDBusObjectPath(request))));
+    if (!errors.contains(message.member())) {
+        m_bus.send(message.createReply(QVariant::fromValue(QDBusObjectPath(request))));
+    }
     auto answer = QDBusMessage::createTargetedSignal(message.service(), request,
                                                      QStringLiteral("org.freedesktop.portal.Request"),
                                                      QStringLiteral("Response"));
     answer << response << results;
-    m_bus.send(answer);
+    m_answers.push_back(answer);
+    if (!m_hesitates) {
+        answerAll();
+    }
 }
 
 } // namespace VintrelTests

@@ -33,14 +33,6 @@ std::string nameOf(const testing::TestParamInfo<PanelKind>& info) {
 /// Some panels make three clicks of a double one.
 constexpr std::chrono::milliseconds noDoubleClick{600};
 
-/// Whether the window stands right above or below the icon.
-bool isBeside(const QRect& window, const QRect& icon) {
-    const bool isBelow = window.top() > icon.bottom() && window.top() - icon.bottom() < 40;
-    const bool isAbove = window.bottom() < icon.top() && icon.top() - window.bottom() < 40;
-    return (isBelow || isAbove) && window.left() < icon.center().x() &&
-           icon.center().x() < window.right() + 40;
-}
-
 } // namespace
 
 TEST_P(TrayIcon, aClickOpensThePopoverAndTheNextClosesIt) {

@@ -6,6 +6,8 @@
 #include <chrono>
 #include <filesystem>
 #include <sstream>
+#include <stdexcept>
+#include <utility>
 
 namespace VintrelTests {
 
@@ -24,9 +26,13 @@ TrayTest::TrayTest() {
     }
     m_environment = makeEnvironment();
     m_panel.emplace(GetParam(), m_bus, m_environment);
+    addStray();
+}
+
+void TrayTest::addStray() {
     const fs::path project = home() / "shop";
     fs::create_directories(project / ".git");
-    m_stray = std::make_unique<Stray>(StrayOptions{.argv = {"vitest", "--watch"}, .cwd = project});
+    m_strays.push_back(std::make_unique<Stray>(StrayOptions{.argv = {"vitest", "--watch"}, .cwd = project}));
     letStraysAge();
 }
 
@@ -55,6 +61,24 @@ void TrayTest::start(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), VINTREL_APP);
     m_program.emplace(ProcessOptions{
         .argv = arguments, .environment = m_environment, .output = m_folder.path() / "program.log"});
+}
+
+std::optional<int> TrayTest::startAgain(const std::vector<std::string>& arguments) const {
+    ProcessOptions options{
+        .argv = {VINTREL_APP}, .environment = m_environment, .output = m_folder.path() / "second.log"};
+    options.argv.insert(options.argv.end(), arguments.begin(), arguments.end());
+    Process second(options);
+    const bool hasEnded = eventually([&second] { return !isRunning(second.pid()); }, patience);
+    return hasEnded ? std::optional(second.wait()) : std::nullopt;
+}
+
+void TrayTest::startPortal(const std::vector<std::string>& arguments) {
+    ProcessOptions options{.argv = {VINTREL_PORTAL}, .environment = m_environment};
+    options.argv.insert(options.argv.end(), arguments.begin(), arguments.end());
+    m_portal.emplace(options);
+    if (m_portal->readLine() != "ready") {
+        throw std::runtime_error("no portal");
+    }
 }
 
 std::optional<QRect> TrayTest::badge() const {
@@ -118,6 +142,13 @@ bool TrayTest::awaitNoPopover() const {
 
 void TrayTest::click(const QRect& badge, int button) const {
     m_screen.click(badge.center().x(), badge.center().y(), button);
+}
+
+bool TrayTest::isBeside(const QRect& window, const QRect& icon) {
+    const bool isBelow = window.top() > icon.bottom() && window.top() - icon.bottom() < 40;
+    const bool isAbove = window.bottom() < icon.top() && icon.top() - window.bottom() < 40;
+    return (isBelow || isAbove) && window.left() < icon.center().x() &&
+           icon.center().x() < window.right() + 40;
 }
 
 std::optional<int> TrayTest::exitStatus() {

@@ -33,8 +33,19 @@ public:
 
     [[nodiscard]] const Screen& screen() const { return m_screen; }
 
+    [[nodiscard]] SessionBus& bus() { return m_bus; }
+
     /// Starts the program; unless told otherwise, as at login.
     void start(std::vector<std::string> arguments = {"--service"});
+
+    /// Starts it once more, with these arguments: the exit status. Absent when it does not end.
+    [[nodiscard]] std::optional<int> startAgain(const std::vector<std::string>& arguments = {}) const;
+
+    /// The desktop's settings, as they are to be when the program starts.
+    void startPortal(const std::vector<std::string>& arguments);
+
+    /// One more to find.
+    void addStray();
 
     /// Where the icon's badge is, as soon as it is there and stays. Absent when it does not come.
     [[nodiscard]] std::optional<QRect> awaitBadge() const;
@@ -52,6 +63,9 @@ public:
     /// Waits until the program has ended: its exit status. Absent when it does not end.
     [[nodiscard]] std::optional<int> exitStatus();
 
+    /// Whether the window stands right above or below the icon.
+    [[nodiscard]] static bool isBeside(const QRect& window, const QRect& icon);
+
     [[nodiscard]] bool isProgramRunning() const { return isRunning(m_program->pid()); }
 
 private:
@@ -67,7 +81,8 @@ private:
     std::optional<Compositor> m_compositor; // under Wayland
     std::map<std::string, std::string> m_environment;
     std::optional<Panel> m_panel;
-    std::unique_ptr<Stray> m_stray;
+    std::vector<std::unique_ptr<Stray>> m_strays;
+    std::optional<Process> m_portal;
     std::optional<Process> m_program;
 };
 
