@@ -16,7 +16,7 @@ public:
     explicit RecordingRequests(Vintrel::ScanEngine* engine = nullptr) : m_engine(engine) {}
 
     std::vector<std::string> asked; ///< in order, with what came along
-    QString token; ///< that came with the last activation
+    QString token;                  ///< that came with the last activation
     std::vector<std::pair<std::string, std::string>> told;
 
     void activate(const QString& activationToken) override {
