@@ -42,7 +42,7 @@ QPainterPath chip(Chip chip, int size) {
     const int inset = chipMargin(size) + pinLength;
     const QRect body(inset, inset, size - 2 * inset, size - 2 * inset);
     QPainterPath path;
-    const double radius = std::max(1.0, stroke * 0.6);
+    const int radius = pixels(stroke, 0.5);
     path.addRoundedRect(body, radius, radius);
     if (chip == Chip::outlined) {
         const QRect hole = body.adjusted(stroke, stroke, -stroke, -stroke);
