@@ -12,7 +12,7 @@
 namespace Vintrel::StatusIconPainting {
 
 /// Pixels along a side: what panels show at scales of 1, 1.5 and 2.
-inline constexpr std::array sizes{16, 18, 20, 22, 24, 32, 44, 48, 64};
+inline constexpr std::array sizes{16, 18, 20, 22, 24, 32, 33, 36, 44, 48, 64};
 
 /// The symbol in the panel's colour; the number on a coloured badge in the lower right corner, with a
 /// transparent ring around it. More than nine is "9+".

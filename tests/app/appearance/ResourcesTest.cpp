@@ -93,8 +93,6 @@ TEST(ResourcesTest, everySymbolOfTheProgramIsThere) {
                              "plus",
                              "minus",
                              "exclamationmark.triangle",
-                             "cpu",
-                             "cpu.fill",
                              "checkmark"}) {
         expected.insert(std::string(name) + ".svg");
     }

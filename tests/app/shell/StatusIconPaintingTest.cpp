@@ -144,6 +144,38 @@ TEST_P(StatusIconPainting, theFigureStaysInsideTheBadge) {
     }
 }
 
+TEST_P(StatusIconPainting, theChipsStraightEdgesStandOnWholePixels) {
+    const QImage image = painted(look({}));
+    int partial = 0;
+    for (int y = 0; y < size(); ++y) {
+        for (int x = 0; x < size(); ++x) {
+            const int alpha = qAlpha(image.pixel(x, y));
+            partial += alpha > 2 && alpha < 253;
+        }
+    }
+    const int roundCorner = size() / 8; // pixels on the edge of one
+    EXPECT_LE(partial, 4 * roundCorner);
+    const QRect ink = inked(image, [](const QColor& pixel) { return pixel.alpha() > 0; });
+    EXPECT_EQ(ink.left(), size() - 1 - ink.right());
+    EXPECT_EQ(ink.top(), size() - 1 - ink.bottom());
+}
+
+TEST_P(StatusIconPainting, theFigureIsInTheMiddleOfTheBadgeAndFillsWholeLines) {
+    for (int number = 1; number <= 9; ++number) {
+        const QImage image = painted(look({.safe = number}), PanelScheme::light);
+        const QRect badge = inked(image, isReddish);
+        const QRect figure = inked(image.copy(badge), [](const QColor& pixel) {
+            return pixel.alpha() > 250 && pixel.green() > 110; // more than a quarter of it
+        });
+        const int above = figure.top();
+        const int below = badge.height() - 1 - figure.bottom();
+        EXPECT_EQ(above, below) << number;
+        const int before = figure.left();
+        const int after = badge.width() - 1 - figure.right();
+        EXPECT_LE(std::abs(before - after), 2) << number;
+    }
+}
+
 TEST_P(StatusIconPainting, theSymbolStandsOutFromItsPanel) {
     const QColor darkPanel(0x30, 0x30, 0x30);
     const QColor lightPanel(0xe8, 0xe8, 0xe8);
