@@ -139,9 +139,9 @@ ViewsScene::ViewsScene(FrameWatch& frames) : m_frames(frames), m_world(std::make
     Vintrel::ContainerSources noContainers;
     noContainers.cliPath = [] { return std::nullopt; };
     m_content = new Vintrel::MenuBarView(*m_engine, m_fileBrowser, [] {}, noContainers);
-    m_popover = std::make_unique<Vintrel::PopoverWindow>(m_content);
-    m_list = m_popover->findChild<Vintrel::StrayListView*>();
-    m_filter = m_popover->findChild<QLineEdit*>();
+    m_popover = std::make_unique<Vintrel::PopoverWindow>([this] { return m_content; });
+    m_list = m_content->findChild<Vintrel::StrayListView*>();
+    m_filter = m_content->findChild<QLineEdit*>();
     scan();
     std::set<ProcessKind> all;
     for (const Share& share : shares) {

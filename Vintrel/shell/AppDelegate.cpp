@@ -42,8 +42,10 @@ void AppDelegate::applicationDidFinishLaunching() {
     connect(m_statusItem.get(), &StatusItem::openRequested, this, &AppDelegate::showPopover);
     connect(m_statusItem.get(), &StatusItem::quitRequested, this, &QCoreApplication::quit);
     connect(m_statusItem.get(), &StatusItem::presenceChanged, this, &AppDelegate::followTray);
-    m_popover = std::make_unique<PopoverWindow>(new MenuBarView(
-        m_engine, m_services.fileBrowser, [this] { openSettings(); }, std::move(m_containerSources)));
+    m_popover = std::make_unique<PopoverWindow>([this] {
+        return new MenuBarView(
+            m_engine, m_services.fileBrowser, [this] { openSettings(); }, std::move(m_containerSources));
+    });
     connect(m_popover.get(), &PopoverWindow::closed, this, &AppDelegate::popoverDidClose);
     connect(&m_services.notifications, &UserNotifications::activated, this, &AppDelegate::showPopover);
     updateIcon();

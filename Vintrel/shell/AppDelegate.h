@@ -77,7 +77,7 @@ private:
     void makeSettingsWindow();
 
     Services m_services;
-    ContainerSources m_containerSources; // until the popover takes them
+    ContainerSources m_containerSources; // until the popover is filled
     ScanEngine m_engine;
     std::unique_ptr<StatusItem> m_statusItem; // from the launch on
     std::unique_ptr<PopoverWindow> m_popover;

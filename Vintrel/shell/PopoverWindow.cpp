@@ -7,6 +7,7 @@
 #include "Vintrel/views/parts/Theme.h"
 
 #include <algorithm>
+#include <utility>
 
 #include <QApplication>
 #include <QCursor>
@@ -51,20 +52,26 @@ bool hasFocusWithin(const QWidget& window) {
 
 } // namespace
 
-PopoverWindow::PopoverWindow(MenuBarView* content) : m_content(content) {
+PopoverWindow::PopoverWindow(MakeContent makeContent) : m_makeContent(std::move(makeContent)) {
     AccessibleRole::set(*this, QAccessible::Window);
     setWindowTitle(tr("Vintrel"));
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSizeConstraint(QLayout::SetNoConstraint); // the content may be taller than the window
-    layout->addWidget(content);
-    connect(content, &MenuBarView::closeRequested, this, &QWidget::close);
     connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, &PopoverWindow::noteFocus);
-    fit();
+}
+
+void PopoverWindow::fill() {
+    if (m_content == nullptr) {
+        m_content = m_makeContent();
+        layout()->addWidget(m_content);
+        connect(m_content, &MenuBarView::closeRequested, this, &QWidget::close);
+    }
 }
 
 void PopoverWindow::present(const QString& activationToken) {
     if (!isVisible()) {
+        fill();
         setStyle(Style::window);
         fit();
     }
@@ -73,6 +80,7 @@ void PopoverWindow::present(const QString& activationToken) {
 
 void PopoverWindow::presentBeside(const QRect& anchor, const QString& activationToken) {
     if (!isVisible()) {
+        fill();
         setStyle(Desktop::isCompositing() ? Style::rounded : Style::square);
         m_anchor = anchor;
         m_hadFocus = false;
@@ -155,7 +163,9 @@ void PopoverWindow::dismissIfLeft() {
 
 bool PopoverWindow::event(QEvent* event) {
     const bool isHandled = QWidget::event(event);
-    if (event->type() == QEvent::LayoutRequest || event->type() == QEvent::ApplicationFontChange) {
+    const bool isOtherSize =
+        event->type() == QEvent::LayoutRequest || event->type() == QEvent::ApplicationFontChange;
+    if (isOtherSize && m_content != nullptr) {
         fit();
     }
     return isHandled;
@@ -188,6 +198,9 @@ void PopoverWindow::resizeEvent(QResizeEvent* event) {
 }
 
 void PopoverWindow::cutCorners() {
+    if (m_content == nullptr) {
+        return;
+    }
     if (m_style == Style::rounded) {
         m_content->setMask(roundedRegion({QPoint(), size() - QSize(2 * hairline, 2 * hairline)}));
     } else {

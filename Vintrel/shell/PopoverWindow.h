@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 #include <QElapsedTimer>
 #include <QRect>
 #include <QWidget>
@@ -16,8 +18,11 @@ class PopoverWindow : public QWidget {
     Q_OBJECT
 
 public:
-    /// Takes the content over.
-    explicit PopoverWindow(MenuBarView* content);
+    using MakeContent = std::function<MenuBarView*()>;
+
+    /// The content is made when it is to be seen for the first time, and belongs to the window: a program
+    /// that nobody has opened is small.
+    explicit PopoverWindow(MakeContent makeContent);
 
     /// Shows it as a window and brings it to the front. One that is shown already stays where it is.
     void present(const QString& activationToken = {});
@@ -46,6 +51,7 @@ private:
         rounded, ///< the same where a compositor runs
     };
 
+    void fill();
     void setStyle(Style style);
     void fit();
     [[nodiscard]] const QScreen& screenToFit() const;
@@ -54,7 +60,8 @@ private:
     void noteFocus();
     void dismissIfLeft();
 
-    MenuBarView* m_content;
+    MakeContent m_makeContent;
+    MenuBarView* m_content = nullptr; ///< from the first opening on
     Style m_style = Style::window;
     QRect m_anchor; ///< what it stands beside
     bool m_hadFocus = false;

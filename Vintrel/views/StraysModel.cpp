@@ -48,7 +48,7 @@ StraysModel::StraysModel(ScanEngine& engine, FileBrowser& fileBrowser, QObject* 
     : QObject(parent),
       m_engine(engine),
       m_fileBrowser(fileBrowser),
-      m_hasScanned(engine.previousPIDs().has_value()) {
+      m_hasScanned(engine.hasScanned()) {
     connect(&engine, &ScanEngine::changed, this, &StraysModel::follow);
     initCollapsedKinds();
 }

@@ -39,7 +39,7 @@ protected:
     void open(const std::vector<ProcessItem>& candidates) {
         world->candidates.items = candidates;
         view = new MenuBarView(engine(), fileBrowser, [this] { ++settingsOpened; }, noContainers());
-        window = std::make_unique<PopoverWindow>(view);
+        window = std::make_unique<PopoverWindow>([this] { return view.data(); });
         window->present();
         ASSERT_TRUE(QTest::qWaitForWindowExposed(window.get()));
         ASSERT_TRUE(spinUntil([this] { return window->isActiveWindow() && scansBegun() > 0; }));
