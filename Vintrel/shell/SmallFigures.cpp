@@ -96,7 +96,7 @@ QPainterPath path(int figure) {
     path.setFillRule(Qt::WindingFill);
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x) {
-            if (drawing[static_cast<size_t>(y * width + x)] == '#') {
+            if (drawing[static_cast<size_t>(y) * width + static_cast<size_t>(x)] == '#') {
                 path.addRect(x, y, 1, 1);
             }
         }

@@ -51,8 +51,8 @@ struct BadgeLayout {
 /// in whole pixels around the middle.
 QPainterPath figurePath(int figure, const QRect& rect, std::optional<int> wantedWidth) {
     if (rect.height() == SmallFigures::height) {
-        return SmallFigures::path(figure).translated(rect.left() + (rect.width() - SmallFigures::width) / 2,
-                                                     rect.top());
+        const int aside = (rect.width() - SmallFigures::width) / 2;
+        return SmallFigures::path(figure).translated(rect.left() + aside, rect.top());
     }
     QFont font = QGuiApplication::font();
     constexpr int exact = 100; // pixels; outlines are scaled afterwards, free of the font's hints for a grid
