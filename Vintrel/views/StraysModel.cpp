@@ -45,10 +45,7 @@ std::string StraysModel::Row::sentence() const {
 }
 
 StraysModel::StraysModel(ScanEngine& engine, FileBrowser& fileBrowser, QObject* parent)
-    : QObject(parent),
-      m_engine(engine),
-      m_fileBrowser(fileBrowser),
-      m_hasScanned(engine.hasScanned()) {
+    : QObject(parent), m_engine(engine), m_fileBrowser(fileBrowser), m_hasScanned(engine.hasScanned()) {
     connect(&engine, &ScanEngine::changed, this, &StraysModel::follow);
     initCollapsedKinds();
 }
