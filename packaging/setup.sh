@@ -54,6 +54,11 @@ build() {
   rm -f "$log"
 }
 
+# test_jobs   How many tests at a time: many of them wait for something most of their time.
+test_jobs() {
+  printf '%s\n' $(($(nproc) * 3 / 2))
+}
+
 # install_darwin_compiler   Compiles C++ for macOS on any system, and brings that system's headers along.
 install_darwin_compiler() {
   [[ -x build/tools/node_modules/.bin/zig ]] && return 0

@@ -60,6 +60,8 @@ void AppDelegate::handleClick(const StatusItem::Click& click) {
 }
 
 void AppDelegate::togglePopover(const QString& activationToken) {
+    m_awaitingTray.stop(); // the tray shows the icon, or it could not be clicked
+    m_awaitingToken.clear();
     if (m_popover->isVisible() && !m_popover->isMinimized()) {
         m_popover->close();
     } else if (!m_popover->takeDismissal()) {
@@ -69,11 +71,15 @@ void AppDelegate::togglePopover(const QString& activationToken) {
 
 void AppDelegate::showPopover(const QString& activationToken) {
     using Presence = StatusItem::Presence;
-    if (m_statusItem->presence() == Presence::unknown && !m_awaitingTray.isActive()) {
-        m_awaitingToken = activationToken;
-        m_awaitingTray.start();
-    } else if (m_statusItem->presence() != Presence::unknown) {
+    if (m_statusItem->presence() != Presence::unknown || m_popover->isVisible()) {
         presentPopover(m_statusItem->presence() == Presence::shown, activationToken);
+        return;
+    }
+    if (!activationToken.isEmpty()) {
+        m_awaitingToken = activationToken;
+    }
+    if (!m_awaitingTray.isActive()) {
+        m_awaitingTray.start();
     }
 }
 

@@ -75,6 +75,7 @@ void PopoverWindow::present(const QString& activationToken) {
         setStyle(Style::window);
         fit();
     }
+    m_sinceDismissal.invalidate();
     Desktop::present(*this, activationToken);
 }
 
@@ -86,6 +87,7 @@ void PopoverWindow::presentBeside(const QRect& anchor, const QString& activation
         m_hadFocus = false;
         fit();
     }
+    m_sinceDismissal.invalidate();
     Desktop::present(*this, activationToken);
 }
 

@@ -2,6 +2,8 @@
 
 #include "Vintrel/shell/StatusContextMenu.h"
 
+#include <chrono>
+
 #include <QIcon>
 #include <QPixmap>
 
@@ -9,6 +11,9 @@ namespace Vintrel {
 
 TrayIconItem::TrayIconItem(const Appearance& appearance, QObject* parent)
     : PaintedStatusItem(appearance, parent), m_menu(makeStatusContextMenu(*this)) {
+    constexpr std::chrono::milliseconds betweenLooks{50};
+    m_docking.setInterval(betweenLooks);
+    connect(&m_docking, &QTimer::timeout, this, &TrayIconItem::followDocking);
     m_icon.setContextMenu(m_menu.get());
     connect(&m_icon, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
         // The second of two quick clicks is a click all the same.
@@ -22,13 +27,28 @@ TrayIconItem::TrayIconItem(const Appearance& appearance, QObject* parent)
 TrayIconItem::~TrayIconItem() = default;
 
 std::optional<QRect> TrayIconItem::geometry() const {
+    return isDocked() ? std::optional(m_icon.geometry()) : std::nullopt;
+}
+
+/// Until a tray takes it in, the icon is a window in the corner of the screen.
+bool TrayIconItem::isDocked() const {
     const QRect geometry = m_icon.geometry();
-    return geometry.isEmpty() ? std::nullopt : std::optional(geometry);
+    return !geometry.isEmpty() && geometry.topLeft() != QPoint();
+}
+
+void TrayIconItem::followDocking() {
+    constexpr int mostLooks = 20;
+    if (isDocked() || ++m_looks == mostLooks) {
+        m_docking.stop();
+        emit presenceChanged();
+    }
 }
 
 StatusItem::Presence TrayIconItem::presence() const {
-    return m_icon.isVisible() && QSystemTrayIcon::isSystemTrayAvailable() ? Presence::shown
-                                                                          : Presence::absent;
+    if (!m_icon.isVisible() || !QSystemTrayIcon::isSystemTrayAvailable()) {
+        return Presence::absent;
+    }
+    return m_docking.isActive() ? Presence::unknown : Presence::shown;
 }
 
 void TrayIconItem::display(const QList<QImage>& pictures, const StatusIcon::Look& look) {
@@ -41,7 +61,12 @@ void TrayIconItem::display(const QList<QImage>& pictures, const StatusIcon::Look
     if (m_icon.toolTip() != tooltip) {
         m_icon.setToolTip(tooltip);
     }
-    m_icon.show();
+    if (!m_icon.isVisible()) {
+        m_icon.show();
+        if (QSystemTrayIcon::isSystemTrayAvailable()) {
+            m_docking.start();
+        }
+    }
 }
 
 } // namespace Vintrel

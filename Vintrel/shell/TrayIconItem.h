@@ -6,6 +6,7 @@
 
 #include <QMenu>
 #include <QSystemTrayIcon>
+#include <QTimer>
 
 namespace Vintrel {
 
@@ -25,8 +26,13 @@ protected:
     void display(const QList<QImage>& pictures, const StatusIcon::Look& look) override;
 
 private:
+    [[nodiscard]] bool isDocked() const;
+    void followDocking();
+
     std::unique_ptr<QMenu> m_menu;
     QSystemTrayIcon m_icon;
+    QTimer m_docking; // runs until the tray has taken the icon in, of which nobody tells
+    int m_looks = 0;
 };
 
 } // namespace Vintrel

@@ -1,5 +1,6 @@
 #include "Vintrel/shell/VintrelApp.h"
 
+#include "Vintrel/shell/PopoverWindow.h"
 #include "Vintrel/shell/StartRequest.h"
 #include "Vintrel/shell/StatusItem.h"
 
@@ -13,14 +14,17 @@ namespace Vintrel {
 VintrelApp::VintrelApp(AppDelegate::Services services, ScanSources sources, ContainerSources containerSources)
     : m_appDelegate(std::move(services), std::move(sources), std::move(containerSources)) {
     QApplication::setQuitOnLastWindowClosed(false); // the tray decides that, which comes and goes
-    connect(qApp, &QGuiApplication::lastWindowClosed, this, &VintrelApp::endWithoutTray);
+    connect(qApp, &QGuiApplication::lastWindowClosed, this, &VintrelApp::followLastWindow);
     // Whoever wants it to start with the session says so in the settings.
     connect(
         qApp, &QGuiApplication::saveStateRequest, this,
         [](QSessionManager& session) { session.setRestartHint(QSessionManager::RestartNever); },
         Qt::DirectConnection);
     m_appDelegate.applicationDidFinishLaunching();
-    connect(&m_appDelegate.statusItem(), &StatusItem::presenceChanged, this, &VintrelApp::showWithoutTray);
+    connect(&m_appDelegate.statusItem(), &StatusItem::presenceChanged, this, [this] {
+        showWithoutTray();
+        endWithoutTray();
+    });
 }
 
 void VintrelApp::follow(const StartRequest& request) {
@@ -37,8 +41,15 @@ void VintrelApp::showWithoutTray() {
     }
 }
 
+void VintrelApp::followLastWindow() {
+    m_isToEnd = m_endsWithWindow;
+    endWithoutTray();
+}
+
 void VintrelApp::endWithoutTray() {
-    if (m_endsWithWindow && m_appDelegate.statusItem().presence() != StatusItem::Presence::shown) {
+    const StatusItem::Presence presence = m_appDelegate.statusItem().presence();
+    if (presence != StatusItem::Presence::unknown && std::exchange(m_isToEnd, false) &&
+        presence == StatusItem::Presence::absent && !m_appDelegate.popover().isVisible()) {
         QApplication::quit();
     }
 }

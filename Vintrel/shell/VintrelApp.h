@@ -24,11 +24,13 @@ public:
 
 private:
     void showWithoutTray();
+    void followLastWindow();
     void endWithoutTray();
 
     AppDelegate m_appDelegate;
     bool m_showsWithoutTray = false; ///< there has to be something to see
     bool m_endsWithWindow = false;   ///< it was started for its window
+    bool m_isToEnd = false;          ///< unless there turns out to be a tray
 };
 
 } // namespace Vintrel

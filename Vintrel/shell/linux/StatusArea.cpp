@@ -44,15 +44,13 @@ void StatusArea::choose() {
         }
         break;
     case Presence::unknown:
+        m_fallbackTimer.stop();
         break;
     }
     emit presenceChanged();
 }
 
 void StatusArea::makeFallback() {
-    if (m_notifierItem->presence() == Presence::shown) {
-        return;
-    }
     m_fallback = m_makeFallback();
     forward(*m_fallback);
     connect(m_fallback.get(), &StatusItem::presenceChanged, this, &StatusItem::presenceChanged);

@@ -5,7 +5,6 @@
 #include "Vintrel/shell/StatusContextMenu.h"
 #include "Vintrel/shell/linux/BusCall.h"
 
-#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -129,19 +128,20 @@ void StatusNotifierItem::registerItem(int attempt) {
                 askForHost();
                 return;
             }
-            // Some watchers take their name before they can answer.
+            // Some watchers take their name before they can answer. Those that hang cost patience enough.
             constexpr int quickAttempts = 5;
-            constexpr std::chrono::milliseconds atFirst{50};
-            constexpr std::chrono::milliseconds longest{10'000};
-            if (attempt == quickAttempts) {
+            constexpr int mostAttempts = 12; // over three minutes; a tray that comes later tells of itself
+            if (attempt >= quickAttempts || reply.error().type() == QDBusError::NoReply) {
                 setPresence(Presence::absent); // for the time being
             }
-            QTimer::singleShot(std::min(longest, atFirst * (1 << std::min(attempt, 8))), this,
-                               [this, asked, attempt] {
-                                   if (asked == m_watchersSeen && !m_isRegistered) {
-                                       registerItem(attempt + 1);
-                                   }
-                               });
+            if (attempt < mostAttempts) {
+                constexpr std::chrono::milliseconds atFirst{50};
+                QTimer::singleShot(atFirst * (1 << attempt), this, [this, asked, attempt] {
+                    if (asked == m_watchersSeen) {
+                        registerItem(attempt + 1);
+                    }
+                });
+            }
         });
 }
 
@@ -149,6 +149,8 @@ void StatusNotifierItem::registerItem(int attempt) {
 void StatusNotifierItem::followHost() {
     if (m_isRegistered) {
         askForHost();
+    } else if (m_presence == Presence::absent) { // then the watcher, too, may answer by now
+        take(true);
     }
 }
 

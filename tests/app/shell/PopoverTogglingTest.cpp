@@ -147,6 +147,17 @@ TEST_F(PopoverToggling, opensOnceItIsKnownWhetherThereIsATray) {
     }
 }
 
+TEST_F(PopoverToggling, aClickMeanwhileIsAllThatCounts) {
+    launch();
+    item->setPresence(Presence::unknown);
+    delegate->showPopover();
+    click();
+    EXPECT_TRUE(isOpen());
+    click();
+    item->setPresence(Presence::shown);
+    EXPECT_FALSE(isOpen()) << "it has been closed since";
+}
+
 TEST_F(PopoverToggling, doesNotWaitForEverForATray) {
     launch();
     item->setPresence(Presence::unknown);

@@ -80,6 +80,16 @@ TEST_F(StatusAreaTest, fallsBackWhereSomebodyListensButNobodyShows) {
     EXPECT_TRUE(hasFallback(true));
 }
 
+TEST_F(StatusAreaTest, doesNotFallBackWhileAWatcherIsBeingAsked) {
+    makeArea();
+    ASSERT_TRUE(spinUntil([this] { return notifierItem->presence() == StatusItem::Presence::absent; }));
+    tray.refusals = 4; // for most of a second
+    tray.arrive();
+    EXPECT_TRUE(tray.hasRegistered(1));
+    EXPECT_TRUE(spinUntil([this] { return isShown(); }));
+    EXPECT_EQ(fallbacksMade, 0);
+}
+
 TEST_F(StatusAreaTest, movesToTheBusAndBackAsTraysComeAndGo) {
     makeArea();
     ASSERT_TRUE(hasFallback(true));

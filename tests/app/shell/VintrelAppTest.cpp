@@ -73,6 +73,21 @@ TEST_F(VintrelAppTest, endsWithTheWindowThatFollowedThePopover) {
     EXPECT_TRUE(endsWithItsWindow());
 }
 
+TEST_F(VintrelAppTest, whileAPanelStartsAgainItIsNotKnownWhetherToEnd) {
+    start({.isToShow = true}, Presence::absent); // which makes it a window
+    item->setPresence(Presence::unknown);
+    EXPECT_FALSE(endsWithItsWindow());
+    EXPECT_TRUE(endsAfter([this] { item->setPresence(Presence::absent); }));
+}
+
+TEST_F(VintrelAppTest, goesOnInAPanelThatHasStartedAgain) {
+    start({.isToShow = true}, Presence::absent); // which makes it a window
+    item->setPresence(Presence::unknown);
+    EXPECT_FALSE(endsWithItsWindow());
+    EXPECT_FALSE(endsAfter([this] { item->setPresence(Presence::shown); }));
+    EXPECT_FALSE(endsAfter([this] { item->setPresence(Presence::absent); })) << "no window has closed since";
+}
+
 TEST_F(VintrelAppTest, endsOnlyWithTheLastWindow) {
     start({.isToShow = true}, Presence::absent);
     app->appDelegate().openSettings();
