@@ -152,10 +152,10 @@ void GlobalShortcuts::request(const QString& method, QVariantList arguments, QVa
 }
 
 /// The reply to the call before this one is of no interest any more.
-void GlobalShortcuts::call(const QString& object, const QString& interface, const QString& method,
+void GlobalShortcuts::call(const QString& object, const QString& ofInterface, const QString& method,
                            const QVariantList& arguments, std::function<void(const QDBusError&)> onReply) {
     m_call = std::make_unique<QDBusPendingCallWatcher>(
-        m_portal->call(object, interface, method, arguments, patience));
+        m_portal->call(object, ofInterface, method, arguments, patience));
     connect(m_call.get(), &QDBusPendingCallWatcher::finished, this,
             [this, onReply = std::move(onReply)](QDBusPendingCallWatcher* finished) {
                 m_call.release()->deleteLater();
