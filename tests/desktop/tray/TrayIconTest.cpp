@@ -30,15 +30,10 @@ std::string nameOf(const testing::TestParamInfo<PanelKind>& info) {
     return "trayer";
 }
 
-/// Some panels make three clicks of a double one.
-constexpr std::chrono::milliseconds noDoubleClick{600};
-
 } // namespace
 
 TEST_P(TrayIcon, aClickOpensThePopoverAndTheNextClosesIt) {
-    panel().start();
-    start();
-    const auto badge = awaitBadge();
+    const auto badge = startInPanel();
     ASSERT_TRUE(badge);
     click(*badge);
     ASSERT_TRUE(awaitPopover());
@@ -58,9 +53,7 @@ TEST_P(TrayIcon, aClickOpensThePopoverAndTheNextClosesIt) {
 }
 
 TEST_P(PlacedPopover, standsBesideTheIcon) {
-    panel().start();
-    start();
-    const auto badge = awaitBadge();
+    const auto badge = startInPanel();
     ASSERT_TRUE(badge);
     click(*badge);
     const auto opened = awaitPopover();
@@ -72,9 +65,7 @@ TEST_P(PlacedPopover, standsBesideTheIcon) {
 }
 
 TEST_P(PlacedPopover, goesWithAClickElsewhere) {
-    panel().start();
-    start();
-    const auto badge = awaitBadge();
+    const auto badge = startInPanel();
     ASSERT_TRUE(badge);
     const OtherWindow other(screen().display(), {100, 500, 200, 100});
     click(*badge);
@@ -84,9 +75,7 @@ TEST_P(PlacedPopover, goesWithAClickElsewhere) {
 }
 
 TEST_P(FloatingPopover, staysWhenTheUserTurnsToAnotherWindow) {
-    panel().start();
-    start();
-    const auto badge = awaitBadge();
+    const auto badge = startInPanel();
     ASSERT_TRUE(badge);
     click(*badge);
     ASSERT_TRUE(awaitPopover());
@@ -121,9 +110,7 @@ TEST_P(TrayIcon, appearsInAPanelThatStartsLater) {
 }
 
 TEST_P(TrayIcon, appearsAgainInAPanelThatCrashed) {
-    panel().start();
-    start();
-    ASSERT_TRUE(awaitBadge());
+    ASSERT_TRUE(startInPanel());
     for (int round = 0; round < 2; ++round) {
         panel().crash();
         EXPECT_TRUE(awaitNoBadge());
@@ -139,9 +126,7 @@ TEST_P(TrayIcon, appearsAgainInAPanelThatCrashed) {
 }
 
 TEST_P(TrayIcon, itsMenuQuits) {
-    panel().start();
-    start();
-    const auto badge = awaitBadge();
+    const auto badge = startInPanel();
     ASSERT_TRUE(badge);
     click(*badge, 3);
     spinFor(std::chrono::milliseconds(700)); // until the panel has read the menu and shows it

@@ -32,7 +32,7 @@ public:
         return changes.count();
     }
 
-    void startInPanel() {
+    void startAndSettle() {
         panel().start();
         start();
         EXPECT_TRUE(spinUntil([this] { return bus().isOffered("dev.vintrel.Vintrel"); }));
@@ -41,9 +41,6 @@ public:
         spinFor(std::chrono::milliseconds(1'500)); // until the pulse for the first stray is over
     }
 };
-
-/// Some panels make three clicks of a double one.
-constexpr std::chrono::milliseconds noDoubleClick{600};
 
 constexpr int changesOfLook = 3; // it scans, it has found something, it scans no more
 constexpr int framesOfPulse = 4; // at the least; there are twelve
@@ -92,7 +89,7 @@ TEST_P(TrayRequests, aLinkMakesItScan) {
 
 TEST_P(IconPulse, showsThatThereAreMore) {
     startPortal({"dark"});
-    startInPanel();
+    startAndSettle();
     int most = 0;
     for (int tries = 0; tries < mostTries && most < changesOfLook + framesOfPulse; ++tries) {
         most = std::max(most, changesAfterScan());
@@ -102,7 +99,7 @@ TEST_P(IconPulse, showsThatThereAreMore) {
 
 TEST_P(IconPulse, isNotForWhoPrefersReducedMotion) {
     startPortal({"dark", "calm"});
-    startInPanel();
+    startAndSettle();
     for (int tries = 0; tries < 2; ++tries) {
         EXPECT_LE(changesAfterScan(), changesOfLook);
     }

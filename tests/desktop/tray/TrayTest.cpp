@@ -81,6 +81,12 @@ void TrayTest::startPortal(const std::vector<std::string>& arguments) {
     }
 }
 
+std::optional<QRect> TrayTest::startInPanel() {
+    panel().start();
+    start();
+    return awaitBadge();
+}
+
 std::optional<QRect> TrayTest::badge() const {
     return findColor(m_screen.display(), Vintrel::PanelColors::on({}).safe);
 }

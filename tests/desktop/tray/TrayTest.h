@@ -10,6 +10,7 @@
 #include "tests/support/Stray.h"
 #include "tests/support/TemporaryFolder.h"
 
+#include <chrono>
 #include <map>
 #include <memory>
 #include <optional>
@@ -19,6 +20,9 @@
 #include <QRect>
 
 namespace VintrelTests {
+
+/// Some panels make three clicks of a double one.
+inline constexpr std::chrono::milliseconds noDoubleClick{600};
 
 /// A test of the program in the tray of a real panel, with real clicks. There is one stray, so that the icon
 /// has a badge, by which it is found on the screen.
@@ -37,6 +41,9 @@ public:
 
     /// Starts the program; unless told otherwise, as at login.
     void start(std::vector<std::string> arguments = {"--service"});
+
+    /// Starts the panel and the program: where the icon's badge is. Absent when it does not come.
+    [[nodiscard]] std::optional<QRect> startInPanel();
 
     /// Starts it once more, with these arguments: the exit status. Absent when it does not end.
     [[nodiscard]] std::optional<int> startAgain(const std::vector<std::string>& arguments = {}) const;
