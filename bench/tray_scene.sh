@@ -10,29 +10,13 @@ bin=$(realpath "${1:-$source_folder/build/release}")/bin
 for program in vintrel-app bench_tray bare_tray; do
     [[ -x $bin/$program ]] || { echo "tray_scene.sh: $bin/$program is missing" >&2; exit 1; }
 done
-for tool in Xvfb dbus-run-session; do
-    command -v "$tool" >/dev/null || { echo "tray_scene.sh: $tool is missing" >&2; exit 1; }
-done
+command -v dbus-run-session >/dev/null || { echo "tray_scene.sh: dbus-run-session is missing" >&2; exit 1; }
 
-folder=$(mktemp -d)
-server_pid=
-finish() {
-    if [[ -n $server_pid ]]; then
-        kill "$server_pid" 2>/dev/null || true
-        wait "$server_pid" 2>/dev/null || true
-    fi
-    rm -rf "$folder"
-}
-trap finish EXIT
-
-# The server chooses a free number and tells it.
-mkfifo "$folder/display"
-Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp 3>"$folder/display" >"$folder/server.log" 2>&1 &
-server_pid=$!
-read -r -t 20 display <"$folder/display" || { cat "$folder/server.log" >&2; exit 1; }
+# shellcheck source=bench/screen.sh
+source "$(dirname "${BASH_SOURCE[0]}")/screen.sh"
 
 unset WAYLAND_DISPLAY XDG_CURRENT_DESKTOP QT_SCALE_FACTOR QT_STYLE_OVERRIDE QT_QPA_PLATFORMTHEME
-export DISPLAY=:$display QT_QPA_PLATFORM=xcb LC_ALL=C.UTF-8
+export QT_QPA_PLATFORM=xcb LC_ALL=C.UTF-8
 export HOME=$folder/home XDG_CONFIG_HOME=$folder/config XDG_DATA_HOME=$folder/data XDG_CACHE_HOME=$folder/cache
 export XDG_STATE_HOME=$folder/state XDG_RUNTIME_DIR=$folder/runtime
 mkdir -p "$HOME" "$XDG_CONFIG_HOME/Vintrel" "$XDG_RUNTIME_DIR"

@@ -13,29 +13,14 @@ bin=$(realpath "${1:-$source_folder/build/release}")/bin
 if [[ $# -gt 0 ]]; then matters=("$@"); else matters=(open filter rescan memory idle); fi
 program=$bin/bench_views
 [[ -x $program ]] || { echo "views_scene.sh: $program is missing" >&2; exit 1; }
-command -v Xvfb >/dev/null || { echo "views_scene.sh: Xvfb is missing" >&2; exit 1; }
 
-folder=$(mktemp -d)
-server_pid=
-finish() {
-    if [[ -n $server_pid ]]; then
-        kill "$server_pid" 2>/dev/null || true
-        wait "$server_pid" 2>/dev/null || true
-    fi
-    rm -rf "$folder"
-}
-trap finish EXIT
-
-# The server chooses a free number and tells it.
-mkfifo "$folder/display"
-Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp 3>"$folder/display" >"$folder/server.log" 2>&1 &
-server_pid=$!
-read -r -t 20 display <"$folder/display" || { cat "$folder/server.log" >&2; exit 1; }
+# shellcheck source=bench/screen.sh
+source "$(dirname "${BASH_SOURCE[0]}")/screen.sh"
 
 # No message bus, and none started on demand.
 export DBUS_SESSION_BUS_ADDRESS=unix:path=$folder/none
 unset WAYLAND_DISPLAY QT_SCALE_FACTOR QT_STYLE_OVERRIDE
-export DISPLAY=:$display QT_QPA_PLATFORM=xcb XDG_RUNTIME_DIR=$folder/runtime LC_ALL=C.UTF-8
+export QT_QPA_PLATFORM=xcb XDG_RUNTIME_DIR=$folder/runtime LC_ALL=C.UTF-8
 mkdir -m 700 "$XDG_RUNTIME_DIR"
 
 echo "| what | median (least to most) | processor time | target | verdict |"
