@@ -146,10 +146,8 @@ is_current() {
     -o -newercm "$stamp" -print -quit 2>/dev/null) && [[ -z $changed ]]
 }
 
-# test_jobs   How many tests at a time: many of them wait for something most of their time.
-test_jobs() {
-  printf '%s\n' $(($(nproc) * 3 / 2))
-}
+# test_places   How many places ctest has: TEST_PLACES_OF_A_CORE for each core, because most tests mostly wait.
+test_places() { printf '%s\n' $(($(nproc) * 6)); }
 
 # install_darwin_compiler   Compiles C++ for macOS on any system, and brings that system's headers along.
 install_darwin_compiler() {
