@@ -4,7 +4,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 source packaging/setup.sh
-install_packages packaging/packages.txt run deb ci
+install_packages packaging/packages.txt check
 
 root=$(mktemp -d)
 trap 'rm -rf "$root"' EXIT
