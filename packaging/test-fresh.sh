@@ -151,26 +151,29 @@ look_quickly() {
   leave_copy
 }
 
-quickly=
-if [[ ${1:-} == --quick ]]; then
-  quickly=yes
-  shift
-fi
-releases=("$@")
-if [[ $# -eq 0 ]]; then
-  releases=(bookworm)
-elif [[ $* == all ]]; then
-  releases=()
-  for release in bookworm trixie noble; do
-    if mirror_of "$release" >/dev/null; then releases+=("$release"); else echo "$release: no mirror"; fi
-  done
-fi
-for release in "${releases[@]}"; do
-  if [[ -n $quickly ]]; then
-    look_quickly
-  else
-    make_clean_system "$release"
-    try_as_root
-    try_as_user
+# In one piece: a run takes long, and the shell reads on in a script that was changed meanwhile.
+main() {
+  local quickly='' releases=()
+  if [[ ${1:-} == --quick ]]; then
+    quickly=yes
+    shift
   fi
-done
+  releases=("${@:-bookworm}")
+  if [[ $* == all ]]; then
+    releases=()
+    for release in bookworm trixie noble; do
+      if mirror_of "$release" >/dev/null; then releases+=("$release"); else echo "$release: no mirror"; fi
+    done
+  fi
+  for release in "${releases[@]}"; do
+    if [[ -n $quickly ]]; then
+      look_quickly
+    else
+      make_clean_system "$release"
+      try_as_root
+      try_as_user
+    fi
+  done
+  exit
+}
+main "$@"
