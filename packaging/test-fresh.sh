@@ -7,6 +7,7 @@
 #   packaging/test-fresh.sh all                  the same in bookworm, trixie and noble, as far as there is a mirror
 #   packaging/test-fresh.sh --quick [RELEASE]    only whether packages.txt names all that every build's configuration
 #                                                and the making of packages need
+# shellcheck disable=SC2317 # in_layer calls functions by their names
 set -euo pipefail
 cd "$(dirname "$0")/.."
 source packaging/setup.sh
@@ -81,26 +82,58 @@ copy_project() {
     tar --create --null --files-from=- --ignore-failed-read 2>/dev/null | tar -x -C "$root/root/vintrel"
 }
 
-# installed_system   Sets $full to the folder below $base with what installing all of packages.txt adds to the clean
-# system; made anew when the list or the system has changed.
-installed_system() {
-  local groups left
-  full=full.$({ cat packaging/packages.txt && stat -c %Y "$base/made"; } | sha256sum | head -c 16)
-  if [[ ! -e $base/$full ]]; then
-    for left in "$base"/full.*; do
-      if [[ -d $left ]] && flock --nonblock "$left" true; then rm -rf --one-file-system "$left"; fi
-    done
-    mapfile -t groups < <(sed -n 's/^\([a-z]\+\) .*/\1/p' packaging/packages.txt | sort -u)
-    enter_copy system
+# lower_systems LAYER   What a layer of installed packages lies on, and the layer itself, as enter_copy wants it. Each
+# group is seen to suffice for its command, without what other groups bring along.
+lower_systems() {
+  case $1 in
+    run) echo "$installed/run system" ;;
+    everything) echo "$installed/everything $(lower_systems test)" ;;
+    *) echo "$installed/$1 $(lower_systems run)" ;;
+  esac
+}
+
+# groups_of LAYER
+groups_of() {
+  case $1 in
+    run) echo run ;;
+    everything) sed -n 's/^\([a-z]\+\) .*/\1/p' packaging/packages.txt | sort -u ;;
+    *) echo run "$1" ;;
+  esac
+}
+
+# install_layer LAYER   Once for each state of packages.txt.
+install_layer() {
+  local below groups lock
+  exec {lock}<"$base/made"
+  flock "$lock"
+  if [[ ! -e $base/$installed/$1 ]]; then
+    read -ra below <<<"$(lower_systems "$1")"
+    read -ra groups <<<"$(groups_of "$1" | tr '\n' ' ')"
+    enter_copy "${below[@]:1}"
     copy_project
     echo force-unsafe-io >"$root/etc/dpkg/dpkg.cfg.d/quick"
     # shellcheck disable=SC2016 # for the shell in there
     in_project bash -c 'source packaging/setup.sh; install_packages packaging/packages.txt "$@"' "$release" "${groups[@]}"
     rm -r "$root/root/vintrel" "$root/etc/dpkg/dpkg.cfg.d/quick"
-    leave_copy "$base/$full"
+    leave_copy "$base/$installed/$1"
   fi
-  exec {full_lock}<"$base/$full"
-  flock --shared "$full_lock"
+  exec {lock}<&-
+}
+
+# hold_layers   Sets $installed to the folder below $base for the layers of this packages.txt on this clean system, and
+# removes what no run has used for a week.
+hold_layers() {
+  local left lock
+  installed=full.$({ cat packaging/packages.txt && stat -c %Y "$base/made"; } | sha256sum | head -c 16)
+  exec {lock}<"$base/made"
+  flock "$lock"
+  mkdir -p "$base/$installed"
+  touch "$base/$installed"
+  while read -r left; do
+    if flock --nonblock "$left" true; then rm -rf --one-file-system "$left"; fi
+  done < <(find "$base" -maxdepth 1 -name 'full.*' -mtime +7)
+  exec {installed_lock}<"$base/$installed" {lock}<&-
+  flock --shared "$installed_lock"
 }
 
 expect_needs_met() {
@@ -111,46 +144,59 @@ expect_needs_met() {
     done < <(sed -n "s/^[a-z]\+ \+//p" packaging/packages.txt)' "$release"
 }
 
-# expect_configured   Every preset, those with optional parts too.
+# expect_configured PRESET...   Those with optional parts too.
 expect_configured() {
-  local preset presets failed=''
+  local preset failed=''
   local -A jobs
-  mapfile -t presets < <(in_project cmake --list-presets | sed -n 's/^ *"\([^"]*\)".*/\1/p')
-  [[ ${#presets[@]} -gt 0 ]] || die "there are no presets"
-  for preset in "${presets[@]}"; do
-    in_project cmake --preset "$preset" -DCMAKE_INSTALL_PREFIX=/usr -DCMAKE_REQUIRE_FIND_PACKAGE_benchmark=ON --no-warn-unused-cli \
+  for preset in "$@"; do
+    in_project cmake --preset "$preset" -DCMAKE_INSTALL_PREFIX=/usr --no-warn-unused-cli "${optional[@]}" \
       >"$work/$preset" 2>&1 &
     jobs[$preset]=$!
   done
-  for preset in "${presets[@]}"; do
+  for preset in "$@"; do
     wait "${jobs[$preset]}" || failed+=" $preset"
   done
   for preset in $failed; do grep -A 12 '^CMake Error' "$work/$preset" >&2 || tail -n 20 "$work/$preset" >&2; done
-  [[ -z $failed ]] || die "$release: with packages.txt alone these cannot be configured:$failed"
-  printf '%s: configured: %s\n' "$release" "${presets[*]}"
+  [[ -z $failed ]] || die "$release: with $layer of packages.txt these cannot be configured:$failed"
 }
 
 # expect_packages   Made like the real ones, with another program in the place of those that building takes minutes for.
 expect_packages() {
   local program
+  expect_configured release
   in_project mkdir -p build/release/bin
   for program in vintrel vintrel-app; do
     cp "$root/bin/true" "$root/root/vintrel/build/release/bin/$program"
   done
   in_project cpack --config build/release/CPackConfig.cmake -B build/packages >"$work/cpack" 2>&1 ||
-    { tail -n 20 "$work/cpack" >&2; die "$release: packages cannot be made"; }
-  printf '%s: packages can be made\n' "$release"
+    { tail -n 20 "$work/cpack" >&2; die "$release: with $layer of packages.txt no packages can be made"; }
+}
+
+# in_layer LAYER CHECK ARGUMENT...   In a copy of it.
+in_layer() {
+  local below layer=$1 start=$SECONDS
+  shift
+  install_layer "$layer"
+  read -ra below <<<"$(lower_systems "$layer")"
+  enter_copy "${below[@]}"
+  copy_project
+  "$@"
+  leave_copy
+  printf '%s: %s suffices for %s (%d s)\n' "$release" "$layer" "${*//_/ }" $((SECONDS - start))
 }
 
 look_quickly() {
+  local presets optional=()
   make_clean_system "$release"
-  installed_system
-  enter_copy "$full" system
-  copy_project
-  expect_needs_met
-  expect_configured
-  expect_packages
-  leave_copy
+  hold_layers
+  in_layer run expect_configured release
+  in_layer deb expect_packages
+  in_layer test expect_configured debug
+  in_layer everything expect_needs_met
+  mapfile -t presets < <(cmake --list-presets | sed -n 's/^ *"\([^"]*\)".*/\1/p')
+  [[ ${#presets[@]} -gt 0 ]] || die "there are no presets"
+  optional=(-DCMAKE_REQUIRE_FIND_PACKAGE_benchmark=ON)
+  in_layer everything expect_configured "${presets[@]}"
 }
 
 # In one piece: a run takes long, and the shell reads on in a script that was changed meanwhile.
