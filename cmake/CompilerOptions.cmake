@@ -12,6 +12,10 @@ if(VINTREL_SANITIZE)
   add_compile_options(-fsanitize=${VINTREL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${VINTREL_SANITIZE})
 endif()
+if(CMAKE_BUILD_TYPE STREQUAL "RelWithDebInfo")
+  # The same sources give the same programs in every folder; debuggers started in this one find them.
+  add_compile_options(-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.)
+endif()
 
 # A test program of Qt is linked in a fifth of the time by one of these. Releases keep the usual linker.
 if(VINTREL_TESTS)
