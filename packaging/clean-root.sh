@@ -33,7 +33,7 @@ sweep() {
 }
 
 # make_clean_system RELEASE   Sets $base, below which the clean system of that release is. It is made anew every month,
-# so that it does not fall behind its release.
+# so that it does not fall behind its release, unless a run uses it.
 make_clean_system() {
   local site components=main lock
   base=$cache/$1
@@ -41,11 +41,14 @@ make_clean_system() {
   exec {lock}<"$base"
   flock "$lock"
   sweep
-  if [[ -z $(find "$base/made" -mtime -30 2>/dev/null) ]]; then
+  if [[ -n $(find "$base/made" -mtime +30 2>/dev/null) ]] && ! compgen -G "$base/copy.*" >/dev/null; then
+    rm "$base/made"
+  fi
+  if [[ ! -e $base/made ]]; then
     site=$(mirror_of "$1") || die "$1: no mirror"
     if grep -q ubuntu-archive-keyring "/usr/share/debootstrap/scripts/$1"; then components=main,universe; fi
     say "Making a clean system of $1 (once a month)"
-    rm -rf --one-file-system "$base"/{made,system,archives} "$base"/full.*
+    rm -rf --one-file-system "$base"/{system,archives} "$base"/full.*
     mkdir -p "$base/archives/partial"
     debootstrap --variant=minbase --components="$components" --cache-dir="$base/archives" "$1" "$base/system" "$site" \
       >"$base/log" 2>&1 || die "that failed, and it takes the network; the whole output is in $base/log"
@@ -57,8 +60,8 @@ make_clean_system() {
   exec {lock}<&-
 }
 
-# enter_copy LOWER...   Mounts at $root a copy of the systems below $base, upper ones first; $work is a folder beside it.
-# Both are gone when the script ends, or with leave_copy.
+# enter_copy LOWER...   Mounts at $root a copy of the systems below $base, upper ones first; $work is a folder beside
+# it. Both are gone when the script ends, or with leave_copy.
 enter_copy() {
   local layer layers='' lock
   for layer in "$@"; do layers+=${layers:+:}$base/$layer; done

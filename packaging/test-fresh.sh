@@ -115,7 +115,8 @@ install_layer() {
     printf '%s\n' force-unsafe-io "path-exclude=/usr/share/"{doc,help,info,locale,man}'/*' \
       >"$root/etc/dpkg/dpkg.cfg.d/quick"
     # shellcheck disable=SC2016 # for the shell in there
-    in_project bash -c 'source packaging/setup.sh; install_packages packaging/packages.txt "$@"' "$release" "${groups[@]}"
+    in_project bash -c 'source packaging/setup.sh; install_packages packaging/packages.txt "$@"' \
+      "$release" "${groups[@]}"
     rm -r "$root/root/vintrel" "$root/etc/dpkg/dpkg.cfg.d/quick"
     leave_copy "$base/$installed/$1"
   fi
