@@ -28,7 +28,7 @@ using VintrelCore::FileDescriptor;
 constexpr int mostThreads = 32;
 
 /// How long the end waits for work that was asked to stop. Tools get a fifth of a second to end.
-constexpr std::chrono::milliseconds patience{1'500};
+constexpr std::chrono::milliseconds drainTimeout{1'500};
 
 /// A pipe that makes poll return at its reading end. Reading and writing never block.
 struct Wake {
@@ -96,7 +96,7 @@ public:
         ending.ring();
         std::unique_lock lock(m_mutex);
         m_inbox.clear();
-        m_idle.wait_for(lock, patience, [this] { return m_threadCount == 0; });
+        m_idle.wait_for(lock, drainTimeout, [this] { return m_threadCount == 0; });
     }
 
     const Wake done;

@@ -32,7 +32,7 @@ using Key = Preferences::Key;
 namespace fs = std::filesystem;
 
 /// A writer holds the lock for milliseconds.
-constexpr std::chrono::seconds patience{5};
+constexpr std::chrono::seconds lockTimeout{5};
 
 constexpr std::string_view lockEnding = ".writing";
 constexpr std::string_view scratchEnding = ".scratch-";
@@ -222,7 +222,7 @@ bool Preferences::save(const std::set<Key>& keys) const {
         return false;
     }
     VintrelCore::File::makeFolders(std::string(VintrelCore::Path::parent(*path)));
-    const auto lock = VintrelCore::FileLock::take(*path + std::string(lockEnding), patience);
+    const auto lock = VintrelCore::FileLock::take(*path + std::string(lockEnding), lockTimeout);
     if (!lock) {
         return false; // somebody else is writing, and one of the two would lose what it writes
     }
@@ -247,7 +247,7 @@ bool Preferences::save(const std::set<Key>& keys) const {
 void Preferences::removeLeftovers() {
     const auto path = target(PreferencesStore::file().toStdString());
     if (path && VintrelCore::File::exists(std::string(VintrelCore::Path::parent(*path)))) {
-        if (const auto lock = VintrelCore::FileLock::take(*path + std::string(lockEnding), patience)) {
+        if (const auto lock = VintrelCore::FileLock::take(*path + std::string(lockEnding), lockTimeout)) {
             removeLeftoversOf(*path);
         }
     }

@@ -15,15 +15,15 @@ using VintrelCore::Protection;
 namespace {
 
 /// A folder that takes longer does not answer.
-constexpr std::chrono::seconds patience{2};
+constexpr std::chrono::seconds linkTimeout{2};
 
 } // namespace
 
 ProtectedFolders::ProtectedFolders(QObject* parent)
     : QObject(parent),
       m_protection{.home = VintrelCore::resolvedFolder(VintrelCore::Platform::homeFolder())} {
-    m_patience.setSingleShot(true);
-    connect(&m_patience, &QTimer::timeout, this, [this] {
+    m_linkTimer.setSingleShot(true);
+    connect(&m_linkTimer, &QTimer::timeout, this, [this] {
         m_areUnreachable = true;
         finish();
     });
@@ -54,7 +54,7 @@ void ProtectedFolders::followLinks() {
         return;
     }
     m_isLooking = true;
-    m_patience.start(patience);
+    m_linkTimer.start(linkTimeout);
     const auto work = [entries = m_protection.entries, home = m_protection.home](int) {
         return Protection::resolve(entries, home);
     };
@@ -65,7 +65,7 @@ void ProtectedFolders::followLinks() {
         if (std::exchange(m_isToLookAgain, false)) {
             followLinks();
         } else {
-            m_patience.stop();
+            m_linkTimer.stop();
             finish();
         }
     });

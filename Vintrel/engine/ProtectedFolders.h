@@ -41,7 +41,7 @@ private:
     bool m_areUnreachable = false;
     bool m_isLooking = false;     // off the main thread
     bool m_isToLookAgain = false; // for other entries
-    QTimer m_patience;
+    QTimer m_linkTimer;
     std::vector<std::function<void()>> m_waiting;
 };
 

@@ -70,7 +70,7 @@ void findCandidates(const Inputs& inputs, const ScanSources& sources, int interr
 
 Results run(const Inputs& inputs, const ScanSources& sources, int interrupt) {
     Results results;
-    DockerService::OwnersAnswer owners;
+    VintrelCore::DockerService::OwnersAnswer owners;
     AncestryResolver::ProcessTable processTable;
     {
         // Nothing depends on these two.

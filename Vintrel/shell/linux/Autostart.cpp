@@ -53,7 +53,7 @@ constexpr auto usualValues = std::to_array<std::pair<std::string_view, std::stri
     {"X-LXQt-Need-Tray", "true"},
 });
 
-std::string variable(const char* name) {
+std::string environmentValue(const char* name) {
     const char* const value = std::getenv(name); // NOLINT(concurrency-mt-unsafe): nobody sets it
     return value != nullptr ? value : "";
 }
@@ -75,7 +75,7 @@ std::string entryBelow(std::string_view folder) {
 
 /// "" without a home.
 std::string userEntry() {
-    const std::string configured = variable("XDG_CONFIG_HOME");
+    const std::string configured = environmentValue("XDG_CONFIG_HOME");
     if (configured.starts_with('/')) { // a relative one is to be disregarded
         return entryBelow(configured);
     }
@@ -85,7 +85,7 @@ std::string userEntry() {
 
 /// Those that may be there for all users, best first.
 std::vector<std::string> entriesForAll() {
-    const std::string configured = variable("XDG_CONFIG_DIRS");
+    const std::string configured = environmentValue("XDG_CONFIG_DIRS");
     std::vector<std::string> entries;
     for (const std::string& folder : pieces(configured.empty() ? "/etc/xdg" : configured, ':')) {
         if (folder.starts_with('/')) {
@@ -154,8 +154,8 @@ bool write(const std::string& path, const std::string& text) {
 Autostart::Autostart(std::string program) : m_program(std::move(program)) {}
 
 Autostart::Surroundings Autostart::Surroundings::present() {
-    return {.desktops = pieces(variable("XDG_CURRENT_DESKTOP"), ':'),
-            .programs = pieces(variable("PATH"), ':')};
+    return {.desktops = pieces(environmentValue("XDG_CURRENT_DESKTOP"), ':'),
+            .programs = pieces(environmentValue("PATH"), ':')};
 }
 
 bool Autostart::isInEffect(const DesktopEntry& entry, const Surroundings& surroundings) {

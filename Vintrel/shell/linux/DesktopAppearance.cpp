@@ -23,7 +23,7 @@ namespace Vintrel {
 
 namespace {
 
-const QString interface = QStringLiteral("org.freedesktop.portal.Settings");
+const QString settingsInterface = QStringLiteral("org.freedesktop.portal.Settings");
 
 /// The values of each group by their keys.
 using Groups = QMap<QString, QVariantMap>;
@@ -65,7 +65,7 @@ DesktopAppearance::DesktopAppearance(QDBusConnection bus, AppearanceSurroundings
     qDBusRegisterMetaType<Groups>();
     qRegisterMetaType<QDBusVariant>(); // by its name, which the slot below is found by
     connect(m_portal.get(), &Portal::arrived, this, &DesktopAppearance::ask);
-    m_bus.connect(Portal::service, Portal::path, interface, QStringLiteral("SettingChanged"), this,
+    m_bus.connect(Portal::service, Portal::path, settingsInterface, QStringLiteral("SettingChanged"), this,
                   SLOT(noteChange(QString, QString, QDBusVariant)));
     ask();
 }
@@ -80,7 +80,7 @@ void DesktopAppearance::ask() {
     // Nobody waits, so a portal that takes its time at login may take it.
     constexpr int forEver = std::numeric_limits<int>::max();
     auto* const watcher = new QDBusPendingCallWatcher(
-        m_portal->call(Portal::path, interface, QStringLiteral("ReadAll"), {wanted}, forEver), this);
+        m_portal->call(Portal::path, settingsInterface, QStringLiteral("ReadAll"), {wanted}, forEver), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* finished) {
         finished->deleteLater();
         const QDBusPendingReply<Groups> reply = *finished;

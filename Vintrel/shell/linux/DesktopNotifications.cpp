@@ -16,10 +16,10 @@ namespace {
 
 const QString service = QStringLiteral("org.freedesktop.Notifications");
 const QString path = QStringLiteral("/org/freedesktop/Notifications");
-const QString& interface = service;
+const QString& notificationsInterface = service;
 
 QDBusMessage message(const QString& method) {
-    return QDBusMessage::createMethodCall(service, path, interface, method);
+    return QDBusMessage::createMethodCall(service, path, notificationsInterface, method);
 }
 
 } // namespace
@@ -30,11 +30,11 @@ DesktopNotifications::DesktopNotifications(QDBusConnection bus, QObject* parent)
       m_serverWatcher(service, m_bus, QDBusServiceWatcher::WatchForOwnerChange) {
     // The next server counts from the start again.
     connect(&m_serverWatcher, &QDBusServiceWatcher::serviceOwnerChanged, this, [this] { m_shown.clear(); });
-    m_bus.connect(service, path, interface, QStringLiteral("ActivationToken"), this,
+    m_bus.connect(service, path, notificationsInterface, QStringLiteral("ActivationToken"), this,
                   SLOT(noteActivationToken(uint, QString)));
-    m_bus.connect(service, path, interface, QStringLiteral("ActionInvoked"), this,
+    m_bus.connect(service, path, notificationsInterface, QStringLiteral("ActionInvoked"), this,
                   SLOT(noteAction(uint, QString)));
-    m_bus.connect(service, path, interface, QStringLiteral("NotificationClosed"), this,
+    m_bus.connect(service, path, notificationsInterface, QStringLiteral("NotificationClosed"), this,
                   SLOT(noteClosed(uint)));
 }
 

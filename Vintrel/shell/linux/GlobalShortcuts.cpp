@@ -19,7 +19,7 @@ namespace AtomicFile = VintrelCore::AtomicFile;
 
 namespace {
 
-const QString interface = QStringLiteral("org.freedesktop.portal.GlobalShortcuts");
+const QString shortcutsInterface = QStringLiteral("org.freedesktop.portal.GlobalShortcuts");
 const QString requestInterface = QStringLiteral("org.freedesktop.portal.Request");
 const QString sessionInterface = QStringLiteral("org.freedesktop.portal.Session");
 
@@ -144,7 +144,7 @@ void GlobalShortcuts::request(const QString& method, QVariantList arguments, QVa
     m_bus.connect(Portal::service, m_request, requestInterface, QStringLiteral("Response"), this, slot);
     options.insert(QStringLiteral("handle_token"), token);
     arguments.append(options);
-    call(Portal::path, interface, method, arguments, [this](const QDBusError& error) {
+    call(Portal::path, shortcutsInterface, method, arguments, [this](const QDBusError& error) {
         if (error.isValid()) {
             noteError(error);
         }
@@ -182,7 +182,7 @@ void GlobalShortcuts::noteSession(uint response, const QVariantMap& results) {
         return;
     }
     m_session = session.toString();
-    m_bus.connect(Portal::service, Portal::path, interface, QStringLiteral("Activated"), this,
+    m_bus.connect(Portal::service, Portal::path, shortcutsInterface, QStringLiteral("Activated"), this,
                   SLOT(noteActivated(QDBusObjectPath, QString)));
     m_bus.connect(Portal::service, m_session, sessionInterface, QStringLiteral("Closed"), this,
                   SLOT(noteClosed(QDBusMessage)));

@@ -15,14 +15,14 @@ namespace Vintrel {
 
 namespace {
 
-constexpr int inset = 12;
+constexpr int sideInset = 12;
 constexpr int padding = 7; // above and below
 constexpr int gap = 10;    // between the label and the switch
 constexpr QSize trackSize(34, 20);
 constexpr int ringWidth = 3; // what the focus ring takes around the switch
 constexpr int unlimited = 1'000'000;
 
-constexpr int besideLabel = inset + gap + trackSize.width() + inset;
+constexpr int besideLabel = sideInset + gap + trackSize.width() + sideInset;
 
 QFont labelFont() {
     return textFont(TextSize::body);
@@ -72,11 +72,11 @@ void ToggleRow::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
     painter.setFont(labelFont());
     painter.setPen(Theme::current().primary);
-    const QRect label = rect().adjusted(inset, 0, inset - besideLabel, 0);
+    const QRect label = rect().adjusted(sideInset, 0, sideInset - besideLabel, 0);
     const auto alignment = QStyle::visualAlignment(layoutDirection(), Qt::AlignLeading | Qt::AlignVCenter);
     painter.drawText(QStyle::visualRect(layoutDirection(), rect(), label),
                      static_cast<int>(alignment) | Qt::TextWordWrap, m_label);
-    const QRect track(QPoint(width() - inset - trackSize.width(), (height() - trackSize.height()) / 2),
+    const QRect track(QPoint(width() - sideInset - trackSize.width(), (height() - trackSize.height()) / 2),
                       trackSize);
     paintSwitch(painter, QStyle::visualRect(layoutDirection(), rect(), track));
 }

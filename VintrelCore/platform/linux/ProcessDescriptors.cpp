@@ -20,7 +20,7 @@ namespace VintrelCore::Platform {
 
 namespace {
 
-constexpr size_t maxRecord = size_t{16} << 10;
+constexpr size_t maxStatusBytes = size_t{16} << 10;
 
 /// Leaves some for records, pipes and the log: a batch may be larger than the limit.
 bool isAmongTheLastDescriptors(const FileDescriptor& descriptor) {
@@ -34,7 +34,8 @@ bool isAmongTheLastDescriptors(const FileDescriptor& descriptor) {
 /// belongs to another process namespace, the record of that number is another process's.
 bool isKnownAs(int32_t pid, const FileDescriptor& process) {
     constexpr int32_t ended = -1;
-    const auto info = File::readKernelFile("/proc/self/fdinfo/" + std::to_string(process.get()), maxRecord);
+    const auto info =
+        File::readKernelFile("/proc/self/fdinfo/" + std::to_string(process.get()), maxStatusBytes);
     const auto known = info ? ProcFiles::parsePID(*info) : std::nullopt;
     return known == pid || known == ended;
 }
@@ -52,7 +53,7 @@ bool isProcess(int32_t pid) {
     if (::kill(pid, 0) != 0 && errno == ESRCH) {
         return false;
     }
-    const auto status = File::readKernelFile("/proc/" + std::to_string(pid) + "/status", maxRecord);
+    const auto status = File::readKernelFile("/proc/" + std::to_string(pid) + "/status", maxStatusBytes);
     const auto group = status ? ProcFiles::parseThreadGroup(*status) : std::nullopt;
     return !group || *group == pid;
 }
