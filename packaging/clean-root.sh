@@ -74,7 +74,10 @@ enter_copy() {
   trap leave_copy EXIT
   mkdir "$work"/{root,changes,overlay}
   root=$work/root
-  mount -t overlay overlay -o "lowerdir=$layers,upperdir=$work/changes,workdir=$work/overlay" "$root" ||
+  local options="lowerdir=$layers,upperdir=$work/changes,workdir=$work/overlay"
+  # What is thrown away need not reach the disk; kernels before 5.10 do not know how to leave that out.
+  mount -t overlay overlay -o "$options,volatile" "$root" 2>/dev/null ||
+    mount -t overlay overlay -o "$options" "$root" ||
     die "no copy of a system can be mounted in $cache; XDG_CACHE_HOME can name a folder on another disk"
   mount -t proc proc "$root/proc"
   mount -t sysfs -o ro sysfs "$root/sys"
@@ -91,7 +94,10 @@ leave_copy() {
   trap - EXIT
   umount --lazy --recursive "$root"
   cp -aln "$work"/archives/*.deb "$base/archives" 2>/dev/null || true # for the next run
-  if [[ -n ${1:-} ]]; then mv -T "$work/changes" "$1"; fi
+  if [[ -n ${1:-} ]]; then
+    sync --file-system "$work"
+    mv -T "$work/changes" "$1"
+  fi
   rm -rf --one-file-system "$work"
   exec {copy_lock}<&-
 }
