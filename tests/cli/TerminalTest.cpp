@@ -77,10 +77,12 @@ std::string lineOf(const std::vector<std::string>& lines, int32_t pid) {
 }
 
 /// Settings that hide whatever else runs on this machine, but not vite's servers, which are never safe.
-const std::string viteAlone =
+const std::string viteAndRules =
     "[General]\ndisabledKinds=docker, uvicorn, npm, pytest, vitest, jest, playwrightTest, playwrightMCP, "
-    "chromeHelper, bun, node, nextjs, astro, cargo, goRun, electron, llmServer, mcpServer, custom";
+    "chromeHelper, bun, node, nextjs, astro, cargo, goRun, electron, llmServer, mcpServer";
+const std::string viteAlone = viteAndRules + ", custom";
 const std::string nothingAtAll = viteAlone + ", vite";
+const std::string rulesAlone = viteAndRules + ", vite";
 
 } // namespace
 
@@ -106,7 +108,9 @@ TEST(ListOnATerminal, fitsItsWidthWithWideCharactersInTheCommand) {
     for (int count = 0; count < 200; ++count) {
         wide += "漢";
     }
-    const Stray stray({.argv = {"vitest", wide}});
+    // No other row: a wide character in one takes room from all.
+    home.writeSettings(rulesAlone + "\ncustomRules=a-tool-of-this-test = Tool\n");
+    const Stray stray({.argv = {"a-tool-of-this-test", wide}});
     for (const int columns : {130, 180}) {
         const auto line = lineOf(linesOnTerminal(home, columns), stray.pid());
         EXPECT_TRUE(line.ends_with("漢漢…")) << line;

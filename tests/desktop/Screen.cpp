@@ -20,11 +20,10 @@ constexpr std::string_view windowManagerSettings =
 } // namespace
 
 Screen::Screen() {
-    // It is ready when it says its number.
-    m_server.emplace(ProcessOptions{
-        .argv = {"Xvfb", "-displayfd", "1", "-nolisten", "tcp", "-screen", "0", "1000x1000x24"}});
-    m_display = ":" + m_server->readLine();
-    if (m_display == ":") {
+    takeNumber();
+    m_server.emplace(ProcessOptions{.argv = {"Xvfb", m_display, "-nolock", "-displayfd", "1", "-nolisten",
+                                             "tcp", "-screen", "0", "1000x1000x24"}});
+    if (":" + m_server->readLine() != m_display) { // it says its number when it is ready
         throw std::runtime_error("no screen");
     }
     const auto isReady = m_folder.path() / "ready";
@@ -40,8 +39,23 @@ Screen::Screen() {
 
 Screen::~Screen() {
     m_windowManager.reset();
-    m_server->signal(SIGTERM); // so that it gives its number back
+    m_server->signal(SIGTERM); // so that it removes its socket
     m_server->wait();
+}
+
+/// The servers cannot agree on their numbers: each test has a process namespace of its own, in which the lock
+/// files of the others seem to be of processes that are gone.
+void Screen::takeNumber() {
+    constexpr int first = 100;
+    constexpr int last = 199;
+    for (int number = first; number <= last && !m_number; ++number) {
+        const auto name = "vintrel-test-screen-" + std::to_string(number);
+        m_number = VintrelCore::FileLock::take(std::filesystem::temp_directory_path() / name, {});
+        m_display = ":" + std::to_string(number);
+    }
+    if (!m_number) {
+        throw std::runtime_error("no number for a screen");
+    }
 }
 
 void Screen::click(int x, int y, int button) const {

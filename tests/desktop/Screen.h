@@ -1,5 +1,6 @@
 #pragma once
 
+#include "VintrelCore/base/FileLock.h"
 #include "tests/support/Process.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -34,9 +35,11 @@ public:
     void type(const std::string& text) const;
 
 private:
+    void takeNumber();
     void simulate(std::initializer_list<std::string> words) const;
 
     TemporaryFolder m_folder;
+    std::optional<VintrelCore::FileLock> m_number;
     std::optional<Process> m_server;
     std::optional<Process> m_windowManager;
     std::string m_display;
