@@ -27,6 +27,12 @@ void complain(std::string_view line) {
     std::fprintf(stderr, "vintrel: %.*s\n", static_cast<int>(line.size()), line.data());
 }
 
+void explain(std::string_view line) {
+    if (::isatty(STDERR_FILENO) != 0) {
+        std::fprintf(stderr, "%.*s\n", static_cast<int>(line.size()), line.data());
+    }
+}
+
 int finish(std::string_view text) {
     if (print(text)) {
         return EXIT_SUCCESS;

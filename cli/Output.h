@@ -12,6 +12,9 @@ namespace Output {
 /// Tells on standard error why something is not as wished.
 void complain(std::string_view line);
 
+/// Explains the output on standard error to a reader at a terminal. Anything else sees nothing of it.
+void explain(std::string_view line);
+
 /// Prints text as all there is to say; the exit status that comes of it.
 [[nodiscard]] int finish(std::string_view text);
 

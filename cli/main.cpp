@@ -23,6 +23,7 @@ int list(bool safeOnly, const Settings& settings) {
     if (!isUsable(scan)) {
         return EXIT_FAILURE;
     }
+    const bool isAnyThere = !scan.items.empty();
     if (safeOnly) {
         std::erase_if(scan.items, [](const ProcessItem& item) { return item.bucket() != Bucket::safe; });
     }
@@ -30,7 +31,11 @@ int list(bool safeOnly, const Settings& settings) {
     if (const size_t columns = Output::terminalColumns(); columns > 0) {
         table.commandColumns = CLICore::columnsForCommands(columns, table);
     }
-    return Output::finish(CLICore::listTable(table));
+    const int status = Output::finish(CLICore::listTable(table));
+    if (scan.items.empty()) { // a heading alone looks like a failure
+        Output::explain(isAnyThere ? "No safe stray processes." : "No stray processes.");
+    }
+    return status;
 }
 
 int run(const CLICore::Command& command) {

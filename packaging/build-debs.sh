@@ -9,9 +9,11 @@ cd "$(dirname "$0")/.."
 source packaging/setup.sh
 install_packages packaging/packages.txt run deb
 
-# The same sources give the same packages.
+# The same sources give the same packages: the newest entry of their changelog says when they were made.
 if [[ -z ${SOURCE_DATE_EPOCH:-} ]]; then
-  SOURCE_DATE_EPOCH=$(date -d "$(sed -n '/^ -- /{s/.*>  //p;q}' packaging/debian/changelog.in)" +%s)
+  made=$(sed -n '/^ -- /{s/^ -- .*  //p;q}' packaging/debian/changelog.in)
+  [[ -n $made ]] || die "packaging/debian/changelog.in does not say when its newest entry was made"
+  SOURCE_DATE_EPOCH=$(date -d "$made" +%s)
 fi
 export SOURCE_DATE_EPOCH
 

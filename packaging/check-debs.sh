@@ -4,7 +4,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 source packaging/setup.sh
-install_packages packaging/packages.txt run deb ci
+install_packages packaging/packages.txt check
 
 root=$(mktemp -d)
 trap 'rm -rf "$root"' EXIT
@@ -30,6 +30,16 @@ silent "lintian" lint "${packages[@]}"
 silent "desktop entry" desktop-file-validate "$root"/usr/share/applications/*.desktop
 appstreamcli validate --no-net "$root"/usr/share/metainfo/*.xml >"$root/said" || die "metadata: $(cat "$root/said")"
 appstreamcli validate-tree --no-net "$root" >"$root/said" || die "metadata: $(cat "$root/said")"
+
+# Whoever makes them from the same sources gets the same: they tell neither of the day nor of the folder.
+# packaging/test-reproducible.sh makes them twice to see it.
+made=$(zcat "$root/usr/share/doc/vintrel/changelog.Debian.gz" | sed -n '/^ -- /{s/^ -- .*  //p;q}')
+times=$(find "$root/usr" -type f -printf '%T@\n' | cut -d . -f 1 | sort -u)
+[[ $times == "${SOURCE_DATE_EPOCH:-$(date -d "$made" +%s)}" ]] ||
+  die "the files in the packages are of other times than $made, when the changelog has them made: @${times//$'\n'/ @}"
+for program in build/release/bin/vintrel{,-app}; do
+  if [[ -e $program ]] && grep -qF "$PWD" "$program"; then die "$program names the folder that it was built in"; fi
+done
 
 for service in "$root"/usr/share/dbus-1/services/*.service; do
   program=$(sed -n 's/^Exec=\([^ ]*\).*/\1/p' "$service")

@@ -1,57 +1,18 @@
 #!/bin/bash
 # Installs, upgrades and removes the packages in build/packages in a clean system: this one's release with nothing in it
-# but what every system has; and has a session bus in there start what is installed. As root; nothing outside
-# build/clean-root is touched.
+# but what every system has; and has a session bus in there start what is installed. As root; nothing outside the user's
+# cache is touched.
 #
 #   packaging/test-debs.sh
 #
-# The clean system and the packages fetched for it stay in build/clean-root; every run works on a copy in memory.
+# The clean system and the packages fetched for it stay in the user's cache; every run works on a copy.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 source packaging/setup.sh
-readonly cache=$PWD/build/clean-root
+source packaging/clean-root.sh
+in_own_namespace packaging/test-debs.sh "$@"
 readonly lower=0.0.1-0vintrel1
 readonly id=dev.vintrel.Vintrel
-
-[[ $(id -u) -eq 0 ]] || die "only root can make a clean system to try the packages in"
-if [[ -z ${VINTREL_OWN_NAMESPACE:-} ]]; then
-  install_packages packaging/packages.txt run deb
-  # Its mounts and processes end with it, whatever happens.
-  VINTREL_OWN_NAMESPACE=yes exec unshare --mount --pid --fork --kill-child --mount-proc "$0" "$@"
-fi
-
-make_clean_system() {
-  local release site
-  release=$(sed -n 's/^VERSION_CODENAME=//p' /etc/os-release)
-  site=$(apt-get indextargets --format "\$(CODENAME) \$(COMPONENT) \$(REPO_URI)" | sed -n "s/^$release main //p" |
-    head -n 1)
-  say "Making a clean system of $release (once)"
-  rm -rf "$cache"
-  mkdir -p "$cache/archives/partial"
-  debootstrap --variant=minbase "$release" "$cache/system" ${site:+"$site"} >"$cache/log" 2>&1 ||
-    die "that failed, and it takes the network; the whole output is in $cache/log"
-  touch "$cache/made"
-}
-
-# enter_copy   Mounts a copy of the clean system that is gone when this script ends.
-enter_copy() {
-  work=$(mktemp -d)
-  trap 'umount --lazy "$work" && rmdir "$work"' EXIT
-  mount -t tmpfs none "$work"
-  mkdir "$work"/{root,changes,overlay,old}
-  root=$work/root
-  mount -t overlay overlay -o "lowerdir=$cache/system,upperdir=$work/changes,workdir=$work/overlay" "$root"
-  mount -t proc proc "$root/proc"
-  mount --rbind /dev "$root/dev"
-  mount --bind "$cache/archives" "$root/var/cache/apt/archives"
-  cp /etc/resolv.conf "$root/etc/resolv.conf"
-  mkdir -p "$root"/packages/{new,old}
-}
-
-inside() {
-  env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 CI=true DEBIAN_FRONTEND=noninteractive \
-    chroot "$root" "$@" </dev/null
-}
 
 apt() {
   inside apt-get -qy --no-install-recommends "$@" >"$work/log" 2>&1 || { cat "$work/log" >&2; die "apt-get $* failed"; }
@@ -203,10 +164,9 @@ shopt -s nullglob
 new=(build/packages/vintrel_*.deb build/packages/vintrel-app_*.deb)
 [[ ${#new[@]} -eq 2 ]] || die "build/packages does not hold the two packages; packaging/build-debs.sh makes them"
 version=$(dpkg-deb -f "${new[0]}" Version)
-if [[ ! -e $cache/made ]]; then
-  make_clean_system
-fi
-enter_copy
+make_clean_system "$(sed -n 's/^VERSION_CODENAME=//p' /etc/os-release)"
+enter_copy system
+mkdir -p "$root"/packages/{new,old} "$work/old"
 cp "${new[0]}" "$root/packages/new/vintrel.deb"
 cp "${new[1]}" "$root/packages/new/vintrel-app.deb"
 make_older "${new[@]}"

@@ -4,7 +4,7 @@
 #include "Vintrel/engine/UserNotifications.h"
 #include "VintrelCore/model/ProcessItem.h"
 #include "VintrelCore/scan/ScanCore.h"
-#include "VintrelCore/terminate/KillCore.h"
+#include "VintrelCore/terminate/KillResult.h"
 
 #include <optional>
 #include <span>

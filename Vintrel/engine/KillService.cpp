@@ -1,6 +1,7 @@
 #include "Vintrel/engine/KillService.h"
 
 #include "Vintrel/engine/Background.h"
+#include "VintrelCore/terminate/KillCore.h"
 
 namespace Vintrel::KillService {
 

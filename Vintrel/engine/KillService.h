@@ -2,7 +2,7 @@
 
 #include "VintrelCore/docker/DockerCore.h"
 #include "VintrelCore/model/ProcessItem.h"
-#include "VintrelCore/terminate/KillCore.h"
+#include "VintrelCore/terminate/KillResult.h"
 
 #include <cstdint>
 #include <functional>

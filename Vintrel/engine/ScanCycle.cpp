@@ -1,5 +1,7 @@
 #include "Vintrel/engine/ScanCycle.h"
 
+#include "VintrelCore/scan/Protection.h"
+
 #include <thread>
 #include <utility>
 

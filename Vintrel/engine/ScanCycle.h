@@ -1,7 +1,15 @@
 #pragma once
 
 #include "Vintrel/engine/ScanSources.h"
-#include "VintrelCore/VintrelCore.h"
+#include "VintrelCore/context/AncestryResolver.h"
+#include "VintrelCore/context/CwdResolver.h"
+#include "VintrelCore/context/PortRegistry.h"
+#include "VintrelCore/docker/DockerService.h"
+#include "VintrelCore/log/CPUSampler.h"
+#include "VintrelCore/model/ProcessItem.h"
+#include "VintrelCore/scan/ScanCore.h"
+#include "VintrelCore/scan/ScanFaults.h"
+#include "VintrelCore/scan/ScanRules.h"
 
 #include <cstdint>
 #include <string>

@@ -3,6 +3,9 @@
 #include "Vintrel/engine/Announcements.h"
 #include "Vintrel/engine/Background.h"
 #include "VintrelCore/base/Saturating.h"
+#include "VintrelCore/log/CleanLog.h"
+#include "VintrelCore/log/CleanLogFile.h"
+#include "VintrelCore/scan/Protection.h"
 
 #include <algorithm>
 #include <cmath>

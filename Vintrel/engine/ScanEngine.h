@@ -10,7 +10,7 @@
 #include "Vintrel/engine/ScanCycle.h"
 #include "Vintrel/engine/ScanSources.h"
 #include "Vintrel/engine/UserNotifications.h"
-#include "VintrelCore/VintrelCore.h"
+#include "VintrelCore/command/URLScheme.h"
 
 #include <cstdint>
 #include <functional>

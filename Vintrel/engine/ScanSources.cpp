@@ -1,5 +1,7 @@
 #include "Vintrel/engine/ScanSources.h"
 
+#include "VintrelCore/scan/Snapshot.h"
+
 #include <chrono>
 #include <utility>
 

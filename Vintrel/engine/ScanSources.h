@@ -1,7 +1,17 @@
 #pragma once
 
 #include "Vintrel/engine/KillService.h"
-#include "VintrelCore/VintrelCore.h"
+#include "VintrelCore/base/Shell.h"
+#include "VintrelCore/context/AncestryResolver.h"
+#include "VintrelCore/context/CwdResolver.h"
+#include "VintrelCore/context/Lsof.h"
+#include "VintrelCore/context/OpenFilesResolver.h"
+#include "VintrelCore/context/PortRegistry.h"
+#include "VintrelCore/docker/DockerService.h"
+#include "VintrelCore/log/CPUSampler.h"
+#include "VintrelCore/log/CleanEvent.h"
+#include "VintrelCore/model/ProcessItem.h"
+#include "VintrelCore/scan/ScanCore.h"
 
 #include <cstdint>
 #include <functional>

@@ -18,7 +18,10 @@ struct StartRequest {
     std::string action;            ///< the name of an action; "" for none
 
     /// Whether nothing more is asked than that the program be there.
-    [[nodiscard]] bool isPlain() const { return !isToShow && !isService && urls.empty() && action.empty(); }
+    [[nodiscard]] bool isPlain() const { return !isToShow && !isService && !isErrand(); }
+
+    /// Whether something is to be done, and nothing to be seen by who asks: a start need not stay for it.
+    [[nodiscard]] bool isErrand() const { return !isToShow && !(urls.empty() && action.empty()); }
 
     bool operator==(const StartRequest&) const = default;
 };

@@ -3,7 +3,7 @@
 #include "VintrelCore/command/CLIScan.h"
 #include "VintrelCore/log/CleanEvent.h"
 #include "VintrelCore/model/ProcessItem.h"
-#include "VintrelCore/terminate/KillCore.h"
+#include "VintrelCore/terminate/KillResult.h"
 
 #include <cstdint>
 #include <expected>

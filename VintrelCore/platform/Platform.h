@@ -2,6 +2,7 @@
 
 #include "VintrelCore/model/ProcStartTime.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -88,8 +89,22 @@ struct KernelView {
 
 // This process.
 
-/// Sets the soft limit of open descriptors to what tools cope with (lsof closes every possible one by one)
-/// and what ending many processes at once takes.
+/// Lowers the soft limit of open descriptors to what tools cope with (lsof closes every possible one by one).
+/// A lower one stays as it is: children inherit it, and may rely on it.
 void limitDescriptors();
+
+/// For as long as it lives, the soft limit of open descriptors is that of `limitDescriptors`, if `count` more
+/// descriptors need it, and as far as the hard limit allows. Children that are started meanwhile inherit it.
+/// Always the same limit, so that two of these on two threads leave the usual one behind.
+class MoreDescriptors {
+public:
+    explicit MoreDescriptors(size_t count);
+    MoreDescriptors(const MoreDescriptors&) = delete;
+    MoreDescriptors& operator=(const MoreDescriptors&) = delete;
+    ~MoreDescriptors();
+
+private:
+    std::optional<uint64_t> m_usual; // what is to be restored
+};
 
 } // namespace VintrelCore::Platform

@@ -12,6 +12,12 @@
 
 namespace VintrelCore::Platform {
 
+namespace {
+
+constexpr rlim_t mostDescriptors = 4'096;
+
+} // namespace
+
 std::string homeFolder() {
     const char* const configured = std::getenv("HOME"); // NOLINT(concurrency-mt-unsafe): nobody sets it
     if (configured != nullptr && configured[0] == '/') {
@@ -36,10 +42,30 @@ std::optional<ProcStartTime> startTime(int32_t pid) {
 }
 
 void limitDescriptors() {
-    constexpr rlim_t enough = 4'096;
     rlimit limit{};
-    if (::getrlimit(RLIMIT_NOFILE, &limit) == 0) {
-        limit.rlim_cur = std::min(enough, limit.rlim_max);
+    if (::getrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur > mostDescriptors) {
+        limit.rlim_cur = mostDescriptors;
+        ::setrlimit(RLIMIT_NOFILE, &limit);
+    }
+}
+
+MoreDescriptors::MoreDescriptors(size_t count) {
+    constexpr rlim_t others = 256; // those that the program has anyway, or needs for a moment
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0 || others + count <= limit.rlim_cur) {
+        return;
+    }
+    const rlim_t usual = limit.rlim_cur;
+    limit.rlim_cur = std::min(mostDescriptors, limit.rlim_max);
+    if (limit.rlim_cur > usual && ::setrlimit(RLIMIT_NOFILE, &limit) == 0) {
+        m_usual = usual;
+    }
+}
+
+MoreDescriptors::~MoreDescriptors() {
+    rlimit limit{};
+    if (m_usual && ::getrlimit(RLIMIT_NOFILE, &limit) == 0) {
+        limit.rlim_cur = *m_usual;
         ::setrlimit(RLIMIT_NOFILE, &limit);
     }
 }

@@ -64,6 +64,7 @@ public:
     std::vector<KillResult> run() {
         forUndecided([](RowEnding& row) { row.refuseWhatIsNeverEnded(); });
         stopContainers();
+        const Platform::MoreDescriptors more(countSignallable()); // the engine's clients went without
         const bool isToGoOn = !m_interruption.hasCome();
         forUndecided(
             [isToGoOn](RowEnding& row) { isToGoOn ? row.askToEnd() : row.giveUp(KillDetail::interrupted); });
@@ -94,6 +95,15 @@ private:
                 std::invoke(action, row);
             }
         }
+    }
+
+    /// How many processes may be signalled, each through a descriptor of its own.
+    [[nodiscard]] size_t countSignallable() const {
+        size_t count = 0;
+        for (const RowEnding& row : m_rows) {
+            count += row.isDecided() ? 0 : 1 + row.item().folded.size();
+        }
+        return count;
     }
 
     [[nodiscard]] bool anyUndecided() const { return !std::ranges::all_of(m_rows, &RowEnding::isDecided); }

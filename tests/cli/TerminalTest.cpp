@@ -1,4 +1,4 @@
-// The table on a terminal: commands take what the width leaves.
+// What the program shows on a terminal: commands take what the width leaves, and an empty table is explained.
 #include "VintrelCore/base/Text.h"
 #include "VintrelCore/base/UnicodeText.h"
 #include "tests/cli/VintrelRun.h"
@@ -19,8 +19,8 @@ using namespace VintrelTests;
 
 namespace {
 
-/// The lines that "vintrel list" prints on a terminal of so many columns.
-std::vector<std::string> linesOnTerminal(const VintrelHome& home, int columns) {
+/// What a shell's command shows on a terminal of so many columns, whose name is $0.
+std::string shownOnTerminal(const VintrelHome& home, int columns, const std::string& command) {
     const FileDescriptor other(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC));
     ::grantpt(other.get());
     ::unlockpt(other.get());
@@ -30,8 +30,7 @@ std::vector<std::string> linesOnTerminal(const VintrelHome& home, int columns) {
         .ws_row = 24, .ws_col = static_cast<unsigned short>(columns), .ws_xpixel = 0, .ws_ypixel = 0};
     ::ioctl(terminal.get(), TIOCSWINSZ, &size);
 
-    Process program({.argv = {"/bin/sh", "-c", "exec " VINTREL_PROGRAM " list >" + name},
-                     .environment = home.environment()});
+    Process program({.argv = {"/bin/sh", "-c", command, name}, .environment = home.environment()});
     std::string text;
     std::array<char, 4'096> buffer{};
     bool ended = false;
@@ -49,12 +48,23 @@ std::vector<std::string> linesOnTerminal(const VintrelHome& home, int columns) {
     }
     EXPECT_EQ(program.wait(), 0);
     std::erase(text, '\r');
+    return text;
+}
+
+/// The lines that "vintrel list" prints on a terminal of so many columns.
+std::vector<std::string> linesOnTerminal(const VintrelHome& home, int columns) {
+    const std::string text = shownOnTerminal(home, columns, "exec " VINTREL_PROGRAM " list >\"$0\"");
     std::vector<std::string> lines;
     std::string_view rest = text;
     while (const auto line = Text::takeLine(rest)) {
         lines.emplace_back(*line);
     }
     return lines;
+}
+
+/// What "vintrel list" says beside the table, on a terminal.
+std::string saidOnTerminal(const VintrelHome& home, const std::string& options = "") {
+    return shownOnTerminal(home, 80, "exec " VINTREL_PROGRAM " list " + options + " >/dev/null 2>\"$0\"");
 }
 
 std::string lineOf(const std::vector<std::string>& lines, int32_t pid) {
@@ -65,6 +75,12 @@ std::string lineOf(const std::vector<std::string>& lines, int32_t pid) {
     }
     return {};
 }
+
+/// Settings that hide whatever else runs on this machine, but not vite's servers, which are never safe.
+const std::string viteAlone =
+    "[General]\ndisabledKinds=docker, uvicorn, npm, pytest, vitest, jest, playwrightTest, playwrightMCP, "
+    "chromeHelper, bun, node, nextjs, astro, cargo, goRun, electron, llmServer, mcpServer, custom";
+const std::string nothingAtAll = viteAlone + ", vite";
 
 } // namespace
 
@@ -112,4 +128,30 @@ TEST(ListOnATerminal, cutsNothingThatFits) {
     const VintrelHome home;
     const Stray stray({.argv = {"vitest", "--watch"}});
     EXPECT_TRUE(lineOf(linesOnTerminal(home, 250), stray.pid()).ends_with("vitest --watch"));
+}
+
+TEST(ListOnATerminal, saysThatThereAreNoStrays) {
+    const VintrelHome home;
+    home.writeSettings(nothingAtAll);
+    EXPECT_EQ(saidOnTerminal(home), "No stray processes.\n");
+    EXPECT_EQ(saidOnTerminal(home, "--safe"), "No stray processes.\n");
+    const auto both = shownOnTerminal(home, 80, "exec " VINTREL_PROGRAM " list >\"$0\" 2>\"$0\"");
+    EXPECT_TRUE(both.starts_with("PID ")) << both;
+    EXPECT_TRUE(both.ends_with("COMMAND\nNo stray processes.\n")) << both;
+}
+
+TEST(ListOnATerminal, saysThatNoneOfTheStraysIsSafe) {
+    const VintrelHome home;
+    home.writeSettings(viteAlone);
+    const Stray stray({.argv = {"vite", "--port", "5199"}});
+    EXPECT_EQ(saidOnTerminal(home, "--safe"), "No safe stray processes.\n");
+    EXPECT_EQ(saidOnTerminal(home), "");
+}
+
+TEST(ListOnATerminal, explainsNothingToAPipe) {
+    const VintrelHome home;
+    home.writeSettings(nothingAtAll);
+    const auto outcome = home.run({"list"});
+    EXPECT_TRUE(outcome.output.ends_with("COMMAND\n")) << outcome.output;
+    EXPECT_EQ(outcome.errors, "");
 }

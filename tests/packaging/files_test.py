@@ -165,6 +165,45 @@ class Desktop(Installed):
         self.assertEqual([kind["CFBundleURLSchemes"] for kind in bundle["CFBundleURLTypes"]], [["vintrel"]])
 
 
+class SoftwareCentres(Installed):
+    """What they show of the application."""
+
+    NAME = f"share/metainfo/{ID}.metainfo.xml"
+
+    @classmethod
+    def configured(cls, **variables):
+        """The description as it is made with these variables."""
+        with tempfile.TemporaryDirectory() as folder:
+            subprocess.run(["cmake", "-S", PROJECT, "-B", folder, *(f"-D{name}={value}" for name, value in variables.items())],
+                           capture_output=True, check=True, timeout=100)
+            return xml.parse(Path(folder) / f"packaging/appstream/{ID}.metainfo.xml").getroot()
+
+    def test_theyTellWhoMadeItAndWhatIsNew(self):
+        component = xml.fromstring(self.text("app", self.NAME))
+        self.assertEqual(component.find("developer").get("id"), "dev.vintrel")
+        self.assertTrue(component.findtext("developer/name"))
+        self.assertIsNone(component.find("developer_name"))
+        for release in component.findall("releases/release"):
+            self.assertTrue(release.findall("description/ul/li"), release.get("version"))
+
+    def test_withoutAnAddressTheyShowNoPageAndNoPictures(self):
+        component = self.configured()
+        self.assertEqual(component.findall("url") + component.findall("screenshots"), [])
+
+    def test_theyShowThePageAndPicturesThatHaveAnAddress(self):
+        component = self.configured(VINTREL_HOMEPAGE="https://vintrel.invalid/?a=1&b=2",
+                                    VINTREL_SCREENSHOTS_URL="https://vintrel.invalid/pictures/")
+        self.assertEqual([(url.get("type"), url.text) for url in component.findall("url")],
+                         [("homepage", "https://vintrel.invalid/?a=1&b=2")])
+        shots = component.findall("screenshots/screenshot")
+        self.assertEqual([shot.get("type") for shot in shots].count("default"), 1)
+        for shot in shots:
+            self.assertTrue(shot.findtext("caption"))
+            folder, _, name = shot.findtext("image").rpartition("/")
+            self.assertEqual(folder, "https://vintrel.invalid/pictures")
+            self.assertTrue((PROJECT / "docs/screenshots" / name).is_file(), name)
+
+
 class Terms(Installed):
     def test_theCopyrightFileHoldsTheWholeLicence(self):
         words = (PROJECT / "LICENSE").read_text(encoding="utf-8").partition("\n\n")[2].split()

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sched.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 /// For tests of what only root can bring about (mounts, other accounts). Without root they say that they did
@@ -14,5 +16,26 @@
             FAIL() << "needs root, and everything has to run here";                                          \
         }                                                                                                    \
         GTEST_SKIP() << "needs root";                                                                        \
+    }                                                                                                        \
+    static_assert(true)
+
+namespace VintrelTests {
+
+/// Whether a process without privileges gets some in a user namespace of its own, which many systems refuse.
+inline bool hasUserNamespaces() {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::_exit(::unshare(CLONE_NEWUSER) == 0 && ::chroot("/") == 0 ? 0 : 1);
+    }
+    int status = -1;
+    return child > 0 && ::waitpid(child, &status, 0) == child && status == 0;
+}
+
+} // namespace VintrelTests
+
+/// For tests of what root can bring about, and everybody else in a user namespace. Likewise.
+#define VINTREL_NEEDS_ROOT_OR_USER_NAMESPACES()                                                              \
+    if (::geteuid() != 0 && !VintrelTests::hasUserNamespaces()) {                                            \
+        VINTREL_NEEDS_ROOT();                                                                                \
     }                                                                                                        \
     static_assert(true)

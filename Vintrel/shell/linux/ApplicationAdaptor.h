@@ -18,6 +18,23 @@ class ApplicationRequests;
 class ApplicationAdaptor : public QDBusAbstractAdaptor {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
+    // clang-format off
+    Q_CLASSINFO("D-Bus Introspection",
+                "  <interface name=\"org.freedesktop.Application\">\n"
+                "    <method name=\"Activate\">\n"
+                "      <arg name=\"platform_data\" type=\"a{sv}\" direction=\"in\"/>\n"
+                "    </method>\n"
+                "    <method name=\"Open\">\n"
+                "      <arg name=\"uris\" type=\"as\" direction=\"in\"/>\n"
+                "      <arg name=\"platform_data\" type=\"a{sv}\" direction=\"in\"/>\n"
+                "    </method>\n"
+                "    <method name=\"ActivateAction\">\n"
+                "      <arg name=\"action_name\" type=\"s\" direction=\"in\"/>\n"
+                "      <arg name=\"parameter\" type=\"av\" direction=\"in\"/>\n"
+                "      <arg name=\"platform_data\" type=\"a{sv}\" direction=\"in\"/>\n"
+                "    </method>\n"
+                "  </interface>\n")
+    // clang-format on
 
 public:
     ApplicationAdaptor(QObject* object, QDBusConnection bus, ApplicationRequests& requests,

@@ -36,7 +36,7 @@ QDBusMessage call(const QString& method, const QVariantList& arguments) {
     QDBusMessage message = QDBusMessage::createMethodCall(SessionNames::service, SessionNames::application,
                                                           SessionNames::applicationInterface, method);
     message.setArguments(arguments);
-    message.setAutoStartService(false); // whoever is to be started is us
+    message.setAutoStartService(false); // not every request is for one that the bus starts
     return message;
 }
 
@@ -71,6 +71,14 @@ Handover ApplicationClient::handOver(const StartRequest& request) const {
     if (!m_bus.isConnected()) {
         return Handover::noSession;
     }
+    const Handover handover = callOther(request);
+    if (handover != Handover::nobody || !request.isErrand() || !startByBus()) {
+        return handover;
+    }
+    return callOther(request);
+}
+
+Handover ApplicationClient::callOther(const StartRequest& request) const {
     const QDeadlineTimer deadline(m_patience);
     const QList<QDBusMessage> toCall = calls(request);
     if (toCall.isEmpty()) {
@@ -97,6 +105,15 @@ Handover ApplicationClient::handOver(const StartRequest& request) const {
         }
     }
     return Handover::delivered;
+}
+
+/// The start alone, without a call that would still be delivered after this one has given up waiting for it.
+/// Source: D-Bus specification, "Message Bus Messages".
+bool ApplicationClient::startByBus() const {
+    const QDBusMessage question = BusCall::toBus(QStringLiteral("StartServiceByName"))
+                                  << SessionNames::service << 0U; // no flags are defined
+    const QDBusMessage reply = m_bus.call(question, QDBus::Block, static_cast<int>(m_patience.count()));
+    return reply.type() == QDBusMessage::ReplyMessage;
 }
 
 bool ApplicationClient::isOwned() const {

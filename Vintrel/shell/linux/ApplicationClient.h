@@ -18,6 +18,7 @@ class ApplicationClient {
 public:
     explicit ApplicationClient(QDBusConnection bus, std::chrono::milliseconds patience = defaultPatience);
 
+    /// An errand has the bus start the other instance where none runs, if the bus knows how.
     [[nodiscard]] Handover handOver(const StartRequest& request) const;
 
     /// The calls that carry the request to the other instance, with the tokens of this start.
@@ -27,6 +28,8 @@ private:
     /// Longer than a start takes on a machine that is just logging its user in.
     static constexpr std::chrono::seconds defaultPatience{5};
 
+    [[nodiscard]] Handover callOther(const StartRequest& request) const;
+    [[nodiscard]] bool startByBus() const;
     [[nodiscard]] bool isOwned() const;
 
     QDBusConnection m_bus;

@@ -39,6 +39,22 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, RunnerAction& act
 class RunnerAdaptor : public QDBusAbstractAdaptor {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.kde.krunner1")
+    // clang-format off
+    Q_CLASSINFO("D-Bus Introspection",
+                "  <interface name=\"org.kde.krunner1\">\n"
+                "    <method name=\"Match\">\n"
+                "      <arg name=\"query\" type=\"s\" direction=\"in\"/>\n"
+                "      <arg name=\"matches\" type=\"a(sssida{sv})\" direction=\"out\"/>\n"
+                "    </method>\n"
+                "    <method name=\"Actions\">\n"
+                "      <arg name=\"actions\" type=\"a(sss)\" direction=\"out\"/>\n"
+                "    </method>\n"
+                "    <method name=\"Run\">\n"
+                "      <arg name=\"matchId\" type=\"s\" direction=\"in\"/>\n"
+                "      <arg name=\"actionId\" type=\"s\" direction=\"in\"/>\n"
+                "    </method>\n"
+                "  </interface>\n")
+    // clang-format on
 
 public:
     RunnerAdaptor(QObject* object, ApplicationRequests& requests);

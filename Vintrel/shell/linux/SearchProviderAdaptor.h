@@ -15,6 +15,33 @@ class ApplicationRequests;
 class SearchProviderAdaptor : public QDBusAbstractAdaptor {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.gnome.Shell.SearchProvider2")
+    // clang-format off
+    Q_CLASSINFO("D-Bus Introspection",
+                "  <interface name=\"org.gnome.Shell.SearchProvider2\">\n"
+                "    <method name=\"GetInitialResultSet\">\n"
+                "      <arg name=\"terms\" type=\"as\" direction=\"in\"/>\n"
+                "      <arg name=\"results\" type=\"as\" direction=\"out\"/>\n"
+                "    </method>\n"
+                "    <method name=\"GetSubsearchResultSet\">\n"
+                "      <arg name=\"previous_results\" type=\"as\" direction=\"in\"/>\n"
+                "      <arg name=\"terms\" type=\"as\" direction=\"in\"/>\n"
+                "      <arg name=\"results\" type=\"as\" direction=\"out\"/>\n"
+                "    </method>\n"
+                "    <method name=\"GetResultMetas\">\n"
+                "      <arg name=\"identifiers\" type=\"as\" direction=\"in\"/>\n"
+                "      <arg name=\"metas\" type=\"aa{sv}\" direction=\"out\"/>\n"
+                "    </method>\n"
+                "    <method name=\"ActivateResult\">\n"
+                "      <arg name=\"identifier\" type=\"s\" direction=\"in\"/>\n"
+                "      <arg name=\"terms\" type=\"as\" direction=\"in\"/>\n"
+                "      <arg name=\"timestamp\" type=\"u\" direction=\"in\"/>\n"
+                "    </method>\n"
+                "    <method name=\"LaunchSearch\">\n"
+                "      <arg name=\"terms\" type=\"as\" direction=\"in\"/>\n"
+                "      <arg name=\"timestamp\" type=\"u\" direction=\"in\"/>\n"
+                "    </method>\n"
+                "  </interface>\n")
+    // clang-format on
 
 public:
     SearchProviderAdaptor(QObject* object, ApplicationRequests& requests);

@@ -28,6 +28,18 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, ListedShortcut& s
 class ShortcutsAdaptor : public QDBusAbstractAdaptor {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "dev.vintrel.Vintrel.Shortcuts")
+    // clang-format off
+    Q_CLASSINFO("D-Bus Introspection",
+                "  <interface name=\"dev.vintrel.Vintrel.Shortcuts\">\n"
+                "    <method name=\"List\">\n"
+                "      <arg name=\"shortcuts\" type=\"a(sssass)\" direction=\"out\"/>\n"
+                "    </method>\n"
+                "    <method name=\"Run\">\n"
+                "      <arg name=\"identifier\" type=\"s\" direction=\"in\"/>\n"
+                "      <arg name=\"dialog\" type=\"s\" direction=\"out\"/>\n"
+                "    </method>\n"
+                "  </interface>\n")
+    // clang-format on
 
 public:
     ShortcutsAdaptor(QObject* object, QDBusConnection bus, ApplicationRequests& requests);

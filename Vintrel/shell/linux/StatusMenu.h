@@ -15,6 +15,51 @@ namespace Vintrel {
 class StatusMenu : public QObject, protected QDBusContext {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "com.canonical.dbusmenu")
+    // clang-format off
+    Q_CLASSINFO("D-Bus Introspection",
+                "  <interface name=\"com.canonical.dbusmenu\">\n"
+                "    <property name=\"Version\" type=\"u\" access=\"read\"/>\n"
+                "    <property name=\"TextDirection\" type=\"s\" access=\"read\"/>\n"
+                "    <property name=\"Status\" type=\"s\" access=\"read\"/>\n"
+                "    <property name=\"IconThemePath\" type=\"as\" access=\"read\"/>\n"
+                "    <method name=\"GetLayout\">\n"
+                "      <arg name=\"parentId\" type=\"i\" direction=\"in\"/>\n"
+                "      <arg name=\"recursionDepth\" type=\"i\" direction=\"in\"/>\n"
+                "      <arg name=\"propertyNames\" type=\"as\" direction=\"in\"/>\n"
+                "      <arg name=\"revision\" type=\"u\" direction=\"out\"/>\n"
+                "      <arg name=\"layout\" type=\"(ia{sv}av)\" direction=\"out\"/>\n"
+                "    </method>\n"
+                "    <method name=\"GetGroupProperties\">\n"
+                "      <arg name=\"ids\" type=\"ai\" direction=\"in\"/>\n"
+                "      <arg name=\"propertyNames\" type=\"as\" direction=\"in\"/>\n"
+                "      <arg name=\"properties\" type=\"a(ia{sv})\" direction=\"out\"/>\n"
+                "    </method>\n"
+                "    <method name=\"GetProperty\">\n"
+                "      <arg name=\"id\" type=\"i\" direction=\"in\"/>\n"
+                "      <arg name=\"name\" type=\"s\" direction=\"in\"/>\n"
+                "      <arg name=\"value\" type=\"v\" direction=\"out\"/>\n"
+                "    </method>\n"
+                "    <method name=\"Event\">\n"
+                "      <arg name=\"id\" type=\"i\" direction=\"in\"/>\n"
+                "      <arg name=\"eventId\" type=\"s\" direction=\"in\"/>\n"
+                "      <arg name=\"data\" type=\"v\" direction=\"in\"/>\n"
+                "      <arg name=\"timestamp\" type=\"u\" direction=\"in\"/>\n"
+                "    </method>\n"
+                "    <method name=\"EventGroup\">\n"
+                "      <arg name=\"events\" type=\"a(isvu)\" direction=\"in\"/>\n"
+                "      <arg name=\"idErrors\" type=\"ai\" direction=\"out\"/>\n"
+                "    </method>\n"
+                "    <method name=\"AboutToShow\">\n"
+                "      <arg name=\"id\" type=\"i\" direction=\"in\"/>\n"
+                "      <arg name=\"needUpdate\" type=\"b\" direction=\"out\"/>\n"
+                "    </method>\n"
+                "    <method name=\"AboutToShowGroup\">\n"
+                "      <arg name=\"ids\" type=\"ai\" direction=\"in\"/>\n"
+                "      <arg name=\"updatesNeeded\" type=\"ai\" direction=\"out\"/>\n"
+                "      <arg name=\"idErrors\" type=\"ai\" direction=\"out\"/>\n"
+                "    </method>\n"
+                "  </interface>\n")
+    // clang-format on
     Q_PROPERTY(uint Version READ version CONSTANT)
     Q_PROPERTY(QString TextDirection READ textDirection CONSTANT)
     Q_PROPERTY(QString Status READ status CONSTANT)

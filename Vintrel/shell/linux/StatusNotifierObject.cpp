@@ -38,4 +38,10 @@ QString StatusNotifierObject::label() const {
     return m_look.title.isEmpty() ? nothing() : m_look.title;
 }
 
+void StatusNotifierObject::XAyatanaSecondaryActivate(uint) {
+    emit activated(0, 0);
+}
+
+void StatusNotifierObject::Scroll(int, const QString&) {} // there is nothing to scroll through
+
 } // namespace Vintrel

@@ -74,11 +74,11 @@ public:
 
     Q_SCRIPTABLE void SecondaryActivate(int x, int y) { emit activated(x, y); }
 
-    Q_SCRIPTABLE void XAyatanaSecondaryActivate(uint /*time*/) { emit activated(0, 0); }
+    Q_SCRIPTABLE void XAyatanaSecondaryActivate(uint timestamp);
 
     Q_SCRIPTABLE void ContextMenu(int x, int y) { emit menuRequested(x, y); }
 
-    Q_SCRIPTABLE void Scroll(int /*steps*/, const QString& /*orientation*/) {}
+    Q_SCRIPTABLE void Scroll(int delta, const QString& orientation);
 
     /// For the window that what comes next opens.
     Q_SCRIPTABLE void ProvideXdgActivationToken(const QString& token) { emit tokenProvided(token); }

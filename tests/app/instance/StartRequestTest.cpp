@@ -79,6 +79,14 @@ TEST(CommandLine, takesTheBusesStartAlone) {
     EXPECT_EQ(parsed({"--service", "--action", "scan-now"}).wish, Wish::unknown);
 }
 
+TEST(CommandLine, tellsErrandsFromWhatIsToBeSeen) {
+    EXPECT_TRUE(request({"--action", "scan-now"}).isErrand());
+    EXPECT_TRUE(request({"vintrel:scan"}).isErrand());
+    EXPECT_FALSE(request({"--show", "--action", "scan-now"}).isErrand());
+    EXPECT_FALSE(request({}).isErrand());
+    EXPECT_FALSE(request({"--service"}).isErrand());
+}
+
 TEST(CommandLine, knowsHelpAndVersion) {
     EXPECT_EQ(parsed({"--help"}).wish, Wish::help);
     EXPECT_EQ(parsed({"-h"}).wish, Wish::help);

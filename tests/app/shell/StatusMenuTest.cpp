@@ -4,6 +4,7 @@
 #include "Vintrel/shell/linux/StatusNotifierItem.h"
 #include "tests/app/shell/PreparedTray.h"
 #include "tests/app/shell/Recording.h"
+#include "tests/app/support/Introspection.h"
 #include "tests/app/support/ViewTest.h"
 
 #include <gtest/gtest.h>
@@ -58,6 +59,21 @@ public:
 };
 
 } // namespace
+
+TEST_F(StatusMenuTest, tellsWhatItsMethodsTakeAndAnswer) {
+    make(StatusMenu::Content::quit);
+    const auto introspect = [this](const QString& path) {
+        const QDBusMessage answer = tray.call(path, QStringLiteral("org.freedesktop.DBus.Introspectable"),
+                                              QStringLiteral("Introspect"));
+        return answer.arguments().value(0).toString();
+    };
+    const Introspection menu(introspect(menuPath), menuInterface);
+    EXPECT_EQ(menu.methods, methodsOf(StatusMenu::staticMetaObject));
+    EXPECT_TRUE(std::ranges::none_of(menu.argumentNames, isNameless));
+    const Introspection itself(introspect(itemPath), itemInterface);
+    EXPECT_EQ(itself.methods, methodsOf(StatusNotifierObject::staticMetaObject));
+    EXPECT_TRUE(std::ranges::none_of(itself.argumentNames, isNameless));
+}
 
 TEST_F(StatusMenuTest, holdsQuitAlone) {
     make(StatusMenu::Content::quit);

@@ -2,7 +2,16 @@
 
 #include "Vintrel/engine/ScanSources.h"
 #include "Vintrel/engine/UserNotifications.h"
-#include "VintrelCore/VintrelCore.h"
+#include "VintrelCore/context/AncestryResolver.h"
+#include "VintrelCore/context/CwdResolver.h"
+#include "VintrelCore/context/OpenFilesResolver.h"
+#include "VintrelCore/docker/DockerCore.h"
+#include "VintrelCore/docker/DockerService.h"
+#include "VintrelCore/log/CPUSampler.h"
+#include "VintrelCore/log/CleanEvent.h"
+#include "VintrelCore/model/ProcessItem.h"
+#include "VintrelCore/scan/ScanCore.h"
+#include "VintrelCore/terminate/KillResult.h"
 
 #include <chrono>
 #include <condition_variable>

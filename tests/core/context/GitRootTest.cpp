@@ -1,4 +1,5 @@
 #include "VintrelCore/context/CwdResolver.h"
+#include "tests/support/NeedsRoot.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <cstdlib>
@@ -110,6 +111,7 @@ TEST(GitRootTest, handlesSpacesAndOtherScripts) {
 }
 
 TEST(GitRootDeathTest, theRootOfTheFileSystemIsNeverOne) {
+    VINTREL_NEEDS_ROOT_OR_USER_NAMESPACES();
     const TemporaryFolder folder;
     folder.makeFolder(".git");
     folder.makeFolder("srv/app");

@@ -2,11 +2,17 @@
 #include "VintrelCore/platform/Platform.h"
 
 #include "VintrelCore/base/ChildProcess.h"
+#include "tests/core/terminate/Subject.h"
 #include "tests/support/Process.h"
 #include "tests/support/ScopedEnvironment.h"
 
+#include <algorithm>
 #include <chrono>
 #include <fstream>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -24,6 +30,28 @@ namespace {
 
 double secondsSinceEpoch() {
     return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
+}
+
+/// The soft limit of open descriptors after `work` in a child of the test that began with `soft`; 0 when that
+/// is above the hard one, or when the hard one has changed.
+rlim_t softLimitAfter(rlim_t soft, const std::function<void()>& work) {
+    const std::string told = VintrelTests::inChild([&] {
+        rlimit before{};
+        rlimit after{};
+        ::getrlimit(RLIMIT_NOFILE, &before);
+        before.rlim_cur = soft;
+        const bool isSet = ::setrlimit(RLIMIT_NOFILE, &before) == 0;
+        work();
+        ::getrlimit(RLIMIT_NOFILE, &after);
+        return std::to_string(isSet && after.rlim_max == before.rlim_max ? after.rlim_cur : 0);
+    });
+    return std::stoul(told);
+}
+
+/// The soft limit while `count` more descriptors are to be had.
+rlim_t softLimitDuring(rlim_t soft, size_t count) {
+    std::optional<Platform::MoreDescriptors> more;
+    return softLimitAfter(soft, [&] { more.emplace(count); });
 }
 
 } // namespace
@@ -96,18 +124,39 @@ TEST(Folders, dataFollowsTheBaseDirectoryRules) {
 }
 
 TEST(LimitDescriptors, lowersTheSoftLimitAndNothingElse) {
-    rlimit before{};
-    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
-    const pid_t child = VintrelTests::forked();
-    if (child == 0) {
-        Platform::limitDescriptors();
-        rlimit after{};
-        ::getrlimit(RLIMIT_NOFILE, &after);
-        const bool right =
-            after.rlim_cur <= 4'096 && after.rlim_cur <= before.rlim_cur && after.rlim_max == before.rlim_max;
-        std::_Exit(right ? 0 : 1);
-    }
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    EXPECT_EQ(status, 0);
+    rlimit most{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &most), 0);
+    const auto expected = std::min<rlim_t>(most.rlim_max, 4'096);
+    EXPECT_EQ(softLimitAfter(most.rlim_max, Platform::limitDescriptors), expected);
+}
+
+TEST(LimitDescriptors, leavesALowerOneAlone) {
+    EXPECT_EQ(softLimitAfter(1'024, Platform::limitDescriptors), 1'024);
+    EXPECT_EQ(softLimitAfter(64, Platform::limitDescriptors), 64);
+}
+
+TEST(MoreDescriptors, areThereAsLongAsTheyAreNeeded) {
+    EXPECT_EQ(softLimitAfter(1'024, [] { const Platform::MoreDescriptors more(2'000); }), 1'024);
+    EXPECT_EQ(softLimitDuring(1'024, 2'000), 4'096);
+    EXPECT_EQ(softLimitDuring(1'024, 1'000), 4'096) << "the program has some open already";
+    EXPECT_EQ(softLimitDuring(1'024, 500), 1'024);
+}
+
+TEST(MoreDescriptors, areNotMoreThanToolsCopeWith) {
+    EXPECT_EQ(softLimitDuring(1'024, 100'000), 4'096);
+}
+
+TEST(MoreDescriptors, neverLowerALimit) {
+    rlimit most{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &most), 0);
+    EXPECT_EQ(softLimitDuring(most.rlim_max, 100'000), most.rlim_max);
+}
+
+TEST(MoreDescriptors, leaveTheUsualLimitBehindWhereTwoOverlap) {
+    const auto overlap = [] {
+        auto first = std::make_unique<Platform::MoreDescriptors>(2'000);
+        const Platform::MoreDescriptors second(2'000);
+        first.reset();
+    };
+    EXPECT_EQ(softLimitAfter(1'024, overlap), 1'024);
 }

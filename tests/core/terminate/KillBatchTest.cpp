@@ -95,6 +95,19 @@ struct Interrupt {
     std::array<int, 2> ends{-1, -1};
 };
 
+rlim_t softLimit() {
+    rlimit limit{};
+    ::getrlimit(RLIMIT_NOFILE, &limit);
+    return limit.rlim_cur;
+}
+
+void setSoftLimit(rlim_t soft) {
+    rlimit limit{};
+    ::getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = soft;
+    ::setrlimit(RLIMIT_NOFILE, &limit);
+}
+
 long threadsOfThisProcess() {
     return std::ranges::distance(std::filesystem::directory_iterator("/proc/self/task"));
 }
@@ -151,6 +164,38 @@ TEST(Batch, mayBeLargerThanTheNumberOfDescriptors) {
                " by SIGTERM; the last: " + last.substr(0, last.find(", left"));
     });
     EXPECT_EQ(told, "150 ended, 150 by SIGTERM; the last: confirmed, ended");
+}
+
+TEST(Batch, hasADescriptorForEachProcessAndThenTheUsualLimitAgain) {
+    const std::string told = inChild([] {
+        Sleepers sleepers(150);
+        const auto items = sleepers.items();
+        setSoftLimit(64);
+        auto world = shortWait();
+        ptrdiff_t open = 0;
+        world.at = [&](Moment moment, int32_t) {
+            if (moment == Moment::duringGrace && open == 0) {
+                open = std::ranges::distance(std::filesystem::directory_iterator("/proc/self/fd"));
+            }
+        };
+        static_cast<void>(KillCore::killAll(items, {}, world));
+        return (open > 150 ? "more than 150" : std::to_string(open)) + " open, then a limit of " +
+               std::to_string(softLimit());
+    });
+    EXPECT_EQ(told, "more than 150 open, then a limit of 64");
+}
+
+TEST(Batch, ofAFewLeavesTheLimitAlone) {
+    const std::string told = inChild([] {
+        Sleepers sleepers(2);
+        setSoftLimit(1'024);
+        auto world = shortWait();
+        rlim_t during = 0;
+        world.at = [&](Moment, int32_t) { during = std::max(during, softLimit()); };
+        static_cast<void>(KillCore::killAll(sleepers.items(), {}, world));
+        return std::to_string(during);
+    });
+    EXPECT_EQ(told, "1024");
 }
 
 TEST(Batch, asksEverybodyBeforeItWaits) {

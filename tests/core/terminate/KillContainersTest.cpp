@@ -15,6 +15,7 @@
 
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 using namespace VintrelCore;
@@ -96,6 +97,23 @@ TEST_F(EndingContainers, handsTheNameOverAsItIs) {
     Subject subject(OnSIGTERM::leaves);
     EXPECT_EQ(endOne(itemOf(subject), world(300, "exit 0"), {{subject.pid(), "a b;$(exit 1)'*"}}), stopped);
     EXPECT_EQ(calls(), "[stop][a b;$(exit 1)'*]\n");
+}
+
+TEST_F(EndingContainers, givesTheClientTheUsualLimitOfDescriptorsInALargeBatch) {
+    const World limiting = world(0, "ulimit -Sn >limit; exit 0");
+    Subject subject(OnSIGTERM::leaves);
+    const std::string told = inChild([&] {
+        rlimit limit{};
+        ::getrlimit(RLIMIT_NOFILE, &limit);
+        limit.rlim_cur = 128;
+        ::setrlimit(RLIMIT_NOFILE, &limit);
+        std::vector<ProcessItem> items(500, {.pid = 1 << 30, .startTime = ProcStartTime{}}); // of no process
+        items.push_back(itemOf(subject));
+        return describe(KillCore::killAll(items, {{subject.pid(), "web"}}, limiting).back());
+    });
+    EXPECT_EQ(told, describe(stopped));
+    std::ifstream limit(m_folder.path() / "limit");
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(limit), {}), "128\n");
 }
 
 TEST_F(EndingContainers, fallsBackToSignalsWhenTheStopFails) {

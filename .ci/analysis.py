@@ -1,0 +1,90 @@
+#!/usr/bin/env python3
+"""Static analysis of the programs' sources: analysis.py BUILD-FOLDER [FOLDER...]
+
+Reads the flags from the build's compile_commands.json and the checks from .clang-tidy. Without folders it reads all of
+VintrelCore, Vintrel and cli.
+
+The checks visit every declaration of every header, so a source of forty lines takes as long as a whole folder. This
+therefore analyses the sources of a folder as one. Where two sources use a name twice and do not compile together, it
+halves the folder until they do. The analyzer follows paths through included sources only when the main file's name
+contains "UnifiedSource" (clang/lib/StaticAnalyzer/Core/AnalysisManager.cpp).
+"""
+import collections
+import concurrent.futures
+import json
+import os
+import pathlib
+import shlex
+import subprocess
+import sys
+import tempfile
+
+TIDY = "clang-tidy-19"
+COMPILER = "clang++-19"
+MOST_TOGETHER = 12
+
+
+def analysis_flags(command, source):
+    """The flags that matter for the meaning of a source: neither outputs nor precompiled headers."""
+    flags = []
+    words = iter(shlex.split(command)[1:])
+    for word in words:
+        if word in ("-o", "-c", "-MT", "-MF", "-include"):
+            next(words)
+        elif word == "-Xclang":
+            next(words)
+        elif word not in ("-MD", "-MMD", "-Winvalid-pch", source) and not word.startswith("-fsanitize"):
+            flags.append(word)
+    return flags
+
+
+def sources_by_folder(build, folders):
+    root = pathlib.Path.cwd()
+    groups = collections.defaultdict(list)
+    for entry in json.loads((build / "compile_commands.json").read_text()):
+        path = pathlib.Path(entry["file"])
+        if not path.is_relative_to(root) or path.is_relative_to(build):
+            continue
+        source = path.relative_to(root)
+        if any(source.is_relative_to(folder) for folder in folders):
+            flags = tuple(analysis_flags(entry["command"], entry["file"]))
+            groups[source.parent, flags].append(str(path))
+    return [(flags, sorted(set(sources))) for (_, flags), sources in sorted(groups.items())]
+
+
+def parts(sources):
+    count = -(-len(sources) // MOST_TOGETHER)
+    size = -(-len(sources) // count)
+    return [sources[start:start + size] for start in range(0, len(sources), size)]
+
+
+def analyse(flags, sources, scratch):
+    """The output of the analysis of these sources; "" when it finds nothing."""
+    with tempfile.NamedTemporaryFile("w", dir=scratch, prefix="UnifiedSource-", suffix=".cpp") as unified:
+        unified.write("".join(f'#include "{source}"\n' for source in sources))
+        unified.flush()
+        if len(sources) > 1:
+            compiled = subprocess.run([COMPILER, *flags, "-w", "-fsyntax-only", unified.name], capture_output=True)
+            if compiled.returncode != 0:
+                half = len(sources) // 2
+                return analyse(flags, sources[:half], scratch) + analyse(flags, sources[half:], scratch)
+        tidy = subprocess.run([TIDY, "--config-file=.clang-tidy", "--quiet", unified.name, "--", *flags, "-Wno-error"],
+                              capture_output=True, text=True)
+    return "" if tidy.returncode == 0 else tidy.stdout or tidy.stderr
+
+
+def main():
+    build = pathlib.Path(sys.argv[1]).resolve()
+    folders = sys.argv[2:] or ["VintrelCore", "Vintrel", "cli"]
+    groups = [(flags, part) for flags, sources in sources_by_folder(build, folders) for part in parts(sources)]
+    if not groups:
+        sys.exit(f"{build}/compile_commands.json names no source below {' '.join(folders)}")
+    with tempfile.TemporaryDirectory() as scratch, concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+        found = [text for text in pool.map(lambda group: analyse(*group, scratch), groups) if text]
+    print("\n".join(found), end="")
+    print(f"{sum(len(sources) for _, sources in groups)} sources analysed", file=sys.stderr)
+    sys.exit(1 if found else 0)
+
+
+if __name__ == "__main__":
+    main()
