@@ -66,6 +66,10 @@ struct ProcessRecord {
 /// None for a process of the kernel's own. Absent when they cannot be read or have more than 128 KiB.
 [[nodiscard]] std::optional<std::vector<std::string>> arguments(int32_t pid);
 
+/// The file that a process runs, with " (deleted)" behind it when that is gone; absent when it cannot be
+/// read.
+[[nodiscard]] std::optional<std::string> executable(int32_t pid);
+
 /// What the kernel knows of a process beyond what ps was asked for.
 struct KernelFacts {
     int32_t userID = -1;        ///< the real user id

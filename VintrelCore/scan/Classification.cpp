@@ -1,4 +1,5 @@
 #include "VintrelCore/base/Text.h"
+#include "VintrelCore/scan/Interpreters.h"
 #include "VintrelCore/scan/ItemMaker.h"
 #include "VintrelCore/scan/ScanCore.h"
 #include "VintrelCore/scan/WhatRuns.h"
@@ -45,11 +46,26 @@ bool isPlaywrightMCPBrowser(const SnapshotRecord& record, const ProcessLookup& l
                      : WhatRuns::isPlaywrightMCPBrowser(record.command);
 }
 
+/// A title that names no interpreter, although one runs: "webpack" is classified as "node webpack".
+std::optional<ProcessKind> detectKindOfInterpreter(const SnapshotRecord& record,
+                                                   const ProcessLookup& lookup) {
+    if (!Interpreters::canBeTitle(record.command)) {
+        return std::nullopt;
+    }
+    const auto executable = lookup.executableOf(record.pid);
+    const std::string interpreter(executable ? Interpreters::interpreterIn(*executable) : "");
+    if (interpreter.empty() || !lookup.wasInSnapshot(record.pid)) {
+        return std::nullopt;
+    }
+    return detectKind(interpreter + " " + record.command);
+}
+
 std::optional<ProcessKind> kindOf(const SnapshotRecord& record, const ProcessLookup& lookup) {
     if (isPlaywrightMCPBrowser(record, lookup)) {
         return ProcessKind::chromeHelper;
     }
-    return moreSpecific(detectKindOfTitle(record.command), record.runnerScript);
+    const auto kind = moreSpecific(detectKindOfTitle(record.command), record.runnerScript);
+    return kind ? kind : moreSpecific(detectKindOfInterpreter(record, lookup), record.runnerScript);
 }
 
 } // namespace

@@ -5,7 +5,9 @@
 namespace VintrelCore {
 
 ProcessLookup ProcessLookup::since(std::optional<ProcStartTime> began) {
-    return {.argumentsOf = Platform::arguments, .wasInSnapshot = [began](int32_t pid) {
+    return {.argumentsOf = Platform::arguments,
+            .executableOf = Platform::executable,
+            .wasInSnapshot = [began](int32_t pid) {
                 // Who was there before the snapshot began, and still is, is whom its line is about.
                 const auto start = Platform::startTime(pid);
                 return start && (!began || *start < *began);

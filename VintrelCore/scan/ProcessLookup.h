@@ -17,6 +17,10 @@ struct ProcessLookup {
     std::function<std::optional<std::vector<std::string>>(int32_t pid)> argumentsOf = [](int32_t) {
         return std::nullopt;
     };
+    /// The path of the program that runs.
+    std::function<std::optional<std::string>(int32_t pid)> executableOf = [](int32_t) {
+        return std::nullopt;
+    };
     /// Whether what was read up to now under that number was about the process of the snapshot, and not about
     /// one that has got its number since. To be asked after reading.
     std::function<bool(int32_t pid)> wasInSnapshot = [](int32_t) { return false; };

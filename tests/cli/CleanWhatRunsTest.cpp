@@ -5,6 +5,7 @@
 #include "tests/support/Stray.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <list>
 #include <string>
 #include <vector>
@@ -24,9 +25,9 @@ protected:
         std::vector<std::string> argv;
     };
 
-    void start(const std::vector<Case>& cases) {
+    void start(const std::vector<Case>& cases, const std::filesystem::path& program = {}) {
         for (const Case& each : cases) {
-            m_strays.emplace_back(StrayOptions{.argv = each.argv});
+            m_strays.emplace_back(StrayOptions{.argv = each.argv, .program = program});
             m_kinds.push_back(each.kind);
         }
         letStraysAge();
@@ -91,4 +92,17 @@ TEST_F(CleanWhatRuns, whatRunsIsStillSafe) {
     EXPECT_EQ(outcome.status, 0) << outcome.errors;
     EXPECT_TRUE(outcome.output.contains("Cleaned 11 of 11, ~")) << outcome.output;
     EXPECT_EQ(countRunning(), 0);
+}
+
+TEST_F(CleanWhatRuns, aToolThatCallsItselfByAnotherNameIsListedForItsInterpreter) {
+    const auto node = m_home.path() / "bin/node";
+    m_home.folder().makeFolder("bin");
+    start({{"Node", {"webpack"}}, {"Node", {"ng serve"}}, {"Node", {"ng", "mcp"}}}, node);
+    expectAllListedAs("review");
+
+    EXPECT_EQ(m_home.run({"clean"}).status, 0);
+    EXPECT_EQ(countRunning(), 3);
+    const auto outcome = m_home.run({"kill", std::to_string(m_strays.front().pid())});
+    EXPECT_TRUE(outcome.output.starts_with("Node ")) << outcome.output;
+    EXPECT_EQ(countRunning(), 2);
 }

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <climits>
 #include <cstdlib>
 #include <ctime>
 
@@ -120,6 +121,12 @@ std::optional<ProcessRecord> processRecord(int32_t pid) {
 std::optional<std::vector<std::string>> arguments(int32_t pid) {
     const auto record = File::readKernelFile(procPath(pid, "cmdline"), maxArguments);
     return record ? std::optional(ProcFiles::parseArguments(*record)) : std::nullopt;
+}
+
+std::optional<std::string> executable(int32_t pid) {
+    std::array<char, PATH_MAX> path; // NOLINT(cppcoreguidelines-pro-type-member-init): filled by readlink
+    const ssize_t length = ::readlink(procPath(pid, "exe").c_str(), path.data(), path.size());
+    return length > 0 ? std::optional(std::string(path.data(), static_cast<size_t>(length))) : std::nullopt;
 }
 
 std::optional<ProcStartTime> startTimeOfNow() {

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <memory>
@@ -101,15 +102,19 @@ TEST(KernelView, knowsThisProcess) {
     EXPECT_EQ(view.factsOf(1 << 30), std::nullopt);
 }
 
-TEST(ProcessWords, areTheExactArguments) {
+TEST(ProcessWords, areTheExactArgumentsAndTheFileThatRuns) {
     const std::vector<std::string> given{"print-then-hang", "two words", "", "line\nbreak"};
     const auto child = ChildProcess::start(VINTREL_TEST_TOOL, given, {});
     ASSERT_TRUE(child);
+    EXPECT_EQ(Platform::executable(child->pid), std::filesystem::canonical(VINTREL_TEST_TOOL));
     std::vector<std::string> expected{VINTREL_TEST_TOOL};
     expected.insert(expected.end(), given.begin(), given.end());
     // In its first moments a process has none.
     EXPECT_TRUE(VintrelTests::eventually([&] { return Platform::arguments(child->pid) == expected; }));
     ::kill(child->pid, SIGKILL);
+    siginfo_t info{};
+    ::waitid(P_PID, static_cast<id_t>(child->pid), &info, WEXITED | WNOWAIT);
+    EXPECT_EQ(Platform::executable(child->pid), std::nullopt) << "a zombie runs nothing";
     ::waitpid(child->pid, nullptr, 0);
     EXPECT_EQ(Platform::arguments(child->pid), std::nullopt);
 }

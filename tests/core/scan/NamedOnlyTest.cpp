@@ -36,6 +36,11 @@ protected:
             const auto found = arguments.find(pid);
             return found != arguments.end() ? std::optional(found->second) : std::nullopt;
         };
+        m_lookup.executableOf = [this](int32_t pid) -> std::optional<std::string> {
+            ++asked;
+            const auto found = executables.find(pid);
+            return found != executables.end() ? std::optional(found->second) : std::nullopt;
+        };
         m_lookup.wasInSnapshot = [this](int32_t pid) { return !successors.contains(pid); };
     }
 
@@ -62,8 +67,17 @@ protected:
         return found.items.front().riskTier;
     }
 
+    /// Of the one stray with that title, which runs `executable`; absent when it is no candidate.
+    std::optional<ProcessKind> kindOf(const std::string& title, const std::string& executable) {
+        records = {strayRecord(7, title)};
+        executables = {{7, executable}};
+        const auto items = candidates().items;
+        return items.empty() ? std::nullopt : std::optional(items.front().kind);
+    }
+
     std::vector<SnapshotRecord> records;
     std::map<int32_t, Arguments> arguments;
+    std::map<int32_t, std::string> executables;
     PIDSet successors; // whose number is another process's by now
     int asked = 0;     // how often anything was looked up
 
@@ -138,6 +152,46 @@ TEST_F(NamedOnlyTest, preparedLinesAreTakenAsTheyStand) {
         {.psOutput = "7 1 02:00:00 ? 0.0 10 firefox-esr https://x/vitest\n", .registeredPIDs = PIDSet{}});
     ASSERT_EQ(items.size(), 1U);
     EXPECT_EQ(items[0].riskTier, RiskTier::easy);
+}
+
+TEST_F(NamedOnlyTest, aTitleIsToldByWhatRuns) {
+    EXPECT_EQ(kindOf("webpack", "/usr/bin/node"), ProcessKind::node);
+    EXPECT_EQ(kindOf("ng serve", "/home/dev/.nvm/versions/node/v22.1.0/bin/node"), ProcessKind::node);
+    EXPECT_EQ(kindOf("ng mcp", "/usr/bin/nodejs (deleted)"), ProcessKind::node);
+    EXPECT_EQ(kindOf("my server", "/home/dev/.bun/bin/bun"), ProcessKind::bun);
+    EXPECT_EQ(kindOf("webpack", "/usr/bin/webpack"), std::nullopt);
+    EXPECT_EQ(kindOf("webpack", "/opt/node/webpack"), std::nullopt);
+    EXPECT_EQ(kindOf("gunicorn: master", "/usr/bin/python3.11"), std::nullopt) << "no kind of its own";
+    const auto items = candidates().items;
+    records = {strayRecord(7, "ng serve")};
+    executables = {{7, "/usr/bin/node"}};
+    const auto shown = candidates().items.front();
+    EXPECT_EQ(shown.command, "ng serve") << "shown as ps printed it";
+    EXPECT_EQ(shown.riskTier, RiskTier::high);
+}
+
+TEST_F(NamedOnlyTest, whatRunsIsLookedUpForWhatCanBeATitleAlone) {
+    for (const char* command : {"/usr/sbin/cron -f", "[kworker/0:1]", "python3 manage.py", "python3.11 x.py",
+                                "deno run x.ts", "vite", "node server.js"}) {
+        kindOf(command, "/usr/bin/node");
+        EXPECT_EQ(asked, 0) << command;
+    }
+    kindOf("webpack", "/usr/bin/node");
+    EXPECT_EQ(asked, 1);
+}
+
+TEST_F(NamedOnlyTest, whatASuccessorRunsSaysNothing) {
+    successors = {7};
+    EXPECT_EQ(kindOf("webpack", "/usr/bin/node"), std::nullopt);
+}
+
+TEST_F(NamedOnlyTest, aTitleBehindARunnersShellIsWhatTheShellWasTold) {
+    auto record = strayRecord(7, "my server");
+    record.runnerScript = "next dev";
+    records = {record};
+    executables = {{7, "/usr/bin/node"}};
+    ASSERT_EQ(candidates().items.size(), 1U);
+    EXPECT_EQ(candidates().items.front().kind, ProcessKind::nextjs);
 }
 
 TEST_F(NamedOnlyTest, aToolThatOnlyItsRunnersShellNamesIsWhatRuns) {
