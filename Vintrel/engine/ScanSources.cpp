@@ -26,7 +26,9 @@ ScanSources::Candidates takeSnapshot(const ScanCore::EnumerateOptions& options, 
     }
     ScanCore::Candidates candidates = snapshot.candidates(options);
     auto managers = snapshot.managersOf(candidates.items);
-    return {.items = std::move(candidates.items), .managers = std::move(managers)};
+    return {.items = std::move(candidates.items),
+            .managers = std::move(managers),
+            .namedOnly = std::move(candidates.namedOnly)};
 }
 
 ScanSources::Directories askForDirectories(const ScanSources::DirectoriesQuery& query, int interrupt) {
