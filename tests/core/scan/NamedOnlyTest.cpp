@@ -1,4 +1,6 @@
 // What a snapshot's candidates are told to be, and what they are: with prepared records and prepared facts.
+#include "VintrelCore/scan/NamedOnly.h"
+
 #include "VintrelCore/scan/RecordPipeline.h"
 #include "tests/core/scan/PipelineItems.h"
 
@@ -202,6 +204,22 @@ TEST_F(NamedOnlyTest, aToolThatOnlyItsRunnersShellNamesIsWhatRuns) {
     ASSERT_EQ(found.items.size(), 1U);
     EXPECT_EQ(found.items.front().kind, ProcessKind::vitest);
     EXPECT_EQ(found.items.front().riskTier, RiskTier::easy);
+}
+
+TEST_F(NamedOnlyTest, aMergedRowIsJudgedByTheProcessThatItShows) {
+    const auto tierOfRow = [](const std::string& runner, const std::string& shown) {
+        const std::vector<SnapshotRecord> records{strayRecord(10, runner), strayRecord(12, shown)};
+        std::vector<ProcessItem> items{{.pid = 10,
+                                        .command = shown,
+                                        .kind = ProcessKind::vitest,
+                                        .riskTier = RiskTier::easy,
+                                        .folded = {{.pid = 11}, {.pid = 12}}}};
+        const PIDSet raised = NamedOnly::raise(items, records, {});
+        EXPECT_EQ(raised.contains(10), items.front().riskTier == RiskTier::moderate);
+        return items.front().riskTier;
+    };
+    EXPECT_EQ(tierOfRow("npm run test", "node (vitest)"), RiskTier::easy);
+    EXPECT_EQ(tierOfRow("npx vitest", "firefox-esr https://x/vitest"), RiskTier::moderate);
 }
 
 TEST_F(NamedOnlyTest, aBrowserWithAProfileAmongPlaywrightsIsItsHelper) {
