@@ -1,6 +1,8 @@
 #include "VintrelCore/base/Text.h"
+#include "VintrelCore/scan/Interpreters.h"
 #include "VintrelCore/scan/ItemMaker.h"
 #include "VintrelCore/scan/ScanCore.h"
+#include "VintrelCore/scan/WhatRuns.h"
 
 #include <algorithm>
 #include <utility>
@@ -32,6 +34,38 @@ std::optional<ProcessKind> moreSpecific(std::optional<ProcessKind> kind, std::st
     }
     const auto named = detectKind(runnerScript);
     return named ? named : kind;
+}
+
+/// A browser that Playwright's server drives may have its profile beside Playwright's browsers.
+bool isPlaywrightMCPBrowser(const SnapshotRecord& record, const ProcessLookup& lookup) {
+    if (!record.command.contains("/ms-playwright")) {
+        return false; // as nearly all
+    }
+    const auto arguments = lookup.argumentsInSnapshot(record.pid);
+    return arguments ? WhatRuns::isPlaywrightMCPBrowser(*arguments)
+                     : WhatRuns::isPlaywrightMCPBrowser(record.command);
+}
+
+/// A title that names no interpreter, although one runs: "webpack" is classified as "node webpack".
+std::optional<ProcessKind> detectKindOfInterpreter(const SnapshotRecord& record,
+                                                   const ProcessLookup& lookup) {
+    if (!Interpreters::canBeTitle(record.command)) {
+        return std::nullopt;
+    }
+    const auto executable = lookup.executableOf(record.pid);
+    const std::string interpreter(executable ? Interpreters::interpreterIn(*executable) : "");
+    if (interpreter.empty() || !lookup.wasInSnapshot(record.pid)) {
+        return std::nullopt;
+    }
+    return detectKind(interpreter + " " + record.command);
+}
+
+std::optional<ProcessKind> kindOf(const SnapshotRecord& record, const ProcessLookup& lookup) {
+    if (isPlaywrightMCPBrowser(record, lookup)) {
+        return ProcessKind::chromeHelper;
+    }
+    const auto kind = moreSpecific(detectKindOfTitle(record.command), record.runnerScript);
+    return kind ? kind : moreSpecific(detectKindOfInterpreter(record, lookup), record.runnerScript);
 }
 
 } // namespace
@@ -71,7 +105,7 @@ std::optional<ProcessItem> ItemMaker::make(const PSLine& line) const {
     return makeWith(line, [&line] { return detectKind(line.args); });
 }
 
-std::optional<ProcessItem> ItemMaker::make(const SnapshotRecord& record) const {
+std::optional<ProcessItem> ItemMaker::make(const SnapshotRecord& record, const ProcessLookup& lookup) const {
     const PSLine line{.pid = record.pid,
                       .ppid = record.ppid,
                       .etime = record.elapsed,
@@ -79,8 +113,7 @@ std::optional<ProcessItem> ItemMaker::make(const SnapshotRecord& record) const {
                       .pcpu = record.cpuPercent,
                       .rss = record.rss,
                       .args = record.command};
-    auto item = makeWith(
-        line, [&record] { return moreSpecific(detectKindOfTitle(record.command), record.runnerScript); });
+    auto item = makeWith(line, [&] { return kindOf(record, lookup); });
     if (item) {
         for (const int32_t shell : record.foldedShells) {
             item->folded.push_back({.pid = shell, .startTime = startTimeOf(shell)});

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "VintrelCore/scan/ProcessLookup.h"
 #include "VintrelCore/scan/ScanCore.h"
 
 #include <optional>
@@ -20,7 +21,8 @@ public:
     explicit ItemMaker(const Inputs& inputs) : m_inputs(inputs), m_customRules(inputs.customRules) {}
 
     [[nodiscard]] std::optional<ProcessItem> make(const PSLine& line) const;
-    [[nodiscard]] std::optional<ProcessItem> make(const SnapshotRecord& record) const;
+    [[nodiscard]] std::optional<ProcessItem> make(const SnapshotRecord& record,
+                                                  const ProcessLookup& lookup) const;
 
 private:
     /// `detect` is asked for the built-in kind when no rule of the user's matches.

@@ -15,7 +15,11 @@ namespace VintrelTests {
 namespace {
 
 ProcessOptions starterOf(const StrayOptions& options) {
-    std::vector<std::string> argv{VINTREL_TEST_STRAY, "--cwd", options.cwd.string()};
+    const std::filesystem::path program = options.program.empty() ? VINTREL_TEST_STRAY : options.program;
+    if (!std::filesystem::exists(program)) {
+        std::filesystem::copy_file(VINTREL_TEST_STRAY, program);
+    }
+    std::vector<std::string> argv{program.string(), "--cwd", options.cwd.string()};
     const auto add = [&argv](bool wanted, std::initializer_list<std::string> words) {
         if (wanted) {
             argv.insert(argv.end(), words);

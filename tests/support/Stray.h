@@ -18,6 +18,8 @@ struct StrayOptions {
     bool zombie = false;      ///< it has ended, and its adopter does not look after it
     bool ignoresTerm = false; ///< it does not end when it is asked to
     std::string terminal{};   ///< "open" or "closed": it had a terminal
+    /// What it runs, made when it is missing; "" for the helper itself.
+    std::filesystem::path program{};
 };
 
 /// A real process that looks like a developer tool which was left running. It ends with the object.
