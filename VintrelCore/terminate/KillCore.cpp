@@ -2,7 +2,7 @@
 
 #include "VintrelCore/base/Shell.h"
 #include "VintrelCore/platform/Platform.h"
-#include "VintrelCore/scan/Parentage.h"
+#include "VintrelCore/scan/ControlGroup.h"
 #include "VintrelCore/terminate/RowEnding.h"
 
 #include <algorithm>
@@ -221,7 +221,7 @@ bool isInContainer(const ProcessItem& item, const Platform::KernelView& kernel) 
         return item.kind == ProcessKind::docker;
     }
     const auto facts = kernel.factsOf(item.pid);
-    return facts && Parentage::isInContainer(facts->controlGroup, kernel.ownControlGroup);
+    return facts && ControlGroup::isInContainer(facts->controlGroup, kernel.ownControlGroup);
 }
 
 std::vector<KillResult> killAll(std::span<const ProcessItem> items,

@@ -8,6 +8,8 @@
 #include <array>
 #include <cstdlib>
 #include <ctime>
+#include <filesystem>
+#include <system_error>
 
 #include <unistd.h>
 
@@ -71,6 +73,29 @@ std::optional<KernelFacts> readKernelFacts(int32_t pid) {
                        .controlGroup = ProcFiles::parseControlGroup(*cgroups)};
 }
 
+bool isMasterOfTerminals(const std::filesystem::path& file) {
+    return file == "/dev/ptmx" || file == "/dev/pts/ptmx"; // the second is what the first leads to
+}
+
+bool readHoldsTerminal(int32_t pid) {
+    std::error_code error;
+    std::filesystem::directory_iterator descriptor("/proc/" + std::to_string(pid) + "/fd", error);
+    for (; !error && descriptor != std::filesystem::directory_iterator(); descriptor.increment(error)) {
+        std::error_code unreadable; // it may have been closed meanwhile
+        if (isMasterOfTerminals(std::filesystem::read_symlink(descriptor->path(), unreadable))) {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::optional<int32_t> readUnitProcess(int32_t pid) {
+    constexpr size_t maxEnvironment = size_t{256} << 10;
+    const auto environment =
+        File::readKernelFile("/proc/" + std::to_string(pid) + "/environ", maxEnvironment);
+    return environment ? ProcFiles::parseUnitProcess(*environment) : std::nullopt;
+}
+
 } // namespace
 
 std::string psPath() {
@@ -127,7 +152,9 @@ KernelView kernelView() {
             .ownControlGroup = own ? ProcFiles::parseControlGroup(*own) : std::string(),
             .secondsSinceBoot =
                 static_cast<double>(clockMicroseconds(CLOCK_BOOTTIME)) / microsecondsPerSecond,
-            .factsOf = readKernelFacts};
+            .factsOf = readKernelFacts,
+            .holdsTerminal = readHoldsTerminal,
+            .unitProcessOf = readUnitProcess};
 }
 
 } // namespace VintrelCore::Platform
