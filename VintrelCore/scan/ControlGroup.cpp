@@ -22,6 +22,16 @@ bool isUserManager(std::string_view component) {
     return component.starts_with("user@") && isService(component);
 }
 
+constexpr std::string_view hexadecimals = "0123456789abcdef";
+
+/// Inside a development container, what the program shares with everything around it says nothing.
+std::string_view beyondOwn(std::string_view controlGroup, std::string_view ownControlGroup) {
+    if (ownControlGroup.size() > 1 && Path::isAtOrBelow(controlGroup, ownControlGroup)) {
+        controlGroup.remove_prefix(ownControlGroup.size());
+    }
+    return controlGroup;
+}
+
 } // namespace
 
 bool isService(std::string_view component) {
@@ -53,10 +63,7 @@ std::optional<int32_t> numberInScope(std::string_view scope) {
 }
 
 bool isInContainer(std::string_view controlGroup, std::string_view ownControlGroup) {
-    // Inside a development container, what the program shares with everything around it says nothing.
-    if (ownControlGroup.size() > 1 && Path::isAtOrBelow(controlGroup, ownControlGroup)) {
-        controlGroup.remove_prefix(ownControlGroup.size());
-    }
+    controlGroup = beyondOwn(controlGroup, ownControlGroup);
     constexpr std::array<std::string_view, 6> names{"/docker/", "libpod-",       "kubepods",
                                                     "/lxc",     "machine.slice", "buildkit"};
     if (std::ranges::any_of(names, [controlGroup](auto name) { return controlGroup.contains(name); })) {
@@ -67,11 +74,26 @@ bool isInContainer(std::string_view controlGroup, std::string_view ownControlGro
     for (auto at = controlGroup.find(engine); at != std::string_view::npos;
          at = controlGroup.find(engine, at + 1)) {
         const std::string_view name = controlGroup.substr(at + engine.size());
-        if (std::min(name.find_first_not_of("0123456789abcdef"), name.size()) >= shortestID) {
+        if (std::min(name.find_first_not_of(hexadecimals), name.size()) >= shortestID) {
             return true;
         }
     }
     return false;
+}
+
+std::optional<std::string_view> containerID(std::string_view controlGroup, std::string_view ownControlGroup) {
+    constexpr size_t idLength = 64;
+    std::string_view rest = beyondOwn(controlGroup, ownControlGroup);
+    std::optional<std::string_view> innermost;
+    while (!rest.empty()) {
+        rest.remove_prefix(std::min(rest.find_first_of(hexadecimals), rest.size()));
+        const std::string_view digits = rest.substr(0, rest.find_first_not_of(hexadecimals));
+        if (digits.size() == idLength) {
+            innermost = digits;
+        }
+        rest.remove_prefix(digits.size());
+    }
+    return innermost;
 }
 
 Unit unitOf(std::string_view controlGroup) {

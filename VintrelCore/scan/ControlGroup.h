@@ -10,6 +10,11 @@ namespace VintrelCore::ControlGroup {
 /// Whether the control group belongs to a container that this program is not itself inside of.
 [[nodiscard]] bool isInContainer(std::string_view controlGroup, std::string_view ownControlGroup);
 
+/// The id of the innermost container that the control group belongs to and this program is not inside of, as
+/// far as container engines put it into the path; absent when there is none in it.
+[[nodiscard]] std::optional<std::string_view> containerID(std::string_view controlGroup,
+                                                          std::string_view ownControlGroup);
+
 /// The service or scope that a control group belongs to.
 struct Unit {
     std::string_view name;             ///< "" for none; a view into the control group's path
