@@ -101,6 +101,7 @@ int clean(const Settings& settings) {
         if (const auto reason = reasonNotToClean(scan.faults, settings.rules, settings.problem)) {
             return std::unexpected(*reason);
         }
+        std::ranges::for_each(CLIEnding::leftOut(scan), Output::complain);
         return CLIEnding::itemsToClean(scan);
     });
 }

@@ -42,8 +42,7 @@ public:
     explicit ScanEngine(UserNotifications& notifications, ScanSources sources = {},
                         QObject* parent = nullptr);
 
-    /// The candidates of the last scan, less what was dismissed since. Empty before it, as all that was
-    /// found.
+    /// The candidates of the last scan, less what was dismissed since. Before it there is nothing.
     [[nodiscard]] const Items& items() const { return m_found.items; }
 
     [[nodiscard]] bool isScanning() const { return m_isScanning; }
@@ -113,11 +112,13 @@ public:
     void dismiss(int32_t pid);
 
     [[nodiscard]] bool isProtected(const Item& item) const;
-
     /// Whether this one entry of the protected projects covers the item.
     [[nodiscard]] bool isProtected(const Item& item, const std::string& entry) const;
 
-    /// What "Clean all" ends: the safe items that are not protected.
+    /// Whether rules go by folders, and that of the item is unknown: it is ended by itself or not at all.
+    [[nodiscard]] bool staysOutOfSweeps(const Item& item) const;
+
+    /// What "Clean all" ends: the safe items that are not protected, as far as that can be told.
     [[nodiscard]] Items sweepableSafeItems() const;
 
     /// Why nothing may be swept now: a fact that protects is missing.
@@ -136,7 +137,6 @@ public:
 
     /// What an address asks for. A scan announces every stray; a clean is followed by a notification.
     void perform(VintrelCore::URLScheme::Command command);
-
     void fireCleanResultNotification(const CleanSummary& summary);
 
     /// Looks up what a process and those folded into its row have open.
