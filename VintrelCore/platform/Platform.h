@@ -30,6 +30,10 @@ namespace VintrelCore::Platform {
 /// $HOME, else the account's home; "" when there is neither.
 [[nodiscard]] std::string homeFolder();
 
+/// Where programs keep a user's settings; Vintrel's own folder stands in it. "" without a home, and where the
+/// system has a store of its own for them.
+[[nodiscard]] std::string settingsFolder();
+
 /// Where programs keep a user's data; Vintrel's own folder stands in it. "" without a home.
 [[nodiscard]] std::string dataFolder();
 

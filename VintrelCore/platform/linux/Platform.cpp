@@ -96,6 +96,16 @@ std::optional<int32_t> readUnitProcess(int32_t pid) {
     return environment ? ProcFiles::parseUnitProcess(*environment) : std::nullopt;
 }
 
+/// A folder by the base directory rules: the variable's, or else this one below home.
+std::string baseFolder(const char* variable, std::string_view belowHome) {
+    const char* const configured = std::getenv(variable); // NOLINT(concurrency-mt-unsafe): nobody sets it
+    if (configured != nullptr && configured[0] == '/') {  // a relative one is to be ignored, say the rules
+        return std::string(Path::withoutTrailingSlashes(configured));
+    }
+    const std::string home = homeFolder();
+    return home.empty() ? home : home + std::string(belowHome);
+}
+
 } // namespace
 
 std::string psPath() {
@@ -113,15 +123,12 @@ std::span<const std::string_view> dockerCandidates() {
     return paths;
 }
 
+std::string settingsFolder() {
+    return baseFolder("XDG_CONFIG_HOME", "/.config");
+}
+
 std::string dataFolder() {
-    const char* const configured =
-        std::getenv("XDG_DATA_HOME"); // NOLINT(concurrency-mt-unsafe): nobody sets it
-    if (configured != nullptr &&
-        configured[0] == '/') { // a relative one is to be ignored, says the base directory rule
-        return std::string(Path::withoutTrailingSlashes(configured));
-    }
-    const std::string home = homeFolder();
-    return home.empty() ? home : home + "/.local/share";
+    return baseFolder("XDG_DATA_HOME", "/.local/share");
 }
 
 std::optional<ProcessRecord> processRecord(int32_t pid) {

@@ -155,6 +155,18 @@ TEST(Folders, dataFollowsTheBaseDirectoryRules) {
     }
 }
 
+TEST(Folders, settingsFollowTheBaseDirectoryRules) {
+    const ScopedEnvironment home("HOME", "/h");
+    {
+        const ScopedEnvironment settings("XDG_CONFIG_HOME", "/settings/");
+        EXPECT_EQ(Platform::settingsFolder(), "/settings");
+    }
+    for (const auto& ignored : {std::optional<std::string>("relative"), std::optional<std::string>("")}) {
+        const ScopedEnvironment settings("XDG_CONFIG_HOME", ignored);
+        EXPECT_EQ(Platform::settingsFolder(), "/h/.config");
+    }
+}
+
 TEST(LimitDescriptors, lowersTheSoftLimitAndNothingElse) {
     rlimit most{};
     ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &most), 0);
