@@ -211,10 +211,8 @@ private:
         const std::string_view folder = BrowserProfile::folderIn(arguments);
         const bool isHelper = BrowserProfile::isPlaywrightMCPs(folder);
         bool isTools = false;
-        if (m_kind == ProcessKind::chromeHelper) {
-            isTools = isHelper;
-        } else if (m_kind == ProcessKind::playwrightMCP) {
-            isTools = isHelper || ToolNames::isToolsFile(m_kind, folder);
+        if (m_kind == ProcessKind::chromeHelper || m_kind == ProcessKind::playwrightMCP) {
+            isTools = isHelper; // any other folder of that name may be a person's own profile
         } else if (m_kind == ProcessKind::playwrightTest) {
             isTools = BrowserProfile::isPlaywrightTests(folder);
         }
