@@ -3,6 +3,7 @@
 #include "VintrelCore/base/UnicodeText.h"
 #include "VintrelCore/context/PortRegistry.h"
 #include "VintrelCore/scan/ItemMaker.h"
+#include "VintrelCore/scan/RunnerRows.h"
 #include "VintrelCore/scan/ScanCore.h"
 
 #include <algorithm>
@@ -12,7 +13,20 @@ namespace VintrelCore::ScanCore {
 
 namespace {
 
-std::vector<ProcessItem> makeItems(const EnumerateOptions& options) {
+std::vector<ProcessItem> itemsOfLines(std::string_view psOutput, const ItemMaker& maker) {
+    std::vector<ProcessItem> items;
+    while (const auto text = Text::takeLine(psOutput)) {
+        const auto line = parsePSLine(*text);
+        if (auto item = line ? maker.make(*line) : std::nullopt) {
+            items.push_back(*std::move(item));
+        }
+    }
+    return items;
+}
+
+} // namespace
+
+std::vector<ProcessItem> enumerate(const EnumerateOptions& options) {
     std::vector<SnapshotRecord> own;
     if (!options.psOutput && !options.records) {
         own = snapshotRecords(runPS(), Platform::kernelView());
@@ -23,46 +37,27 @@ std::vector<ProcessItem> makeItems(const EnumerateOptions& options) {
                            .registeredPIDs = registered,
                            .customRules = options.customRules,
                            .startTimeProvider = options.startTimeProvider});
-    std::vector<ProcessItem> items;
-    const auto add = [&items](std::optional<ProcessItem> item) {
-        if (item) {
-            items.push_back(*std::move(item));
-        }
-    };
-    if (options.psOutput) {
-        std::string_view rest = *options.psOutput;
-        while (const auto text = Text::takeLine(rest)) {
-            if (const auto line = parsePSLine(*text)) {
-                add(maker.make(*line));
-            }
-        }
-        return items;
-    }
-    for (const SnapshotRecord& record : options.records.value_or(own)) {
-        add(maker.make(record));
-    }
-    return items;
-}
-
-} // namespace
-
-std::vector<ProcessItem> enumerate(const EnumerateOptions& options) {
-    std::vector<ProcessItem> items = makeItems(options);
     const auto ignored = UnicodeText::needles(options.ignoredNames);
-    std::erase_if(items, [&](const ProcessItem& item) {
-        const bool isIgnored =
-            std::ranges::any_of(ignored, [&item](const auto& needle) { return needle.isIn(item.command); });
-        return isIgnored || options.dismissedPIDs.contains(item.pid);
-    });
-    items = collapseWrappers(items);
-    // After collapsing, so that a runner disappears together with what it runs.
+    const auto isDropped = [&](const ProcessItem& item) {
+        return options.dismissedPIDs.contains(item.pid) ||
+               std::ranges::any_of(ignored,
+                                   [&item](const auto& needle) { return needle.isIn(item.command); });
+    };
+    std::vector<ProcessItem> items;
+    if (options.psOutput) {
+        items = itemsOfLines(*options.psOutput, maker);
+        std::erase_if(items, isDropped);
+        items = collapseWrappers(items);
+    } else {
+        items = RunnerRows(maker, isDropped).of(options.records.value_or(own));
+    }
+    // After merging, so that a runner disappears together with what it runs.
     std::erase_if(items, [&](const ProcessItem& item) { return options.disabledKinds.contains(item.kind); });
     return items;
 }
 
 void applyRegisteredPorts(std::vector<ProcessItem>& items, const PIDSet& registeredPIDs) {
     for (ProcessItem& item : items) {
-        // A merged row has the tier of the child that is folded into it.
         const auto isRegistered = [&](const FoldedProcess& process) {
             return registeredPIDs.contains(process.pid);
         };
