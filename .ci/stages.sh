@@ -27,11 +27,13 @@ check_scripts() {
   git ls-files -co --exclude-standard -- run test .ci/run .ci/nightly '*.sh' '*.bash' | xargs shellcheck -x
 }
 
-# build_release   All that a release build can make, without warnings. The packages are made of the same objects.
+# build_release   All that a release build can make, without warnings.
 build_release() {
-  trap 'cmake --preset release -DVINTREL_WERROR=OFF >/dev/null' EXIT
+  local status=0
   cmake --preset release -DVINTREL_WERROR=ON >/dev/null
-  build release vintrel vintrel-app benchmarks
+  (build release vintrel vintrel-app benchmarks) || status=$?
+  cmake --preset release -DVINTREL_WERROR=OFF >/dev/null
+  return "$status"
 }
 
 check_packages() {

@@ -19,6 +19,7 @@ enum class EngineField {
     customRules,
     notificationsEnabled,
     managers,
+    namedOnly,
     problems,
 };
 

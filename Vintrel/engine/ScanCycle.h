@@ -33,6 +33,7 @@ struct Results {
     VintrelCore::CwdResolver::CwdMap cwds{};
     VintrelCore::AncestryResolver::ProcessTable processTable{};
     std::unordered_map<int32_t, std::string> managers{};
+    VintrelCore::ScanCore::PIDSet namedOnly{}; ///< candidates whose tool is not what runs
     VintrelCore::CPUSampler::Reading usedCPU{};
     VintrelCore::ScanFaults faults{};
     VintrelCore::DockerService::EngineState containerEngine = VintrelCore::DockerService::EngineState::absent;

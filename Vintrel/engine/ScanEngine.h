@@ -42,8 +42,7 @@ public:
     explicit ScanEngine(UserNotifications& notifications, ScanSources sources = {},
                         QObject* parent = nullptr);
 
-    /// The candidates of the last scan, less what was dismissed since. Empty before it, as all that was
-    /// found.
+    /// The candidates of the last scan, less what was dismissed since. Before it, nothing is found.
     [[nodiscard]] const Items& items() const { return m_found.items; }
 
     [[nodiscard]] bool isScanning() const { return m_isScanning; }
@@ -61,6 +60,8 @@ public:
 
     /// By pid, the unit or the program that looks after a candidate.
     [[nodiscard]] const auto& managers() const { return m_found.managers; }
+
+    [[nodiscard]] const auto& namedOnly() const { return m_found.namedOnly; }
 
     /// What is wrong at the moment.
     [[nodiscard]] const std::vector<Problem>& problems() const { return m_problems; }
@@ -113,7 +114,6 @@ public:
     void dismiss(int32_t pid);
 
     [[nodiscard]] bool isProtected(const Item& item) const;
-
     /// Whether this one entry of the protected projects covers the item.
     [[nodiscard]] bool isProtected(const Item& item, const std::string& entry) const;
 

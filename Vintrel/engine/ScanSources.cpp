@@ -24,9 +24,11 @@ ScanSources::Candidates takeSnapshot(const ScanCore::EnumerateOptions& options, 
     if (fault != Shell::Fault::none) {
         return {.fault = fault};
     }
-    ScanSources::Candidates candidates{.items = snapshot.candidates(options)};
-    candidates.managers = snapshot.managersOf(candidates.items);
-    return candidates;
+    ScanCore::Candidates candidates = snapshot.candidates(options);
+    auto managers = snapshot.managersOf(candidates.items);
+    return {.items = std::move(candidates.items),
+            .managers = std::move(managers),
+            .namedOnly = std::move(candidates.namedOnly)};
 }
 
 ScanSources::Directories askForDirectories(const ScanSources::DirectoriesQuery& query, int interrupt) {

@@ -30,6 +30,9 @@ std::vector<std::string> tagsOf(const ProcessItem& item, const ScanEngine& engin
     if (owner != owners.end()) {
         tags.push_back("owned by container " + owner->second);
     }
+    if (engine.namedOnly().contains(item.pid)) {
+        tags.emplace_back("named only in its arguments");
+    }
     if (VintrelCore::ScanCore::hasDevModeFlag(item.command)) {
         tags.emplace_back("dev-mode flag");
     }

@@ -9,6 +9,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 /// All that the core asks of an operating system, apart from starting a child (base/ChildProcess.h). Each
 /// function fetches raw facts; what they mean is decided elsewhere, in code that every system shares. A port
@@ -60,6 +61,14 @@ struct ProcessRecord {
 /// The moment that a process would note as its start if it started now; absent where such moments move with
 /// the clock, and so cannot be compared with earlier ones.
 [[nodiscard]] std::optional<ProcStartTime> startTimeOfNow();
+
+/// The arguments that a process was started with, its program's name first, or what it has written over them.
+/// None for a process of the kernel's own. Absent when they cannot be read or have more than 128 KiB.
+[[nodiscard]] std::optional<std::vector<std::string>> arguments(int32_t pid);
+
+/// The file that a process runs, with " (deleted)" behind it when that is gone; absent when it cannot be
+/// read.
+[[nodiscard]] std::optional<std::string> executable(int32_t pid);
 
 /// What the kernel knows of a process beyond what ps was asked for.
 struct KernelFacts {

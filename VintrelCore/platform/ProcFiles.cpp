@@ -42,6 +42,16 @@ std::optional<Stat> parseStat(std::string_view record) {
     return stat;
 }
 
+std::vector<std::string> parseArguments(std::string_view record) {
+    std::vector<std::string> arguments;
+    while (!record.empty()) {
+        const size_t end = std::min(record.find('\0'), record.size());
+        arguments.emplace_back(record.substr(0, end));
+        record.remove_prefix(std::min(end + 1, record.size()));
+    }
+    return arguments;
+}
+
 namespace {
 
 /// The number behind a field's name; of several, the first.

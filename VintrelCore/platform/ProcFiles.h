@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 /// Parsers for the files of a process below /proc. Source of the formats: the manual pages proc(5) and
 /// cgroups(7).
@@ -20,6 +21,9 @@ struct Stat {
 /// Parses "stat". Fields are counted from the last ')': the name before it may hold anything, ") S 1 (" and
 /// line breaks included. Absent when the record is cut off or malformed.
 [[nodiscard]] std::optional<Stat> parseStat(std::string_view record);
+
+/// The arguments in "cmdline", each of which ends with a zero byte; the last need not.
+[[nodiscard]] std::vector<std::string> parseArguments(std::string_view record);
 
 /// The real user id from "status"; absent when it is not there.
 [[nodiscard]] std::optional<int32_t> parseUserID(std::string_view status);

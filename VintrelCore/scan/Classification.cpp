@@ -1,8 +1,11 @@
 #include "VintrelCore/base/Text.h"
+#include "VintrelCore/scan/Interpreters.h"
 #include "VintrelCore/scan/ItemMaker.h"
 #include "VintrelCore/scan/ScanCore.h"
+#include "VintrelCore/scan/WhatRuns.h"
 
 #include <algorithm>
+#include <span>
 #include <utility>
 
 namespace VintrelCore::ScanCore {
@@ -25,13 +28,45 @@ std::optional<ProcessKind> detectKindOfTitle(std::string_view command) {
     return detectKind(Text::trimmedBlanks(plain));
 }
 
-/// A bare node process behind a package runner's shell is what the shell's script names.
+/// A bare node process behind a shell, or one that names no tool, is what the shell's script names.
 std::optional<ProcessKind> moreSpecific(std::optional<ProcessKind> kind, std::string_view runnerScript) {
-    if (kind != ProcessKind::node || runnerScript.empty()) {
+    if (kind.value_or(ProcessKind::node) != ProcessKind::node || runnerScript.empty()) {
         return kind;
     }
     const auto named = detectKind(runnerScript);
     return named ? named : kind;
+}
+
+/// A browser that Playwright's server drives may have its profile beside Playwright's browsers.
+bool isPlaywrightMCPBrowser(const SnapshotRecord& record, const ProcessLookup& lookup) {
+    if (!record.command.contains("/ms-playwright")) {
+        return false; // as nearly all
+    }
+    const auto arguments = lookup.argumentsInSnapshot(record.pid);
+    return arguments ? WhatRuns::isPlaywrightMCPBrowser(*arguments)
+                     : WhatRuns::isPlaywrightMCPBrowser(record.command);
+}
+
+/// A title that names no interpreter, although one runs: "webpack" is classified as "node webpack".
+std::optional<ProcessKind> detectKindOfInterpreter(const SnapshotRecord& record,
+                                                   const ProcessLookup& lookup) {
+    if (!Interpreters::canBeTitle(record.command)) {
+        return std::nullopt;
+    }
+    const auto executable = lookup.executableOf(record.pid);
+    const std::string interpreter(executable ? Interpreters::interpreterIn(*executable) : "");
+    if (interpreter.empty() || !lookup.wasInSnapshot(record.pid)) {
+        return std::nullopt;
+    }
+    return detectKind(interpreter + " " + record.command);
+}
+
+std::optional<ProcessKind> kindOf(const SnapshotRecord& record, const ProcessLookup& lookup) {
+    if (isPlaywrightMCPBrowser(record, lookup)) {
+        return ProcessKind::chromeHelper;
+    }
+    const auto kind = moreSpecific(detectKindOfTitle(record.command), record.runnerScript);
+    return kind ? kind : moreSpecific(detectKindOfInterpreter(record, lookup), record.runnerScript);
 }
 
 } // namespace
@@ -71,7 +106,27 @@ std::optional<ProcessItem> ItemMaker::make(const PSLine& line) const {
     return makeWith(line, [&line] { return detectKind(line.args); });
 }
 
-std::optional<ProcessItem> ItemMaker::make(const SnapshotRecord& record) const {
+std::optional<ProcessItem> ItemMaker::make(const SnapshotRecord& record, const ProcessLookup& lookup) const {
+    return makeWith(record, [&] { return kindOf(record, lookup); });
+}
+
+ProcessItem ItemMaker::makeOfKind(const SnapshotRecord& record, ProcessKind kind) const {
+    return makeWith(record, [kind] { return std::optional(kind); }).value_or(ProcessItem{});
+}
+
+RiskTier ItemMaker::tierOf(const ProcessItem& row) const {
+    const bool isOld = row.elapsed >= m_inputs.elapsedThreshold;
+    const RiskTier tier = riskTier(row.kind, row.hasTTY(), row.isOrphan(), isOld);
+    const auto isRegistered = [this](const FoldedProcess& process) {
+        return m_inputs.registeredPIDs.contains(process.pid);
+    };
+    const bool listens =
+        m_inputs.registeredPIDs.contains(row.pid) || std::ranges::any_of(row.folded, isRegistered);
+    return listens ? riskTierOfListener(tier) : tier;
+}
+
+template <typename Detect>
+std::optional<ProcessItem> ItemMaker::makeWith(const SnapshotRecord& record, Detect detect) const {
     const PSLine line{.pid = record.pid,
                       .ppid = record.ppid,
                       .etime = record.elapsed,
@@ -79,12 +134,16 @@ std::optional<ProcessItem> ItemMaker::make(const SnapshotRecord& record) const {
                       .pcpu = record.cpuPercent,
                       .rss = record.rss,
                       .args = record.command};
-    auto item = makeWith(
-        line, [&record] { return moreSpecific(detectKindOfTitle(record.command), record.runnerScript); });
+    auto item = makeWith(line, detect);
     if (item) {
-        for (const int32_t shell : record.foldedShells) {
-            item->folded.push_back({.pid = shell, .startTime = startTimeOf(shell)});
-        }
+        const auto fold = [&](std::span<const int32_t> shells, FoldedAs as) {
+            for (const int32_t shell : shells) {
+                item->folded.push_back({.pid = shell, .startTime = startTimeOf(shell), .as = as});
+            }
+        };
+        fold(record.shellsAbove, FoldedAs::starter);
+        fold(record.foldedShells, FoldedAs::part);
+        item->riskTier = tierOf(*item);
     }
     return item;
 }
@@ -103,23 +162,18 @@ std::optional<ProcessItem> ItemMaker::makeWith(const PSLine& line, Detect detect
         return std::nullopt;
     }
 
-    const double elapsed = parseElapsed(line.etime);
-    const bool isOld = elapsed >= m_inputs.elapsedThreshold;
-    RiskTier tier = riskTier(*kind, ProcessItem::isTTYAttached(line.tty), line.ppid == 1, isOld);
-    if (m_inputs.registeredPIDs.contains(line.pid)) {
-        tier = riskTierOfListener(tier);
-    }
-    return ProcessItem{.pid = line.pid,
-                       .ppid = line.ppid,
-                       .command = std::string(line.args),
-                       .elapsed = elapsed,
-                       .tty = std::string(line.tty),
-                       .kind = *kind,
-                       .riskTier = tier,
-                       .cpuPercent = Text::parseDecimal(line.pcpu).value_or(0),
-                       .rssKB = Text::parseInteger<int64_t>(line.rss).value_or(0),
-                       .startTime = startTimeOf(line.pid),
-                       .customLabel = std::move(customLabel)};
+    ProcessItem item{.pid = line.pid,
+                     .ppid = line.ppid,
+                     .command = std::string(line.args),
+                     .elapsed = parseElapsed(line.etime),
+                     .tty = std::string(line.tty),
+                     .kind = *kind,
+                     .cpuPercent = Text::parseDecimal(line.pcpu).value_or(0),
+                     .rssKB = Text::parseInteger<int64_t>(line.rss).value_or(0),
+                     .startTime = startTimeOf(line.pid),
+                     .customLabel = std::move(customLabel)};
+    item.riskTier = tierOf(item);
+    return item;
 }
 
 std::optional<ProcStartTime> ItemMaker::startTimeOf(int32_t pid) const {

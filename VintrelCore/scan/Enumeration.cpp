@@ -2,7 +2,11 @@
 #include "VintrelCore/base/Text.h"
 #include "VintrelCore/base/UnicodeText.h"
 #include "VintrelCore/context/PortRegistry.h"
+#include "VintrelCore/platform/Platform.h"
 #include "VintrelCore/scan/ItemMaker.h"
+#include "VintrelCore/scan/NamedOnly.h"
+#include "VintrelCore/scan/RecordPipeline.h"
+#include "VintrelCore/scan/RunnerRows.h"
 #include "VintrelCore/scan/ScanCore.h"
 
 #include <algorithm>
@@ -12,57 +16,79 @@ namespace VintrelCore::ScanCore {
 
 namespace {
 
-std::vector<ProcessItem> makeItems(const EnumerateOptions& options) {
-    std::vector<SnapshotRecord> own;
-    if (!options.psOutput && !options.records) {
-        own = snapshotRecords(runPS(), Platform::kernelView());
-    }
-    const PIDSet registered =
-        options.registeredPIDs ? *options.registeredPIDs : PortRegistry::listeningPIDs();
-    const ItemMaker maker({.elapsedThreshold = options.elapsedThreshold,
-                           .registeredPIDs = registered,
-                           .customRules = options.customRules,
-                           .startTimeProvider = options.startTimeProvider});
-    std::vector<ProcessItem> items;
-    const auto add = [&items](std::optional<ProcessItem> item) {
-        if (item) {
-            items.push_back(*std::move(item));
-        }
-    };
-    if (options.psOutput) {
-        std::string_view rest = *options.psOutput;
-        while (const auto text = Text::takeLine(rest)) {
-            if (const auto line = parsePSLine(*text)) {
-                add(maker.make(*line));
+/// Makes rows of lines or of records, and leaves out what is not to be listed.
+class Pipeline {
+public:
+    explicit Pipeline(const EnumerateOptions& options)
+        : m_options(options),
+          m_ignored(UnicodeText::needles(options.ignoredNames)),
+          m_registered(options.registeredPIDs ? *options.registeredPIDs : PortRegistry::listeningPIDs()),
+          m_maker({.elapsedThreshold = options.elapsedThreshold,
+                   .registeredPIDs = m_registered,
+                   .customRules = options.customRules,
+                   .startTimeProvider = options.startTimeProvider}) {}
+
+    [[nodiscard]] std::vector<ProcessItem> itemsOf(std::string_view psOutput) const {
+        std::vector<ProcessItem> items;
+        while (const auto text = Text::takeLine(psOutput)) {
+            const auto line = parsePSLine(*text);
+            auto item = line ? m_maker.make(*line) : std::nullopt;
+            if (item && !isDropped(*item)) {
+                items.push_back(*std::move(item));
             }
         }
+        return withoutDisabledKinds(collapseWrappers(items));
+    }
+
+    [[nodiscard]] std::vector<ProcessItem> itemsOf(std::span<const SnapshotRecord> records,
+                                                   const ProcessLookup& lookup) const {
+        const RunnerRows::Predicate drops = [this](const ProcessItem& item) { return isDropped(item); };
+        return withoutDisabledKinds(RunnerRows(m_maker, lookup, drops).of(records));
+    }
+
+private:
+    [[nodiscard]] bool isDropped(const ProcessItem& item) const {
+        return m_options.dismissedPIDs.contains(item.pid) ||
+               std::ranges::any_of(m_ignored,
+                                   [&item](const auto& needle) { return needle.isIn(item.command); });
+    }
+
+    /// After merging, so that a runner disappears together with what it runs.
+    [[nodiscard]] std::vector<ProcessItem> withoutDisabledKinds(std::vector<ProcessItem> items) const {
+        std::erase_if(
+            items, [this](const ProcessItem& item) { return m_options.disabledKinds.contains(item.kind); });
         return items;
     }
-    for (const SnapshotRecord& record : options.records.value_or(own)) {
-        add(maker.make(record));
-    }
-    return items;
-}
+
+    const EnumerateOptions& m_options;
+    std::vector<UnicodeText::Needle> m_ignored;
+    PIDSet m_registered;
+    ItemMaker m_maker;
+};
 
 } // namespace
 
 std::vector<ProcessItem> enumerate(const EnumerateOptions& options) {
-    std::vector<ProcessItem> items = makeItems(options);
-    const auto ignored = UnicodeText::needles(options.ignoredNames);
-    std::erase_if(items, [&](const ProcessItem& item) {
-        const bool isIgnored =
-            std::ranges::any_of(ignored, [&item](const auto& needle) { return needle.isIn(item.command); });
-        return isIgnored || options.dismissedPIDs.contains(item.pid);
-    });
-    items = collapseWrappers(items);
-    // After collapsing, so that a runner disappears together with what it runs.
-    std::erase_if(items, [&](const ProcessItem& item) { return options.disabledKinds.contains(item.kind); });
-    return items;
+    if (options.psOutput) {
+        return Pipeline(options).itemsOf(*options.psOutput);
+    }
+    if (options.records) {
+        return candidatesIn(*options.records, options, {}).items;
+    }
+    const auto began = Platform::startTimeOfNow();
+    const auto records = snapshotRecords(runPS(), Platform::kernelView());
+    return candidatesIn(records, options, ProcessLookup::since(began)).items;
+}
+
+Candidates candidatesIn(std::span<const SnapshotRecord> records, const EnumerateOptions& options,
+                        const ProcessLookup& lookup) {
+    Candidates candidates{.items = Pipeline(options).itemsOf(records, lookup)};
+    candidates.namedOnly = NamedOnly::raise(candidates.items, records, lookup);
+    return candidates;
 }
 
 void applyRegisteredPorts(std::vector<ProcessItem>& items, const PIDSet& registeredPIDs) {
     for (ProcessItem& item : items) {
-        // A merged row has the tier of the child that is folded into it.
         const auto isRegistered = [&](const FoldedProcess& process) {
             return registeredPIDs.contains(process.pid);
         };

@@ -4,6 +4,7 @@
 #include "VintrelCore/model/ProcStartTime.h"
 #include "VintrelCore/model/ProcessItem.h"
 #include "VintrelCore/platform/Platform.h"
+#include "VintrelCore/scan/RecordPipeline.h"
 #include "VintrelCore/scan/ScanCore.h"
 #include "VintrelCore/scan/SnapshotRecord.h"
 
@@ -25,10 +26,10 @@ public:
     /// Takes over what ps printed (`ScanCore::psCommand`). With a fault, nothing is known.
     [[nodiscard]] Shell::Fault take(const Shell::Outcome& ps);
 
-    /// `ScanCore::enumerate` on this snapshot; `options` need no records and no provider of start times. Left
-    /// out are those whose start cannot be had: they are gone, or they started after ps did, and its line may
-    /// be about a predecessor of that number.
-    [[nodiscard]] std::vector<ProcessItem> candidates(ScanCore::EnumerateOptions options) const;
+    /// What `ScanCore::enumerate` finds in this snapshot; `options` need no records and no provider of start
+    /// times. Left out are those whose start cannot be had: they are gone, or they started after ps did, and
+    /// its line may be about a predecessor of that number.
+    [[nodiscard]] ScanCore::Candidates candidates(ScanCore::EnumerateOptions options) const;
 
     /// Who looks after those of the items that somebody looks after, by pid.
     [[nodiscard]] std::unordered_map<int32_t, std::string>

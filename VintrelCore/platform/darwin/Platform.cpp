@@ -56,6 +56,14 @@ std::optional<ProcessRecord> processRecord(int32_t pid) {
                          .isZombie = record->kp_proc.p_stat == SZOMB};
 }
 
+std::optional<std::vector<std::string>> arguments(int32_t /*pid*/) {
+    return std::nullopt; // what ps prints has to do
+}
+
+std::optional<std::string> executable(int32_t /*pid*/) {
+    return std::nullopt;
+}
+
 std::optional<ProcStartTime> startTimeOfNow() {
     return std::nullopt; // the kernel notes starts by the clock on the wall
 }

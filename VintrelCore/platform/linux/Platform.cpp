@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <climits>
 #include <cstdlib>
 #include <ctime>
 
@@ -16,10 +17,15 @@ namespace VintrelCore::Platform {
 namespace {
 
 constexpr size_t maxRecord = size_t{64} << 10;
+constexpr size_t maxArguments = size_t{128} << 10;
 constexpr int64_t microsecondsPerSecond = 1'000'000;
 
+std::string procPath(int32_t pid, std::string_view name) {
+    return "/proc/" + std::to_string(pid) + "/" + std::string(name);
+}
+
 std::optional<std::string> readProcFile(int32_t pid, std::string_view name) {
-    return File::readKernelFile("/proc/" + std::to_string(pid) + "/" + std::string(name), maxRecord);
+    return File::readKernelFile(procPath(pid, name), maxRecord);
 }
 
 std::optional<ProcFiles::Stat> readStat(int32_t pid) {
@@ -110,6 +116,17 @@ std::optional<ProcessRecord> processRecord(int32_t pid) {
                          .isZombie = (stat->state == 'Z' && stat->threadCount <= 1) || stat->state == 'X',
                          .usedCPU =
                              static_cast<double>(stat->usedTicks) / static_cast<double>(ticksPerSecond())};
+}
+
+std::optional<std::vector<std::string>> arguments(int32_t pid) {
+    const auto record = File::readKernelFile(procPath(pid, "cmdline"), maxArguments);
+    return record ? std::optional(ProcFiles::parseArguments(*record)) : std::nullopt;
+}
+
+std::optional<std::string> executable(int32_t pid) {
+    std::array<char, PATH_MAX> path; // NOLINT(cppcoreguidelines-pro-type-member-init): filled by readlink
+    const ssize_t length = ::readlink(procPath(pid, "exe").c_str(), path.data(), path.size());
+    return length > 0 ? std::optional(std::string(path.data(), static_cast<size_t>(length))) : std::nullopt;
 }
 
 std::optional<ProcStartTime> startTimeOfNow() {

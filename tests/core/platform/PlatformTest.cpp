@@ -8,12 +8,14 @@
 
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -98,6 +100,42 @@ TEST(KernelView, knowsThisProcess) {
     EXPECT_EQ(facts->sessionID, ::getsid(0));
     EXPECT_EQ(facts->controlGroup, view.ownControlGroup);
     EXPECT_EQ(view.factsOf(1 << 30), std::nullopt);
+}
+
+TEST(ProcessWords, areTheExactArgumentsAndTheFileThatRuns) {
+    const std::vector<std::string> given{"print-then-hang", "two words", "", "line\nbreak"};
+    const auto child = ChildProcess::start(VINTREL_TEST_TOOL, given, {});
+    ASSERT_TRUE(child);
+    EXPECT_EQ(Platform::executable(child->pid), std::filesystem::canonical(VINTREL_TEST_TOOL));
+    std::vector<std::string> expected{VINTREL_TEST_TOOL};
+    expected.insert(expected.end(), given.begin(), given.end());
+    // In its first moments a process has none.
+    EXPECT_TRUE(VintrelTests::eventually([&] { return Platform::arguments(child->pid) == expected; }));
+    ::kill(child->pid, SIGKILL);
+    siginfo_t info{};
+    ::waitid(P_PID, static_cast<id_t>(child->pid), &info, WEXITED | WNOWAIT);
+    EXPECT_EQ(Platform::executable(child->pid), std::nullopt) << "a zombie runs nothing";
+    ::waitpid(child->pid, nullptr, 0);
+    EXPECT_EQ(Platform::arguments(child->pid), std::nullopt);
+}
+
+TEST(ProcessWords, areWholeOrAbsent) {
+    // In two pieces, as no single one may be longer than 128 KiB.
+    const auto isWhole = [](size_t length) {
+        const std::vector<std::string> given{"print-then-hang", std::string(length / 2, 'x'),
+                                             std::string(length / 2, 'y')};
+        const auto child = ChildProcess::start(VINTREL_TEST_TOOL, given, {});
+        std::optional<std::vector<std::string>> arguments;
+        VintrelTests::eventually([&] {
+            arguments = Platform::arguments(child->pid);
+            return !arguments || !arguments->empty();
+        });
+        ::kill(child->pid, SIGKILL);
+        ::waitpid(child->pid, nullptr, 0);
+        return arguments && arguments->size() == 4 && arguments->back() == given.back();
+    };
+    EXPECT_TRUE(isWhole(size_t{127} << 10));
+    EXPECT_FALSE(isWhole(size_t{129} << 10));
 }
 
 TEST(Folders, homeIsTheVariableOrElseTheAccounts) {

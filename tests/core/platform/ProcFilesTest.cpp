@@ -1,6 +1,7 @@
 #include "VintrelCore/platform/ProcFiles.h"
 
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -43,6 +44,17 @@ TEST(ParseStat, givesNothingForWhatIsCutOffOrMalformed) {
     EXPECT_FALSE(ProcFiles::parseStat("123 (node) Sleeping 1 2 3"));
     EXPECT_FALSE(
         ProcFiles::parseStat("123 (node) S 1 x 77 0 -1 4194304 100 0 0 0 7 3 0 0 20 0 1 0 4200 1\n"));
+}
+
+TEST(ParseArguments, keepsEachAsItIs) {
+    using Arguments = std::vector<std::string>;
+    using namespace std::string_literals;
+    EXPECT_EQ(ProcFiles::parseArguments("node\0my server.js\0\0--x\n\0"s),
+              (Arguments{"node", "my server.js", "", "--x\n"}));
+    EXPECT_EQ(ProcFiles::parseArguments("node (vitest)\0\0\0"s), (Arguments{"node (vitest)", "", ""}))
+        << "a title and what it left";
+    EXPECT_EQ(ProcFiles::parseArguments("a title"), Arguments{"a title"}) << "over all there was";
+    EXPECT_EQ(ProcFiles::parseArguments(""), Arguments{}) << "a process of the kernel's own";
 }
 
 TEST(ParseUserID, takesTheRealOne) {

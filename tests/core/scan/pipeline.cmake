@@ -1,2 +1,3 @@
 vintrel_test(pipeline_tests
-  SOURCES EnumerationFiltersTest.cpp EnumerationTest.cpp IgnoreRuleTest.cpp WrapperCollapseTest.cpp)
+  SOURCES EnumerationFiltersTest.cpp EnumerationTest.cpp IgnoreRuleTest.cpp NamedOnlyTest.cpp
+    WrapperCollapseTest.cpp)

@@ -178,6 +178,16 @@ TEST_F(ReasoningTest, saysWhoManagesIt) {
     EXPECT_NE(std::ranges::find(facts, "managed by mydev.service"), facts.end());
 }
 
+TEST_F(ReasoningTest, tellsWhatIsNamedOnlyInArguments) {
+    world->candidates.namedOnly = {5};
+    ProcessItem told = plainItem(5);
+    ProcessItem tool = plainItem(6);
+    told.ppid = tool.ppid = 1;
+    scan({told, tool});
+    EXPECT_EQ(reasoning(5).tags, (Texts{"orphan", "named only in its arguments"}));
+    EXPECT_EQ(reasoning(6).tags, Texts{"orphan"});
+}
+
 TEST_F(ReasoningTest, hasItsFactsInOneOrder) {
     world->processTable = {{77, {.ppid = 0, .label = "zsh"}}};
     world->listeners.ports = {{5, {3000}}};

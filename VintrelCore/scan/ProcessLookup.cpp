@@ -1,0 +1,23 @@
+#include "VintrelCore/scan/ProcessLookup.h"
+
+#include "VintrelCore/platform/Platform.h"
+
+namespace VintrelCore {
+
+ProcessLookup ProcessLookup::since(std::optional<ProcStartTime> began) {
+    return {.argumentsOf = Platform::arguments,
+            .executableOf = Platform::executable,
+            .wasInSnapshot = [began](int32_t pid) {
+                // Who was there before the snapshot began, and still is, is whom its line is about.
+                const auto start = Platform::startTime(pid);
+                return start && (!began || *start < *began);
+            }};
+}
+
+std::optional<std::vector<std::string>> ProcessLookup::argumentsInSnapshot(int32_t pid) const {
+    auto arguments = argumentsOf(pid);
+    // Processes of the kernel's own have none.
+    return arguments && !arguments->empty() && wasInSnapshot(pid) ? std::move(arguments) : std::nullopt;
+}
+
+} // namespace VintrelCore

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "VintrelCore/model/ProcStartTime.h"
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace VintrelCore {
+
+/// What is read of single processes after a snapshot, where its lines do not tell enough. Without functions
+/// of its own it knows nothing, as for prepared records.
+struct ProcessLookup {
+    /// The exact arguments, the program's name first.
+    std::function<std::optional<std::vector<std::string>>(int32_t pid)> argumentsOf = [](int32_t) {
+        return std::nullopt;
+    };
+    /// The path of the program that runs.
+    std::function<std::optional<std::string>(int32_t pid)> executableOf = [](int32_t) {
+        return std::nullopt;
+    };
+    /// Whether what was read up to now under that number was about the process of the snapshot, and not about
+    /// one that has got its number since. To be asked after reading.
+    std::function<bool(int32_t pid)> wasInSnapshot = [](int32_t) { return false; };
+
+    /// The real ones, for a snapshot that was begun at that moment; absent where such moments cannot be
+    /// compared.
+    [[nodiscard]] static ProcessLookup since(std::optional<ProcStartTime> began);
+
+    /// The exact arguments, when they are those of the process of the snapshot.
+    [[nodiscard]] std::optional<std::vector<std::string>> argumentsInSnapshot(int32_t pid) const;
+};
+
+} // namespace VintrelCore

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace VintrelCore {
+
+/// The plain commands of a text that a shell was told to run, as words without quotes. Redirections and
+/// comments are left out; what the text would only produce while it runs stays as it is written.
+class ShellText {
+public:
+    explicit ShellText(std::string_view text) : m_rest(text) {}
+
+    /// The next command's words; absent at the end. Keywords ("then", "do") are words, and what separates
+    /// commands may leave none in between.
+    [[nodiscard]] std::optional<std::vector<std::string>> nextCommand();
+
+private:
+    void takeWord(std::vector<std::string>& words);
+    void passRedirection(std::vector<std::string>& words);
+    [[nodiscard]] std::string readWord();
+    void readQuoted(std::string& word);
+
+    std::string_view m_rest;
+};
+
+} // namespace VintrelCore

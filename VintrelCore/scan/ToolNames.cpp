@@ -1,0 +1,185 @@
+#include "VintrelCore/scan/ToolNames.h"
+
+#include "VintrelCore/base/Text.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <vector>
+
+namespace VintrelCore::ToolNames {
+
+namespace {
+
+enum class Match {
+    name,        // a file, a module, or a package with its scope, if it has one
+    inAnyScope,  // the same, or such a package in whatever scope
+    prefixOfAny, // how such a name begins
+    scope,       // any package in that scope
+};
+
+struct Row {
+    ProcessKind kind;
+    Match match;
+    std::string_view text;
+};
+
+// Beside ScanCore::detectKind, which decides by the words wherever they stand. Of "playwright" and "test"
+// only the first says what runs. The helper browser is known by its profile alone.
+constexpr auto rows = std::to_array<Row>({
+    {ProcessKind::pytest, Match::name, "pytest"},
+    {ProcessKind::pytest, Match::name, "py.test"},
+    {ProcessKind::vitest, Match::name, "vitest"},
+    {ProcessKind::jest, Match::name, "jest"},
+    {ProcessKind::jest, Match::name, "jest-cli"},
+    {ProcessKind::jest, Match::name, "jest-worker"},
+    {ProcessKind::playwrightTest, Match::name, "playwright"},
+    {ProcessKind::playwrightTest, Match::name, "playwright-core"},
+    {ProcessKind::playwrightTest, Match::name, "@playwright/test"},
+    {ProcessKind::playwrightMCP, Match::name, "@playwright/mcp"},
+    {ProcessKind::playwrightMCP, Match::inAnyScope, "playwright-mcp"},
+    {ProcessKind::playwrightMCP, Match::inAnyScope, "playwright-mcp-server"},
+    {ProcessKind::mcpServer, Match::scope, "@modelcontextprotocol/"},
+    {ProcessKind::mcpServer, Match::prefixOfAny, "mcp-server-"},
+});
+
+/// `name` is plain; a package has its scope.
+bool matches(const Row& row, std::string_view name) {
+    const bool isScoped = name.starts_with('@');
+    const std::string_view own = isScoped ? lastComponent(name) : name;
+    switch (row.match) {
+    case Match::name:
+        return name == row.text;
+    case Match::inAnyScope:
+        return own == row.text;
+    case Match::prefixOfAny:
+        return own.starts_with(row.text) && own.size() > row.text.size();
+    case Match::scope:
+        return name.starts_with(row.text) && name.size() > row.text.size();
+    }
+    return false;
+}
+
+bool isTool(ProcessKind kind, std::string_view name) {
+    return std::ranges::any_of(
+        rows, [kind, name](const Row& row) { return row.kind == kind && matches(row, name); });
+}
+
+bool isDigit(char byte) {
+    return byte >= '0' && byte <= '9';
+}
+
+/// The folders that lead to a file, by their names alone: "." and ".." are resolved, because the scripts in
+/// node_modules/.bin go to their packages by way of "..".
+std::vector<std::string_view> componentsOf(std::string_view path) {
+    std::vector<std::string_view> components;
+    for (auto component = Text::takeWord(path, "/"); !component.empty();
+         component = Text::takeWord(path, "/")) {
+        if (component == ".." && !components.empty()) {
+            components.pop_back();
+        } else if (component != "." && component != "..") {
+            components.push_back(component);
+        }
+    }
+    return components;
+}
+
+/// Whether a file lies where Playwright keeps the browsers that it has downloaded.
+bool isPlaywrightsBrowser(std::string_view path) {
+    const auto components = componentsOf(path);
+    for (size_t index = 1; index + 2 < components.size(); ++index) {
+        const std::string_view parent = components[index - 1];
+        if (components[index] == "ms-playwright" && (parent == ".cache" || parent == "Caches")) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Python's names of modules have no hyphens: the package mcp-server-git is the module mcp_server_git.
+std::string hyphenated(std::string_view name) {
+    std::string result(name);
+    std::ranges::replace(result, '_', '-');
+    return result;
+}
+
+} // namespace
+
+std::string_view plainName(std::string_view name) {
+    constexpr auto suffixes =
+        std::to_array<std::string_view>({".js", ".mjs", ".cjs", ".ts", ".mts", ".cts", ".py", ".exe"});
+    const auto suffix = std::ranges::find_if(suffixes, [name](auto end) { return name.ends_with(end); });
+    if (suffix != suffixes.end()) {
+        name.remove_suffix(suffix->size());
+    }
+    // A version: digits and dots, perhaps behind a hyphen.
+    size_t end = name.size();
+    while (end > 0 && (isDigit(name[end - 1]) || name[end - 1] == '.')) {
+        --end;
+    }
+    if (end < name.size() && isDigit(name[end]) && isDigit(name.back())) {
+        const bool hasHyphen = end > 1 && name[end - 1] == '-';
+        end = hasHyphen ? end - 1 : end;
+        name = end > 0 ? name.substr(0, end) : name;
+    }
+    return name;
+}
+
+std::string_view lastComponent(std::string_view path) {
+    return path.substr(path.rfind('/') + 1); // without a slash: npos + 1 is 0
+}
+
+std::string packageOf(std::string_view path) {
+    const auto components = componentsOf(path);
+    for (size_t index = components.size(); index-- > 1;) {
+        const std::string_view folder = components[index - 1];
+        const std::string_view name = components[index];
+        if (folder == "site-packages" || folder == "dist-packages") {
+            return hyphenated(plainName(name));
+        }
+        if (folder == ".bin" || (folder == "node_modules" && !name.starts_with('@'))) {
+            return std::string(name);
+        }
+        if (folder == "node_modules" && index + 1 < components.size()) {
+            return std::string(name).append("/").append(components[index + 1]);
+        }
+    }
+    return {};
+}
+
+bool isToolsFile(ProcessKind kind, std::string_view path) {
+    const std::string_view name = lastComponent(path);
+    const bool isByName = isTool(kind, name) || isTool(kind, plainName(name));
+    return isByName || isTool(kind, packageOf(path)) ||
+           (kind == ProcessKind::playwrightTest && isPlaywrightsBrowser(path));
+}
+
+bool isToolsModule(ProcessKind kind, std::string_view module) {
+    return isTool(kind, hyphenated(module.substr(0, module.find('.')))) || isTool(kind, module);
+}
+
+bool isToolsPackage(ProcessKind kind, std::string_view package) {
+    package = withoutVersion(package);
+    if (package.starts_with('@')) {
+        return isTool(kind, package);
+    }
+    if (package.contains('/')) {
+        return isToolsFile(kind, package);
+    }
+    const auto pieces = Text::split(package, ':'); // projects name their scripts so, as in "test:playwright"
+    return std::ranges::any_of(
+        pieces, [kind](auto piece) { return isTool(kind, piece) || isTool(kind, plainName(piece)); });
+}
+
+std::string_view withoutVersion(std::string_view package) {
+    for (const std::string_view registry : {"npm:", "jsr:"}) {
+        if (package.starts_with(registry)) {
+            package.remove_prefix(registry.size());
+        }
+    }
+    const auto name = std::max<size_t>(package.rfind('/') + 1, 1); // without a slash: npos + 1 is 0
+    return package.substr(0,
+                          package.find_first_of("@=<>[~", name)); // as npm or Python's tools write versions
+}
+
+} // namespace VintrelCore::ToolNames

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "VintrelCore/model/ProcessKind.h"
+
+#include <string>
+#include <string_view>
+
+/// Which names of programs, scripts and packages make a process the tool of a kind. Only for kinds that may
+/// be swept; the others have none.
+namespace VintrelCore::ToolNames {
+
+/// What names something, without suffix and version: "vitest" for "vitest.mjs", "yarn" for
+/// "yarn-1.22.22.cjs".
+[[nodiscard]] std::string_view plainName(std::string_view name);
+
+/// What follows the last slash of a path; "" when that is nothing.
+[[nodiscard]] std::string_view lastComponent(std::string_view path);
+
+/// The package that a path leads into, by the innermost folder in which package managers install, such as
+/// node_modules: "vitest", "@playwright/mcp"; "" when there is none.
+[[nodiscard]] std::string packageOf(std::string_view path);
+
+/// Whether a program or a script is the tool: by the name of its file, or by the package that holds it. Other
+/// folders prove nothing.
+[[nodiscard]] bool isToolsFile(ProcessKind kind, std::string_view path);
+
+/// A module of Python's, as in "-m pytest".
+[[nodiscard]] bool isToolsModule(ProcessKind kind, std::string_view module);
+
+/// What a package runner is told to run: a package with scope and version ("@playwright/mcp@latest"), the
+/// name of a script ("test:playwright"), or a file.
+[[nodiscard]] bool isToolsPackage(ProcessKind kind, std::string_view package);
+
+/// The package, without "npm:" in front of it and the version behind it.
+[[nodiscard]] std::string_view withoutVersion(std::string_view package);
+
+} // namespace VintrelCore::ToolNames

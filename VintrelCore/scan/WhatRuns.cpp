@@ -1,0 +1,275 @@
+#include "VintrelCore/scan/WhatRuns.h"
+
+#include "VintrelCore/scan/BrowserProfile.h"
+#include "VintrelCore/scan/CommandWords.h"
+#include "VintrelCore/scan/GoBetweens.h"
+#include "VintrelCore/scan/OptionWalk.h"
+#include "VintrelCore/scan/ShellText.h"
+#include "VintrelCore/scan/ToolNames.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace VintrelCore::WhatRuns {
+
+namespace {
+
+using CommandWords::Words;
+using GoBetweens::GoBetween;
+using GoBetweens::OptionWalk;
+using GoBetweens::Sort;
+
+/// More levels of programs that start programs than anything real has.
+constexpr int deepest = 8;
+
+struct Command {
+    std::string_view program;
+    Words arguments;
+    bool isExact = true; ///< false when blanks within arguments cannot be told from those between them
+};
+
+/// Which programs that run others may be what an interpreter or a package runner runs.
+enum class Callee { any, scriptOrInterpreter, script };
+
+bool isAllowed(const GoBetween& program, Callee callee) {
+    switch (callee) {
+    case Callee::any:
+        return true;
+    case Callee::scriptOrInterpreter:
+        return program.isScript || program.sort == Sort::interpreter;
+    case Callee::script:
+        return program.isScript;
+    }
+    return false;
+}
+
+/// Words of a shell's that start nothing lasting: they prepare, wait or filter, and say nothing about what
+/// runs.
+bool runsNothingLasting(std::string_view program) {
+    constexpr std::string_view listed =
+        "cd pushd popd export set unset source . true false : exit return wait sleep trap echo printf umask "
+        "ulimit shopt setopt pwd read test [ [[ local declare typeset alias for case in esac fi done } "
+        "tee tail head cat grep sed awk sort uniq wc cut tr date mkdir touch nvm";
+    return CommandWords::isListed(listed, program);
+}
+
+/// Takes what may stand before a command in a shell's text off its front.
+Words withoutPrefixes(Words words) {
+    constexpr std::string_view listed = "exec command builtin time ! { if then elif else while until do";
+    while (!words.empty() &&
+           (CommandWords::isAssignment(words.front()) || CommandWords::isListed(listed, words.front()))) {
+        words = words.subspan(1);
+    }
+    return words;
+}
+
+/// Looks for the tool of one kind.
+class Search {
+public:
+    explicit Search(ProcessKind kind) : m_kind(kind) {}
+
+    [[nodiscard]] Found in(const Command& command, Callee callee = Callee::any, int depth = deepest) const {
+        if (depth == 0) {
+            return Found::nowhere;
+        }
+        if (ToolNames::isToolsFile(m_kind, command.program)) {
+            return Found::program;
+        }
+        const GoBetween* const program = GoBetweens::find(ToolNames::lastComponent(command.program));
+        if (program == nullptr || !isAllowed(*program, callee)) {
+            return Found::nowhere;
+        }
+        switch (program->sort) {
+        case Sort::interpreter:
+        case Sort::runner:
+            return inNamed(*program, command, depth - 1);
+        case Sort::launcher:
+        case Sort::shell:
+            return inLauncher(*program, command, depth - 1);
+        case Sort::browser:
+            return inBrowser(command.arguments);
+        }
+        return Found::nowhere;
+    }
+
+private:
+    /// For interpreters and runners, which are told by name what to run.
+    [[nodiscard]] Found inNamed(const GoBetween& program, const Command& command, int depth) const {
+        if (program.sort == Sort::interpreter && !command.arguments.empty() &&
+            command.arguments.front().starts_with('(')) {
+            return inTitle(command.arguments.front());
+        }
+        OptionWalk walk(program, command.arguments);
+        if (!GoBetweens::passPhrase(program, walk)) {
+            return Found::nowhere;
+        }
+        switch (walk.next()) {
+        case OptionWalk::Stop::operand:
+            return program.sort == Sort::runner ? inPackage(program, walk, command, depth)
+                                                : inScript(walk, command, depth);
+        case OptionWalk::Stop::module:
+            return inModule(walk, command, depth);
+        case OptionWalk::Stop::text:
+            return inText(textOf(walk, command), depth);
+        case OptionWalk::Stop::code:
+        case OptionWalk::Stop::end:
+            return Found::nowhere;
+        }
+        return Found::nowhere;
+    }
+
+    /// Node's tools rename themselves: "node (vitest 1)".
+    [[nodiscard]] Found inTitle(std::string_view title) const {
+        const std::string_view name = title.substr(1, title.find_first_of(" )") - 1);
+        return ToolNames::isToolsFile(m_kind, name) ? Found::script : Found::nowhere;
+    }
+
+    [[nodiscard]] Found inScript(const OptionWalk& walk, const Command& command, int depth) const {
+        const Found found = in({walk.value(), walk.rest(), command.isExact}, Callee::script, depth);
+        return found == Found::program ? Found::script : found;
+    }
+
+    [[nodiscard]] Found inModule(const OptionWalk& walk, const Command& command, int depth) const {
+        return ToolNames::isToolsModule(m_kind, walk.value()) ? Found::script
+                                                              : inScript(walk, command, depth);
+    }
+
+    [[nodiscard]] Found inPackage(const GoBetween& program, const OptionWalk& walk, const Command& command,
+                                  int depth) const {
+        const std::string_view package = ToolNames::withoutVersion(walk.value());
+        if (ToolNames::isToolsPackage(m_kind, package)) {
+            return Found::package;
+        }
+        const GoBetween* const goBetween = GoBetweens::find(ToolNames::lastComponent(package));
+        if (goBetween == nullptr) {
+            const bool isInPackage = ToolNames::isToolsPackage(m_kind, walk.package());
+            return isInPackage ? Found::package : Found::nowhere;
+        }
+        const Callee callee = program.runsAnyProgram ? Callee::any : Callee::scriptOrInterpreter;
+        const Found found = in({package, walk.rest(), command.isExact}, callee, depth);
+        return found == Found::program ? Found::package : found;
+    }
+
+    [[nodiscard]] Found inLauncher(const GoBetween& program, const Command& command, int depth) const {
+        OptionWalk walk(program, command.arguments);
+        if (!GoBetweens::passPhrase(program, walk)) {
+            return Found::nowhere;
+        }
+        size_t operands = program.operands;
+        OptionWalk::Stop stop = walk.next();
+        while (stop == OptionWalk::Stop::operand) {
+            const bool isVariable = program.takesVariables && CommandWords::isAssignment(walk.value());
+            if (operands == 0 && !isVariable) {
+                break;
+            }
+            operands -= isVariable ? 0 : 1;
+            stop = walk.next();
+        }
+        if (stop == OptionWalk::Stop::text || (stop == OptionWalk::Stop::operand && walk.isTextNext())) {
+            return inText(textOf(walk, command), depth);
+        }
+        if (stop != OptionWalk::Stop::operand) {
+            return Found::nowhere;
+        }
+        if (program.sort == Sort::shell) {
+            return inScript(walk, command, depth);
+        }
+        return launched(in({walk.value(), walk.rest(), command.isExact}, Callee::any, depth));
+    }
+
+    /// The tool must be in every command that lasts: a shell that also runs something else is not the tool's.
+    [[nodiscard]] Found inText(std::string_view text, int depth) const {
+        Found result = Found::nowhere;
+        ShellText commands(text);
+        while (const auto command = commands.nextCommand()) {
+            const std::vector<std::string_view> all(command->begin(), command->end());
+            const Words words = withoutPrefixes(all);
+            if (words.empty() || runsNothingLasting(words.front())) {
+                continue;
+            }
+            const bool isEvaluated = words.front() == "eval" && depth > 0;
+            const Found found = isEvaluated ? inText(CommandWords::joined(words.subspan(1)), depth - 1)
+                                            : in({words.front(), words.subspan(1)}, Callee::any, depth);
+            if (found == Found::nowhere) {
+                return Found::nowhere;
+            }
+            result = Found::launched;
+        }
+        return result;
+    }
+
+    /// In a line that was joined, the text ends only with the line.
+    static std::string textOf(const OptionWalk& walk, const Command& command) {
+        std::string text(walk.value());
+        if (!command.isExact && !walk.rest().empty()) {
+            text.append(" ").append(CommandWords::joined(walk.rest()));
+        }
+        return text;
+    }
+
+    [[nodiscard]] Found inBrowser(Words arguments) const {
+        const std::string_view folder = BrowserProfile::folderIn(arguments);
+        const bool isHelper = BrowserProfile::isPlaywrightMCPs(folder);
+        bool isTools = false;
+        if (m_kind == ProcessKind::chromeHelper) {
+            isTools = isHelper;
+        } else if (m_kind == ProcessKind::playwrightMCP) {
+            isTools = isHelper || ToolNames::isToolsFile(m_kind, folder);
+        } else if (m_kind == ProcessKind::playwrightTest) {
+            isTools = BrowserProfile::isPlaywrightTests(folder);
+        }
+        return isTools ? Found::profile : Found::nowhere;
+    }
+
+    static Found launched(Found found) { return found == Found::nowhere ? found : Found::launched; }
+
+    ProcessKind m_kind;
+};
+
+/// A login shell's name has a hyphen in front.
+std::string_view programOf(Words words) {
+    const std::string_view program = words.front();
+    const bool isLoginShell = program.starts_with('-') && [program] {
+        const GoBetween* const found = GoBetweens::find(program.substr(1));
+        return found != nullptr && found->sort == Sort::shell;
+    }();
+    return isLoginShell ? program.substr(1) : program;
+}
+
+Found foundInWords(ProcessKind kind, Words words, bool isExact) {
+    if (words.empty()) {
+        return Found::nowhere;
+    }
+    return Search(kind).in({programOf(words), words.subspan(1), isExact});
+}
+
+bool isHelperInWords(Words words) {
+    const GoBetween* const program =
+        words.empty() ? nullptr : GoBetweens::find(ToolNames::lastComponent(words.front()));
+    return program != nullptr && program->sort == Sort::browser &&
+           BrowserProfile::isPlaywrightMCPs(BrowserProfile::folderIn(words.subspan(1)));
+}
+
+} // namespace
+
+Found foundIn(ProcessKind kind, std::span<const std::string> arguments) {
+    return foundInWords(kind, CommandWords::wordsOf(arguments), true);
+}
+
+Found foundInLine(ProcessKind kind, std::string_view line) {
+    return foundInWords(kind, CommandWords::wordsOf(line), false);
+}
+
+bool isPlaywrightMCPBrowser(std::span<const std::string> arguments) {
+    return isHelperInWords(CommandWords::wordsOf(arguments));
+}
+
+bool isPlaywrightMCPBrowser(std::string_view line) {
+    return isHelperInWords(CommandWords::wordsOf(line));
+}
+
+RiskTier tierOf(RiskTier tier, Found found) {
+    return found == Found::nowhere ? std::max(tier, RiskTier::moderate) : tier;
+}
+
+} // namespace VintrelCore::WhatRuns
