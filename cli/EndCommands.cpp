@@ -30,7 +30,8 @@ std::vector<Ending> endAll(const Items& items, int interrupt) {
     // An engine that does not answer would take its whole deadline; asked only when it matters.
     KillCore::World world;
     world.interrupt = interrupt;
-    const bool anyInContainer = std::ranges::any_of(items, world.isInContainerHere);
+    const bool anyInContainer = std::ranges::any_of(
+        items, [&world](const ProcessItem& item) { return world.containerHere(item).has_value(); });
     const auto owners = anyInContainer ? DockerService::containerOwners(interrupt) : DockerCore::OwnerMap();
     const auto results = KillCore::killAll(items, owners, world);
     std::vector<Ending> endings(items.size());
@@ -100,6 +101,7 @@ int clean(const Settings& settings) {
         if (const auto reason = reasonNotToClean(scan.faults, settings.rules, settings.problem)) {
             return std::unexpected(*reason);
         }
+        std::ranges::for_each(CLIEnding::leftOut(scan), Output::complain);
         return CLIEnding::itemsToClean(scan);
     });
 }

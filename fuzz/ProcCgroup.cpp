@@ -1,5 +1,5 @@
 #include "VintrelCore/platform/ProcFiles.h"
-#include "VintrelCore/scan/Parentage.h"
+#include "VintrelCore/scan/ControlGroup.h"
 #include "fuzz/Fuzzing.h"
 
 #include <string>
@@ -10,7 +10,7 @@ using namespace VintrelCore;
 using Fuzzing::require;
 
 void checkPath(const std::string& path) {
-    const auto unit = Parentage::unitOf(path);
+    const auto unit = ControlGroup::unitOf(path);
     if (unit.name.empty()) {
         require(!unit.belongsToUserManager, "without a unit there is no owner of one");
         return;
@@ -30,9 +30,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string path = ProcFiles::parseControlGroup(text);
     require(!path.contains('\n') && text.contains(path), "a path is a part of a line");
     checkPath(path);
-    require(!Parentage::isInContainer(path, path), "what surrounds this program as well is no container");
-    const bool inContainer = Parentage::isInContainer(path, "");
-    require(Parentage::isInContainer(path, "/") == inContainer, "the root surrounds everything");
+    require(!ControlGroup::isInContainer(path, path), "what surrounds this program as well is no container");
+    const bool inContainer = ControlGroup::isInContainer(path, "");
+    require(ControlGroup::isInContainer(path, "/") == inContainer, "the root surrounds everything");
 
     const std::string systemds = "1:name=systemd:/init.scope\n";
     require(ProcFiles::parseControlGroup(systemds + text) == "/init.scope",

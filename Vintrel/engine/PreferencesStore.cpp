@@ -2,6 +2,7 @@
 
 #include "VintrelCore/base/File.h"
 #include "VintrelCore/base/Text.h"
+#include "VintrelCore/platform/Platform.h"
 
 #include <algorithm>
 #include <array>
@@ -45,6 +46,10 @@ QString nameOf(Preferences::Key key) {
 }
 
 QString file() {
+    // The toolkit's own idea of that folder: below "/" without HOME, and relative to a relative variable.
+    if (const std::string folder = VintrelCore::Platform::settingsFolder(); !folder.empty()) {
+        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, QString::fromStdString(folder));
+    }
     const QSettings neighbour(organisation, QStringLiteral("none")); // does not exist
     QString path = neighbour.fileName();
     return path.replace(path.lastIndexOf(QStringLiteral("none")), 4, application);

@@ -19,7 +19,8 @@ extern const QString application;
 /// The name of a value in the file.
 [[nodiscard]] QString nameOf(Preferences::Key key);
 
-/// Where the file is. Not opened for that: what stands there may be a pipe, and opening it waits.
+/// Where the file is, which is also where a store by these names is made after this. Not opened for that:
+/// what stands there may be a pipe, and opening it waits.
 [[nodiscard]] QString file();
 
 /// Whether it is a file of text, as opposed to a system's own format.

@@ -282,10 +282,14 @@ bool ScanEngine::isProtected(const Item& item, const std::string& entry) const {
     return one.covers(item, m_found.cwds);
 }
 
+bool ScanEngine::staysOutOfSweeps(const Item& item) const {
+    return VintrelCore::isFolderUnknown(item, m_found.cwds) && rules().goByFolders();
+}
+
 ScanEngine::Items ScanEngine::sweepableSafeItems() const {
     Items items;
     std::ranges::copy_if(m_found.items, std::back_inserter(items), [this](const Item& item) {
-        return item.bucket() == Bucket::safe && !isProtected(item);
+        return item.bucket() == Bucket::safe && !isProtected(item) && !staysOutOfSweeps(item);
     });
     return items;
 }
@@ -319,6 +323,7 @@ void ScanEngine::clean(const Items& items, const CleanCompletion& completion) {
         Items chosen = items;
         std::erase_if(chosen, [this, &cwds](const Item& item) {
             return isProtected(item) || m_protectedFolders.protection().covers(item, cwds) ||
+                   (VintrelCore::isFolderUnknown(item, cwds) && rules().goByFolders()) ||
                    m_dismissedPIDs.contains(item.pid) || contains(m_ending, item);
         });
         end(chosen, [chosen, completion](const KillService::Outcomes& outcomes) {

@@ -37,8 +37,7 @@ public:
     using PIDSet = VintrelCore::ScanCore::PIDSet;
     using Field = EngineField;
 
-    /// Loads the settings and starts the timer. Does not scan: the first scan comes with the first tick, or
-    /// when somebody asks. `notifications` must outlive the engine.
+    /// Loads the settings and starts the timer, which brings the first scan. `notifications` must outlive it.
     explicit ScanEngine(UserNotifications& notifications, ScanSources sources = {},
                         QObject* parent = nullptr);
 
@@ -103,7 +102,6 @@ public:
     /// Turning it on asks the desktop, and turns it off again when that refuses.
     void setNotificationsEnabled(bool isEnabled);
 
-    // What can be done.
     /// Scans, unless a scan is under way. Returns at once.
     void scan();
 
@@ -117,7 +115,10 @@ public:
     /// Whether this one entry of the protected projects covers the item.
     [[nodiscard]] bool isProtected(const Item& item, const std::string& entry) const;
 
-    /// What "Clean all" ends: the safe items that are not protected.
+    /// Whether rules go by folders, and that of the item is unknown: it is ended by itself or not at all.
+    [[nodiscard]] bool staysOutOfSweeps(const Item& item) const;
+
+    /// What "Clean all" ends: the safe items that are not protected, as far as that can be told.
     [[nodiscard]] Items sweepableSafeItems() const;
 
     /// Why nothing may be swept now: a fact that protects is missing.
@@ -136,7 +137,6 @@ public:
 
     /// What an address asks for. A scan announces every stray; a clean is followed by a notification.
     void perform(VintrelCore::URLScheme::Command command);
-
     void fireCleanResultNotification(const CleanSummary& summary);
 
     /// Looks up what a process and those folded into its row have open.

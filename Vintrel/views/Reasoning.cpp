@@ -60,6 +60,9 @@ std::vector<std::string> factsOf(const ProcessItem& item, const ScanEngine& engi
     if (manager != engine.managers().end()) {
         facts.push_back("managed by " + manager->second);
     }
+    if (item.bucket() == VintrelCore::Bucket::safe && engine.staysOutOfSweeps(item)) {
+        facts.emplace_back("not in the sweep: its folder is unknown");
+    }
     if (item.hasTTY()) {
         facts.push_back("tty " + item.tty);
     }

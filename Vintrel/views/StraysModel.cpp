@@ -187,7 +187,9 @@ StraysModel::Row StraysModel::row(const Item& item, bool isSoleSafe) const {
 
 StraysModel::Items StraysModel::sweepableSafeItems() const {
     Items items = safeItems();
-    std::erase_if(items, [this](const Item& item) { return m_engine.isProtected(item); });
+    std::erase_if(items, [this](const Item& item) {
+        return m_engine.isProtected(item) || m_engine.staysOutOfSweeps(item);
+    });
     return items;
 }
 

@@ -49,9 +49,21 @@ std::expected<ProcessItem, std::string> itemToKill(int32_t pid, const CLIScan::R
 std::vector<ProcessItem> itemsToClean(const CLIScan::Result& scan) {
     std::vector<ProcessItem> items;
     std::ranges::copy_if(scan.items, std::back_inserter(items), [&scan](const ProcessItem& item) {
-        return item.bucket() == Bucket::safe && !scan.protectedPIDs.contains(item.pid);
+        return item.bucket() == Bucket::safe && !scan.protectedPIDs.contains(item.pid) &&
+               !scan.unknownFolderPIDs.contains(item.pid);
     });
     return items;
+}
+
+std::vector<std::string> leftOut(const CLIScan::Result& scan) {
+    std::vector<std::string> lines;
+    for (const ProcessItem& item : scan.items) {
+        if (item.bucket() == Bucket::safe && scan.unknownFolderPIDs.contains(item.pid)) {
+            lines.push_back(UnicodeText::printable(item.displayLabel()) + " " + std::to_string(item.pid) +
+                            " is not in the sweep: its folder is unknown");
+        }
+    }
+    return lines;
 }
 
 std::string resultLine(const Ending& ending, const CwdResolver::CwdMap& cwds) {

@@ -17,8 +17,12 @@ namespace VintrelCore::CLIEnding {
 /// The candidate that "kill" asks for; else, the line that says why there is none.
 [[nodiscard]] std::expected<ProcessItem, std::string> itemToKill(int32_t pid, const CLIScan::Result& scan);
 
-/// What "clean" ends: the safe candidates whose project is not protected.
+/// What "clean" ends: the safe candidates whose project is not protected, as far as that can be told.
 [[nodiscard]] std::vector<ProcessItem> itemsToClean(const CLIScan::Result& scan);
+
+/// A line for each safe candidate of which it cannot be told: "vitest 4242 is not in the sweep: its folder is
+/// unknown".
+[[nodiscard]] std::vector<std::string> leftOut(const CLIScan::Result& scan);
 
 /// What "clean" says when there is nothing to end.
 inline constexpr std::string_view nothingToClean = "No unprotected safe-to-clean processes.";

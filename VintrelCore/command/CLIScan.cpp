@@ -82,8 +82,16 @@ private:
         for (const ProcessItem& item : m_result.items) {
             if (protection.covers(item, m_result.cwds)) {
                 m_result.protectedPIDs.insert(item.pid);
+            } else if (m_rules.goByFolders() && isFolderUnknown(item, m_result.cwds) && lives(item)) {
+                m_result.unknownFolderPIDs.insert(item.pid);
             }
         }
+    }
+
+    /// Whether a candidate has not ended since the snapshot: then its folder would be unknown, too.
+    static bool lives(const ProcessItem& item) {
+        const auto record = Platform::processRecord(item.pid);
+        return record && !record->isZombie && (!item.startTime || record->startTime == *item.startTime);
     }
 
     void note(const Lsof::Answer& answer) {

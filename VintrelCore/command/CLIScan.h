@@ -28,6 +28,8 @@ struct Result {
     std::vector<ProcessItem> items{};
     CwdResolver::CwdMap cwds{};
     ScanCore::PIDSet protectedPIDs{}; ///< whose working directory belongs to a protected project
+    /// Rules go by folders, and that of these is unknown: "clean" leaves them alone.
+    ScanCore::PIDSet unknownFolderPIDs{};
     ScanFaults faults{};
     bool interrupted = false; ///< stopped on request; every tool has ended
 };

@@ -17,12 +17,43 @@ bool isRefusal(std::string_view name, int32_t pid) {
     return name.starts_with(start) && name.ends_with(')');
 }
 
-/// The kernel names a directory that was deleted "... (deleted)"; one may also be called so.
-void dropDeletedEnding(std::string& directory, bool mayTouchFiles) {
+/// Whether a text in parentheses is what lsof puts behind a name: why it could not look at the directory, or
+/// the server that a mount comes from.
+bool isAnnotation(std::string_view text) {
+    if (text.starts_with("stat: ") || text.starts_with("readlink: ")) {
+        return !text.contains('/'); // else it began in another folder's name
+    }
+    const auto exported = text.find(":/");
+    return exported != std::string_view::npos && exported > 0 &&
+           text.substr(0, exported).find_first_of(" ()/") == std::string_view::npos;
+}
+
+size_t lengthWithoutAnnotation(std::string_view path) {
+    constexpr std::string_view opening = " (";
+    for (auto at = path.ends_with(')') ? path.find(opening, 1) : std::string_view::npos;
+         at != std::string_view::npos; at = path.find(opening, at + 1)) {
+        const std::string_view rest = path.substr(at + opening.size());
+        if (isAnnotation(rest.substr(0, rest.size() - 1))) {
+            return at;
+        }
+    }
+    return path.size();
+}
+
+/// The kernel names a directory that was deleted "... (deleted)".
+size_t lengthWithoutDeletedEnding(std::string_view path) {
     constexpr std::string_view ending = " (deleted)";
-    if (directory.size() > ending.size() && directory.ends_with(ending) &&
-        !(mayTouchFiles && File::exists(directory))) {
-        directory.resize(directory.size() - ending.size());
+    return path.size() - (path.size() > ending.size() && path.ends_with(ending) ? ending.size() : 0);
+}
+
+/// Leaves the name alone. A directory may also be called as if something had been put behind its name.
+void dropRemarks(std::string& directory, bool mayTouchFiles) {
+    for (const auto lengthOfName : {lengthWithoutAnnotation, lengthWithoutDeletedEnding}) {
+        const size_t length = lengthOfName(directory);
+        if (length < directory.size() && mayTouchFiles && File::exists(directory)) {
+            return;
+        }
+        directory.resize(length);
     }
 }
 
@@ -93,7 +124,7 @@ CwdMap processCwds(const ProcessCwdsOptions& options) {
     const std::string home = options.home.value_or("");
     std::unordered_map<std::string, std::optional<std::string>> gitRoots; // many processes share a directory
     for (auto& [pid, directory] : parseCwds(options.lsofOutput.value_or(own.output))) {
-        dropDeletedEnding(directory, mayTouchFiles);
+        dropRemarks(directory, mayTouchFiles);
         const auto [known, isNew] = gitRoots.try_emplace(directory);
         if (isNew && mayTouchFiles) {
             known->second = options.gitRootFinder(directory);

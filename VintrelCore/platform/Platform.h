@@ -31,6 +31,10 @@ namespace VintrelCore::Platform {
 /// $HOME, else the account's home; "" when there is neither.
 [[nodiscard]] std::string homeFolder();
 
+/// Where programs keep a user's settings; Vintrel's own folder stands in it. "" without a home, and where the
+/// system has a store of its own for them.
+[[nodiscard]] std::string settingsFolder();
+
 /// Where programs keep a user's data; Vintrel's own folder stands in it. "" without a home.
 [[nodiscard]] std::string dataFolder();
 
@@ -91,6 +95,14 @@ struct KernelView {
     double secondsSinceBoot = 0; ///< no process is older; 0 where it is not known
     /// Absent for a process that is gone or whose records cannot be read.
     std::function<std::optional<KernelFacts>(int32_t pid)> factsOf;
+    /// Whether a process holds the side of a terminal that a terminal's window or server holds. False where
+    /// its descriptors cannot be read.
+    std::function<bool(int32_t pid)> holdsTerminal = [](int32_t) { return false; };
+    /// The process with which the service manager started the unit that a process, or the ancestor whose
+    /// environment it has, came from. Absent where its environment does not tell.
+    std::function<std::optional<int32_t>(int32_t pid)> unitProcessOf = [](int32_t) {
+        return std::optional<int32_t>();
+    };
 };
 
 /// The real one.

@@ -79,6 +79,17 @@ std::optional<int32_t> parsePID(std::string_view descriptorInfo) {
     return numberOf("Pid:", descriptorInfo);
 }
 
+std::optional<int32_t> parseUnitProcess(std::string_view environment) {
+    constexpr std::string_view name = "SYSTEMD_EXEC_PID=";
+    for (std::string_view entry : Text::split(environment, '\0')) {
+        if (entry.starts_with(name)) {
+            entry.remove_prefix(name.size());
+            return Text::parseInteger<int32_t>(entry);
+        }
+    }
+    return std::nullopt;
+}
+
 std::string parseControlGroup(std::string_view cgroups) {
     std::string_view found;
     while (const auto line = Text::takeLine(cgroups)) {

@@ -34,6 +34,10 @@ struct Stat {
 /// The process behind a descriptor for processes, from its "fdinfo"; absent when it is not there.
 [[nodiscard]] std::optional<int32_t> parsePID(std::string_view descriptorInfo);
 
+/// The process that systemd started a unit with, from "environ" (systemd.exec(5), SYSTEMD_EXEC_PID); absent
+/// when it is not there.
+[[nodiscard]] std::optional<int32_t> parseUnitProcess(std::string_view environment);
+
 /// The control group from "cgroup": systemd's own hierarchy where there is one, else the unified one; "" for
 /// neither.
 [[nodiscard]] std::string parseControlGroup(std::string_view cgroups);

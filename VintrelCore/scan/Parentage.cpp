@@ -3,8 +3,7 @@
 #include "VintrelCore/base/Path.h"
 #include "VintrelCore/base/Text.h"
 #include "VintrelCore/model/ProcessItem.h"
-#include "VintrelCore/scan/RunnerShells.h"
-#include "VintrelCore/scan/ScanCore.h"
+#include "VintrelCore/scan/ControlGroup.h"
 
 #include <algorithm>
 #include <array>
@@ -19,6 +18,7 @@ namespace VintrelCore::Parentage {
 
 namespace {
 
+using ControlGroup::Unit;
 using Platform::KernelFacts;
 
 constexpr int32_t orphansParent = 1;
@@ -46,32 +46,6 @@ bool hasWord(std::string_view command, std::string_view wanted) {
     return false;
 }
 
-bool isUnitOfKind(std::string_view component, std::string_view ending) {
-    return component.size() > ending.size() && component.ends_with(ending);
-}
-
-bool isService(std::string_view component) {
-    return isUnitOfKind(component, ".service");
-}
-
-bool isUnit(std::string_view component) {
-    return isService(component) || isUnitOfKind(component, ".scope");
-}
-
-bool isUserManager(std::string_view component) {
-    return component.starts_with("user@") && isService(component);
-}
-
-/// Whether the desktop itself starts services of this name, so that what they leave behind is nobody's.
-bool isLaunchedByDesktop(std::string_view service) {
-    constexpr std::array<std::string_view, 7> prefixes{
-        "app-", "vte-spawn-", "org.gnome.", "gnome-shell", "gnome-session", "xdg-desktop-portal", "plasma-"};
-    const bool isActivatedByBus =
-        service.starts_with("dbus-") && service.find('@', 5) != std::string_view::npos;
-    return isActivatedByBus || service == "gnome-terminal-server.service" ||
-           std::ranges::any_of(prefixes, [service](auto prefix) { return service.starts_with(prefix); });
-}
-
 /// The program in whose keeping its children are, although their parent is an adopter; "" when it is none
 /// such.
 std::string_view hostProgram(std::string_view command) {
@@ -90,15 +64,13 @@ std::string_view hostProgram(std::string_view command) {
     return {};
 }
 
-/// The innermost control group by name, for telling people which container a process lives in.
-std::string_view containerName(std::string_view controlGroup) {
-    return Path::lastComponent(controlGroup);
-}
-
-/// Whether a command is no system's first process but a tool or a script with work of its own.
-bool isAtWork(std::string_view command) {
-    return RunnerShells::isPackageRunner(command) || RunnerShells::shellScript(command).has_value() ||
-           ScanCore::detectKind(command).has_value();
+/// Whether process 1 is a system's own. Anything else was told to be process 1 of a container.
+bool isSystemsFirst(std::string_view command) {
+    constexpr auto names =
+        std::to_array<std::string_view>({"systemd", "init", "runit", "openrc-init", "s6-svscan", "launchd"});
+    const std::string_view program = programOf(command);
+    return std::ranges::find(names, program) != names.end() ||
+           (program == "busybox" && hasWord(command, "init")) || isAdopter(0, command);
 }
 
 /// Decides for the children of adopters in one snapshot.
@@ -106,12 +78,7 @@ class Judge {
 public:
     Judge(std::span<SnapshotRecord> records, const Platform::KernelView& kernel) : m_kernel(kernel) {
         for (const SnapshotRecord& record : records) {
-            if (isAdopter(record.pid, record.command)) {
-                m_adopters.insert(record.pid);
-            }
-            if (record.pid == 1 && isAtWork(record.command)) {
-                m_processOne = programOf(record.command);
-            }
+            noteSurroundings(record);
         }
         for (SnapshotRecord& record : records) {
             if (m_adopters.contains(record.ppid)) {
@@ -138,6 +105,20 @@ private:
         SnapshotRecord* record;
         std::optional<KernelFacts> facts;
     };
+
+    void noteSurroundings(const SnapshotRecord& record) {
+        if (isAdopter(record.pid, record.command)) {
+            m_adopters.insert(record.pid);
+        }
+        if (ProcessItem::isTTYAttached(record.tty)) {
+            m_parentsOfTerminals.insert(record.ppid);
+        }
+        if (record.pid == 1 && !isSystemsFirst(record.command)) {
+            const auto facts = m_kernel.factsOf(1);
+            m_containersFirst = {.program = programOf(record.command),
+                                 .session = facts ? std::optional(facts->sessionID) : std::nullopt};
+        }
+    }
 
     void noteAge(const Child& child) {
         const Age age{child.facts->startTime.sec, child.facts->startTime.usec, child.record->pid};
@@ -166,38 +147,82 @@ private:
     /// Who looks after the process; absent when nobody does, "" when it is somebody without a name.
     [[nodiscard]] std::optional<std::string_view> keeperOf(const SnapshotRecord& record,
                                                            const KernelFacts& facts) const {
-        if (record.ppid == 1 && !m_processOne.empty()) {
-            return m_processOne;
+        if (ControlGroup::isInContainer(facts.controlGroup, m_kernel.ownControlGroup)) {
+            return Path::lastComponent(facts.controlGroup); // the container's own name for itself
         }
-        if (isInContainer(facts.controlGroup, m_kernel.ownControlGroup)) {
-            return containerName(facts.controlGroup);
-        }
-        const Unit unit = unitOf(facts.controlGroup);
-        const bool leadsItsSession = facts.sessionID == record.pid;
-        if (unit.name == "init.scope") {
+        const Unit unit = ControlGroup::unitOf(facts.controlGroup);
+        if (looksAfterItsOwn(unit) || isApplicationItself(record, facts, unit)) {
             return unit.name;
-        }
-        if (isService(unit.name)) {
-            const bool isDesktops = unit.belongsToUserManager && isLaunchedByDesktop(unit.name);
-            const bool isOldest = std::get<2>(m_oldest.at(facts.controlGroup)) == record.pid;
-            const bool isApplicationItself = leadsItsSession && isOldest;
-            if (!isDesktops || isApplicationItself) {
-                return unit.name;
-            }
         }
         if (const std::string_view host = hostProgram(record.command); !host.empty()) {
             return host;
         }
+        const bool leadsItsSession = facts.sessionID == record.pid;
+        if (record.ppid == 1 && m_containersFirst && (leadsItsSession || isWorkOfFirst(facts))) {
+            return m_containersFirst->program;
+        }
         if (unit.name.empty() && leadsItsSession) {
             return ""; // a daemon by its own choice
+        }
+        if (m_parentsOfTerminals.contains(record.pid) || m_kernel.holdsTerminal(record.pid)) {
+            return programOf(record.command); // a terminal's window or server
         }
         return std::nullopt;
     }
 
+    /// Whether a process belongs to what a container's process 1 was told to run.
+    [[nodiscard]] bool isWorkOfFirst(const KernelFacts& facts) const {
+        return !m_containersFirst->session || facts.sessionID == *m_containersFirst->session;
+    }
+
+    static bool looksAfterItsOwn(const Unit& unit) {
+        const bool isDesktops = unit.belongsToUserManager && ControlGroup::isDesktopService(unit.name);
+        return unit.name == "init.scope" || (ControlGroup::isService(unit.name) && !isDesktops);
+    }
+
+    static bool isTerminalsScope(std::string_view unit) {
+        return unit.starts_with("vte-spawn-") || unit.starts_with("tmux-spawn-");
+    }
+
+    /// Whether it is what its desktop's unit was started for, and nothing that this left behind.
+    [[nodiscard]] bool isApplicationItself(const SnapshotRecord& record, const KernelFacts& facts,
+                                           const Unit& unit) const {
+        // Nothing was launched into a login, and into a terminal's scopes only shells, which have a terminal.
+        if (!unit.belongsToUserManager || isTerminalsScope(unit.name)) {
+            return false;
+        }
+        const bool isInService = ControlGroup::isService(unit.name);
+        const auto first =
+            isInService ? m_kernel.unitProcessOf(record.pid) : ControlGroup::numberInScope(unit.name);
+        if (first == record.pid) {
+            return true;
+        }
+        const bool leadsItsSession = facts.sessionID == record.pid;
+        if (!leadsItsSession || (first && isBeside(*first, facts))) {
+            return false;
+        }
+        // An application that forks itself away leads a session. In a service it may have leftovers of the
+        // run before it beside it; a scope is for one run only.
+        return isInService || std::get<2>(m_oldest.at(facts.controlGroup)) == record.pid;
+    }
+
+    /// Whether the process that a unit was started with still runs in it.
+    [[nodiscard]] bool isBeside(int32_t first, const KernelFacts& facts) const {
+        const auto found = m_kernel.factsOf(first);
+        return found && found->state != 'Z' && found->controlGroup == facts.controlGroup &&
+               !(facts.startTime < found->startTime); // else the number is another one's now
+    }
+
+    /// Process 1 of the container in which this program runs.
+    struct ContainersFirst {
+        std::string_view program;
+        std::optional<int32_t> session;
+    };
+
     const Platform::KernelView& m_kernel;
-    std::unordered_set<int32_t> m_adopters{1}; // also where the system hides process 1 from its users
-    /// A developer tool that is process 1, as in a container made for it: its children are at work, too.
-    std::string_view m_processOne;
+    std::unordered_set<int32_t> m_adopters{1};        // also where the system hides process 1 from its users
+    std::unordered_set<int32_t> m_parentsOfTerminals; // they have a child on one
+    std::optional<ContainersFirst> m_containersFirst;
     std::vector<Child> m_children;
     /// Per control group, start and pid of the oldest child that an adopter has in it.
     std::unordered_map<std::string, Age> m_oldest;
@@ -211,43 +236,6 @@ bool isAdopter(int32_t pid, std::string_view command) {
     const bool isWindowsRelay = word.starts_with("Relay(") && word.ends_with(')'); // as is /init: of WSL
     return pid == 1 || (program == "systemd" && hasWord(command, "--user")) || word == "/init" ||
            isWindowsRelay || program == "lxqt-session" || program == "dinit";
-}
-
-bool isInContainer(std::string_view controlGroup, std::string_view ownControlGroup) {
-    // Inside a development container, what the program shares with everything around it says nothing.
-    if (ownControlGroup.size() > 1 && Path::isAtOrBelow(controlGroup, ownControlGroup)) {
-        controlGroup.remove_prefix(ownControlGroup.size());
-    }
-    constexpr std::array<std::string_view, 6> names{"/docker/", "libpod-",       "kubepods",
-                                                    "/lxc",     "machine.slice", "buildkit"};
-    if (std::ranges::any_of(names, [controlGroup](auto name) { return controlGroup.contains(name); })) {
-        return true;
-    }
-    constexpr std::string_view engine = "docker-";
-    constexpr size_t shortestID = 12; // what the engine prints; "docker-desktop" is an application
-    for (auto at = controlGroup.find(engine); at != std::string_view::npos;
-         at = controlGroup.find(engine, at + 1)) {
-        const std::string_view name = controlGroup.substr(at + engine.size());
-        if (std::min(name.find_first_not_of("0123456789abcdef"), name.size()) >= shortestID) {
-            return true;
-        }
-    }
-    return false;
-}
-
-Unit unitOf(std::string_view controlGroup) {
-    Unit first;
-    bool isBelowUserManager = false;
-    for (const std::string_view component : Text::split(controlGroup, '/')) {
-        if (isUnit(component) && isBelowUserManager) {
-            return {.name = component, .belongsToUserManager = true};
-        }
-        if (isUnit(component) && first.name.empty()) {
-            first.name = component;
-        }
-        isBelowUserManager = isBelowUserManager || isUserManager(component);
-    }
-    return first;
 }
 
 void correct(std::span<SnapshotRecord> records, const Platform::KernelView& kernel) {

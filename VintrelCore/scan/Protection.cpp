@@ -37,6 +37,10 @@ Protection::Forms Protection::resolve(std::span<const std::string> entries, cons
     return forms;
 }
 
+bool isFolderUnknown(const ProcessItem& item, const CwdResolver::CwdMap& cwds) {
+    return std::ranges::any_of(allPIDsOf({&item, 1}), [&cwds](int32_t pid) { return !cwds.contains(pid); });
+}
+
 std::string resolvedFolder(const std::string& path) {
     std::error_code error;
     const auto found = std::filesystem::weakly_canonical(path, error);

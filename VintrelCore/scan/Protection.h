@@ -34,6 +34,10 @@ struct Protection {
     [[nodiscard]] static Forms resolve(std::span<const std::string> entries, const std::string& home);
 };
 
+/// Whether the folder of the row, or of anything folded into it, is unknown, as that of a program with file
+/// capabilities is to its own user. Whether it is protected cannot be told then.
+[[nodiscard]] bool isFolderUnknown(const ProcessItem& item, const CwdResolver::CwdMap& cwds);
+
 /// The path with links resolved; what does not exist (any more) stays as it stands.
 [[nodiscard]] std::string resolvedFolder(const std::string& path);
 

@@ -2,7 +2,7 @@
 
 #include "VintrelCore/base/Shell.h"
 #include "VintrelCore/platform/Platform.h"
-#include "VintrelCore/scan/Parentage.h"
+#include "VintrelCore/scan/ControlGroup.h"
 #include "VintrelCore/terminate/RowEnding.h"
 
 #include <algorithm>
@@ -108,14 +108,21 @@ private:
 
     [[nodiscard]] bool anyUndecided() const { return !std::ranges::all_of(m_rows, &RowEnding::isDecided); }
 
+    struct ContainerRow {
+        RowEnding* row;
+        std::string container; // as the engine is told
+    };
+
     /// The rows that are containers here, as far as they are the processes that the scan saw.
-    std::vector<RowEnding*> containerRows() {
-        std::vector<RowEnding*> rows;
+    std::vector<ContainerRow> containerRows() {
+        std::vector<ContainerRow> rows;
         forUndecided([&](RowEnding& row) {
             const ProcessItem& item = row.item();
-            if (m_owners.contains(item.pid) && shouldSendSIGTERM(item.startTime, startTime(item.pid)) &&
-                m_world.isInContainerHere(item)) {
-                rows.push_back(&row);
+            const auto owner = m_owners.find(item.pid);
+            const auto id = owner != m_owners.end() ? m_world.containerHere(item) : std::nullopt;
+            // Compared after the id was read: it might be that of a process which has got the number since.
+            if (id && shouldSendSIGTERM(item.startTime, startTime(item.pid))) {
+                rows.push_back({.row = &row, .container = id->empty() ? owner->second : *id});
             }
         });
         return rows;
@@ -123,7 +130,7 @@ private:
 
     /// Those that the engine does not stop stay undecided, and get signals.
     void stopContainers() {
-        const std::vector<RowEnding*> rows = containerRows();
+        const std::vector<ContainerRow> rows = containerRows();
         const auto client = rows.empty() ? std::nullopt : m_world.client();
         if (!client) {
             return;
@@ -133,18 +140,17 @@ private:
         }
     }
 
-    void stopSideBySide(const std::string& client, std::span<RowEnding* const> rows) {
+    void stopSideBySide(const std::string& client, std::span<const ContainerRow> rows) {
         std::vector<Shell::Run> runs;
-        for (const RowEnding* row : rows) {
-            const std::string& name = m_owners.at(row->item().pid);
-            runs.emplace_back(DockerService::command(client, DockerService::stopArguments(name)));
+        for (const ContainerRow& row : rows) {
+            runs.emplace_back(DockerService::command(client, DockerService::stopArguments(row.container)));
         }
         std::vector<Shell::Run*> pointers;
         std::ranges::transform(runs, std::back_inserter(pointers), [](Shell::Run& run) { return &run; });
         Shell::await(pointers, nullptr, m_world.interrupt);
         for (size_t index = 0; index < rows.size(); ++index) {
             if (runs[index].take().ok()) {
-                rows[index]->noteStoppedContainer();
+                rows[index].row->noteStoppedContainer();
             }
         }
     }
@@ -216,12 +222,16 @@ bool shouldEscalateToSIGKILL(const std::optional<ProcStartTime>& snapshot,
     return snapshot && snapshot == current;
 }
 
-bool isInContainer(const ProcessItem& item, const Platform::KernelView& kernel) {
+std::optional<std::string> containerOf(const ProcessItem& item, const Platform::KernelView& kernel) {
     if (!kernel.knowsContainers) {
-        return item.kind == ProcessKind::docker;
+        return item.kind == ProcessKind::docker ? std::optional<std::string>("") : std::nullopt;
     }
     const auto facts = kernel.factsOf(item.pid);
-    return facts && Parentage::isInContainer(facts->controlGroup, kernel.ownControlGroup);
+    if (!facts || !ControlGroup::isInContainer(facts->controlGroup, kernel.ownControlGroup)) {
+        return std::nullopt;
+    }
+    return ControlGroup::containerID(facts->controlGroup, kernel.ownControlGroup)
+        .transform([](std::string_view id) { return std::string(id); });
 }
 
 std::vector<KillResult> killAll(std::span<const ProcessItem> items,

@@ -35,9 +35,12 @@ inline constexpr double gracePeriod = 2.0;
 /// takes to stop.
 [[nodiscard]] KillOutcome kill(const ProcessItem& item, const DockerCore::OwnerMap& containerOwners);
 
-/// Whether an item that has an owner entry really is in a container on this machine: a remote engine's
-/// numbers mean nothing here. Where the kernel does not know, what looks like a container is one.
-[[nodiscard]] bool isInContainer(const ProcessItem& item, const Platform::KernelView& kernel);
+/// The id of the container on this machine that an item is in, by its control group; absent when it is in
+/// none. A number and a name from an engine are no proof: another engine, or a remote one, has other
+/// processes by the same numbers. Where the kernel does not know, what looks like a container is one, and its
+/// id is "".
+[[nodiscard]] std::optional<std::string> containerOf(const ProcessItem& item,
+                                                     const Platform::KernelView& kernel);
 
 /// Moments of the sequence at which a test may change the world.
 enum class Moment { beforeOpening, afterOpening, afterComparison, duringGrace };
@@ -50,8 +53,8 @@ struct World {
     int interrupt = -1;
     /// The container engine's client; absent without one.
     std::function<std::optional<std::string>()> client = [] { return DockerService::cliPath(); };
-    std::function<bool(const ProcessItem& item)> isInContainerHere =
-        [kernel = Platform::kernelView()](const ProcessItem& item) { return isInContainer(item, kernel); };
+    std::function<std::optional<std::string>(const ProcessItem& item)> containerHere =
+        [kernel = Platform::kernelView()](const ProcessItem& item) { return containerOf(item, kernel); };
     /// Called at each moment of each process.
     std::function<void(Moment moment, int32_t pid)> at = [](Moment, int32_t) {};
 };

@@ -166,6 +166,30 @@ TEST(Clean, endsNothingWhenNoFolderCanBeToldAndRulesGoByFolders) {
     EXPECT_EQ(eventsOf(home)[0].projectLabel, "—");
 }
 
+TEST(Clean, leavesOutWhoseFolderIsUnknownWhereRulesGoByFolders) {
+    const VintrelHome home;
+    const Stray known({.argv = {"vitest"}, .cwd = home.folder().makeFolder("elsewhere")});
+    const Stray secretive({.argv = {"vitest"}, .cwd = home.folder().makeFolder("mine")});
+    const std::string pid = std::to_string(secretive.pid());
+    letStraysAge();
+    // What lsof says of a program with file capabilities to its own user.
+    const auto lsof = withLsofScript(home, "$REAL \"$@\" | sed 's|^n.*/mine$|n/proc/" + pid +
+                                               "/cwd (readlink: Permission denied)|'\n");
+    home.writeSettings(std::string(everybodyIsOld) + "protectedProjects=~/mine\n");
+    const auto table = parseTable(home.run({"list"}, lsof).output);
+    ASSERT_TRUE(table.contains(secretive.pid()));
+    EXPECT_EQ(table.at(secretive.pid()).project, "—");
+
+    const auto outcome = home.run({"clean"}, lsof);
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.errors, "vintrel: vitest " + pid + " is not in the sweep: its folder is unknown\n");
+    EXPECT_TRUE(outcome.output.contains("Cleaned 1 of 1, ~")) << outcome.output;
+    EXPECT_FALSE(isRunning(known.pid()));
+    EXPECT_TRUE(isRunning(secretive.pid()));
+    EXPECT_EQ(home.run({"kill", pid}, lsof).status, 0) << "by itself it can be ended";
+    EXPECT_FALSE(isRunning(secretive.pid()));
+}
+
 TEST(Clean, ctrlCDuringTheWaitRecordsWholeEventsOfWhoeverHasEnded) {
     const VintrelHome home;
     home.writeSettings(everybodyIsOld);

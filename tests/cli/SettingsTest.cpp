@@ -53,6 +53,25 @@ TEST(Settings, aFileThatCannotBeReadGivesDefaultsAndALineOnStandardError) {
                                   " cannot be read; using defaults\n");
 }
 
+TEST(Settings, areTheAccountsOwnWhateverTheEnvironmentLacks) {
+    VINTREL_NEEDS_ROOT();
+    const VintrelHome home;
+    const Stray stray({.argv = {"vitest"}});
+    letStraysAge();
+    home.folder().write(".config/Vintrel/Vintrel.conf", "[General]\nelapsedThreshold=0.000001\n");
+    const auto accounts = home.folder().write("passwd", "root:x:0:0::" + home.path().string() + ":/bin/sh\n");
+    for (const char* const change :
+         {"unset HOME XDG_CONFIG_HOME", "unset XDG_CONFIG_HOME; HOME=", "unset XDG_CONFIG_HOME; HOME=home",
+          "XDG_CONFIG_HOME=config", "unset HOME; XDG_CONFIG_HOME=config", "unset HOME; XDG_CONFIG_HOME="}) {
+        const auto outcome = home.run(
+            {"list"},
+            {"unshare", "-m", "/bin/sh", "-c",
+             "mount --bind " + accounts.string() + " /etc/passwd && " + change + "; exec \"$@\"", "sh"});
+        EXPECT_EQ(outcome.errors, "") << change;
+        EXPECT_EQ(bucketOf(outcome, stray.pid()), "safe") << change;
+    }
+}
+
 TEST(Settings, anotherAccountsFileCannotBeRead) {
     VINTREL_NEEDS_ROOT();
     const VintrelHome home;

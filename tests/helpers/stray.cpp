@@ -10,6 +10,7 @@
 //   --adopter   it is adopted by a process "systemd --user" that this program stands in for
 //   --zombie    it has ended, and the adopter does not look after it
 //   --ignores-term  it does not end when it is asked to
+//   --hosts-terminal  it holds a terminal's other side, as a terminal's window does
 // ARGV may hold the words --below and --worker: what follows is the command line of a child of the process
 // before it. A worker ends with its parent, as those of test runners do. Its pid is printed on a line; then
 // the program waits for the end of its standard input if it has something to keep (the adopter, the open
@@ -41,6 +42,7 @@ struct Options {
     bool leader = false;
     bool zombie = false;
     bool ignoresTerm = false;
+    bool hostsTerminal = false;
     std::string terminal;
     std::string cwd;
     int port = 0;
@@ -73,6 +75,8 @@ Options parse(int argc, char** argv) {
             options.zombie = true;
         } else if (word == "--ignores-term") {
             options.ignoresTerm = true;
+        } else if (word == "--hosts-terminal") {
+            options.hostsTerminal = true;
         } else if (word == "--terminal") {
             options.terminal = value();
         } else if (word == "--cwd") {
@@ -158,6 +162,9 @@ char** endOfCommand(char** argv) {
     const int null = ::open("/dev/null", O_RDWR | O_CLOEXEC);
     for (int descriptor = 0; descriptor <= STDERR_FILENO; ++descriptor) {
         ::dup2(null, descriptor);
+    }
+    if (options.hostsTerminal && ::posix_openpt(O_RDWR | O_NOCTTY) < 0) { // the stray inherits it
+        report(failures, "terminal");
     }
     if (options.ignoresTerm) {
         ::signal(SIGTERM, SIG_IGN);

@@ -3,6 +3,8 @@
 #include "VintrelCore/scan/SnapshotRecord.h"
 
 #include <map>
+#include <optional>
+#include <set>
 #include <string>
 
 namespace VintrelTests {
@@ -19,8 +21,18 @@ public:
                 .factsOf = [this](int32_t pid) -> std::optional<VintrelCore::Platform::KernelFacts> {
                     const auto found = m_facts.find(pid);
                     return found != m_facts.end() ? std::optional(found->second) : std::nullopt;
+                },
+                .holdsTerminal = [this](int32_t pid) { return m_terminalHolders.contains(pid); },
+                .unitProcessOf = [this](int32_t pid) -> std::optional<int32_t> {
+                    const auto found = m_unitProcesses.find(pid);
+                    return found != m_unitProcesses.end() ? std::optional(found->second) : std::nullopt;
                 }};
     }
+
+    void letHoldTerminal(int32_t pid) { m_terminalHolders.insert(pid); }
+
+    /// What the environment of a process says of its unit.
+    void setUnitProcess(int32_t pid, int32_t first) { m_unitProcesses[pid] = first; }
 
     /// A process of the user's in nobody's care: no unit, and not its session's leader.
     FakeKernel& addOrphan(int32_t pid) {
@@ -31,6 +43,8 @@ public:
 
 private:
     std::map<int32_t, VintrelCore::Platform::KernelFacts> m_facts;
+    std::set<int32_t> m_terminalHolders;
+    std::map<int32_t, int32_t> m_unitProcesses;
 };
 
 } // namespace VintrelTests

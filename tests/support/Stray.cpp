@@ -33,6 +33,7 @@ ProcessOptions starterOf(const StrayOptions& options) {
     add(options.leader, {"--leader"});
     add(options.zombie, {"--zombie"});
     add(options.ignoresTerm, {"--ignores-term"});
+    add(options.hostsTerminal, {"--hosts-terminal"});
     add(!options.terminal.empty(), {"--terminal", options.terminal});
     argv.emplace_back("--");
     argv.insert(argv.end(), options.argv.begin(), options.argv.end());

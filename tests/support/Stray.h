@@ -14,12 +14,13 @@ struct StrayOptions {
     /// behind "--worker" that of one which ends with it.
     std::vector<std::string> argv;
     std::filesystem::path cwd = "/";
-    int port = 0;             ///< a port of 127.0.0.1 to listen on; 0 for none
-    bool adopter = false;     ///< adopted by a stand-in for the user's service manager, not by process 1
-    bool leader = false;      ///< it leads a session of its own
-    bool zombie = false;      ///< it has ended, and its adopter does not look after it
-    bool ignoresTerm = false; ///< it does not end when it is asked to
-    std::string terminal{};   ///< "open" or "closed": it had a terminal
+    int port = 0;               ///< a port of 127.0.0.1 to listen on; 0 for none
+    bool adopter = false;       ///< adopted by a stand-in for the user's service manager, not by process 1
+    bool leader = false;        ///< it leads a session of its own
+    bool zombie = false;        ///< it has ended, and its adopter does not look after it
+    bool ignoresTerm = false;   ///< it does not end when it is asked to
+    bool hostsTerminal = false; ///< it holds a terminal's other side, as a terminal's window does
+    std::string terminal{};     ///< "open" or "closed": it had a terminal
     /// What it runs, made when it is missing; "" for the helper itself.
     std::filesystem::path program{};
 };

@@ -121,6 +121,21 @@ TEST(OnThisMachine, anOrphanWithAnOpenTerminalIsNot) {
     EXPECT_EQ(item->bucket(), Bucket::needsReview);
 }
 
+TEST(OnThisMachine, whatHostsATerminalIsNotSafe) {
+    for (const bool adopter : {false, true}) {
+        const Stray stray(
+            {.argv = {"node", "/x/vitest", "--watch"}, .adopter = adopter, .hostsTerminal = true});
+        const auto record = recordOf(stray.pid());
+        ASSERT_TRUE(record);
+        EXPECT_EQ(record->tty, "?");
+        EXPECT_EQ(record->ppid, 0);
+        EXPECT_EQ(record->managedBy, "node");
+        const auto item = itemOf(stray.pid());
+        ASSERT_TRUE(item);
+        EXPECT_EQ(item->bucket(), Bucket::needsReview);
+    }
+}
+
 TEST(OnThisMachine, aZombieIsNotListed) {
     const Stray stray({.argv = {"vitest", "--watch"}, .adopter = true, .zombie = true});
     ASSERT_TRUE(eventually([&] {

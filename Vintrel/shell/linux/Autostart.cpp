@@ -75,12 +75,8 @@ std::string entryBelow(std::string_view folder) {
 
 /// "" without a home.
 std::string userEntry() {
-    const std::string configured = environmentValue("XDG_CONFIG_HOME");
-    if (configured.starts_with('/')) { // a relative one is to be disregarded
-        return entryBelow(configured);
-    }
-    const std::string home = VintrelCore::Platform::homeFolder();
-    return home.empty() ? home : entryBelow(home + "/.config");
+    const std::string folder = VintrelCore::Platform::settingsFolder();
+    return folder.empty() ? folder : entryBelow(folder);
 }
 
 /// Those that may be there for all users, best first.

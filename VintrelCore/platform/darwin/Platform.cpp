@@ -40,6 +40,10 @@ std::span<const std::string_view> dockerCandidates() {
     return paths;
 }
 
+std::string settingsFolder() {
+    return {}; // they are in the system's own store
+}
+
 std::string dataFolder() {
     const std::string home = homeFolder();
     return home.empty() ? home : home + "/Library/Application Support";

@@ -9,6 +9,8 @@
 #include <climits>
 #include <cstdlib>
 #include <ctime>
+#include <filesystem>
+#include <system_error>
 
 #include <unistd.h>
 
@@ -77,6 +79,39 @@ std::optional<KernelFacts> readKernelFacts(int32_t pid) {
                        .controlGroup = ProcFiles::parseControlGroup(*cgroups)};
 }
 
+bool isMasterOfTerminals(const std::filesystem::path& file) {
+    return file == "/dev/ptmx" || file == "/dev/pts/ptmx"; // the second is what the first leads to
+}
+
+bool readHoldsTerminal(int32_t pid) {
+    std::error_code error;
+    std::filesystem::directory_iterator descriptor("/proc/" + std::to_string(pid) + "/fd", error);
+    for (; !error && descriptor != std::filesystem::directory_iterator(); descriptor.increment(error)) {
+        std::error_code unreadable; // it may have been closed meanwhile
+        if (isMasterOfTerminals(std::filesystem::read_symlink(descriptor->path(), unreadable))) {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::optional<int32_t> readUnitProcess(int32_t pid) {
+    constexpr size_t maxEnvironment = size_t{256} << 10;
+    const auto environment =
+        File::readKernelFile("/proc/" + std::to_string(pid) + "/environ", maxEnvironment);
+    return environment ? ProcFiles::parseUnitProcess(*environment) : std::nullopt;
+}
+
+/// A folder by the base directory rules: the variable's, or else this one below home.
+std::string baseFolder(const char* variable, std::string_view belowHome) {
+    const char* const configured = std::getenv(variable); // NOLINT(concurrency-mt-unsafe): nobody sets it
+    if (configured != nullptr && configured[0] == '/') {  // a relative one is to be ignored, say the rules
+        return std::string(Path::withoutTrailingSlashes(configured));
+    }
+    const std::string home = homeFolder();
+    return home.empty() ? home : home + std::string(belowHome);
+}
+
 } // namespace
 
 std::string psPath() {
@@ -94,15 +129,12 @@ std::span<const std::string_view> dockerCandidates() {
     return paths;
 }
 
+std::string settingsFolder() {
+    return baseFolder("XDG_CONFIG_HOME", "/.config");
+}
+
 std::string dataFolder() {
-    const char* const configured =
-        std::getenv("XDG_DATA_HOME"); // NOLINT(concurrency-mt-unsafe): nobody sets it
-    if (configured != nullptr &&
-        configured[0] == '/') { // a relative one is to be ignored, says the base directory rule
-        return std::string(Path::withoutTrailingSlashes(configured));
-    }
-    const std::string home = homeFolder();
-    return home.empty() ? home : home + "/.local/share";
+    return baseFolder("XDG_DATA_HOME", "/.local/share");
 }
 
 std::optional<ProcessRecord> processRecord(int32_t pid) {
@@ -144,7 +176,9 @@ KernelView kernelView() {
             .ownControlGroup = own ? ProcFiles::parseControlGroup(*own) : std::string(),
             .secondsSinceBoot =
                 static_cast<double>(clockMicroseconds(CLOCK_BOOTTIME)) / microsecondsPerSecond,
-            .factsOf = readKernelFacts};
+            .factsOf = readKernelFacts,
+            .holdsTerminal = readHoldsTerminal,
+            .unitProcessOf = readUnitProcess};
 }
 
 } // namespace VintrelCore::Platform

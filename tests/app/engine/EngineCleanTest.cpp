@@ -25,6 +25,9 @@ protected:
 TEST_F(EngineClean, endsExactlyTheSweepableItemsAtOnce) {
     world->owners.owners = {{3, "shop-db"}};
     world->directories.cwds = {{4, cwdOf("~/work/shop")}};
+    for (const int32_t pid : {1, 3, 10, 11}) {
+        world->directories.cwds[pid] = cwdOf("~/elsewhere");
+    }
     engine().setProtectedProjects({"~/work"});
     scan({safeItem(3), reviewItem(2), safeItem(1), safeItem(4), runnerItem(10, {11})});
     engine().cleanAllSafe(outcome.taker());

@@ -119,11 +119,23 @@ TEST_F(EngineProtection, sweepsTheSafeOnesInOrder) {
     EXPECT_EQ(pidsOf(engine().sweepableSafeItems()), (PIDs{30, 17, 5}));
 }
 
-TEST_F(EngineProtection, sweepsWhoWorksNobodyKnowsWhere) {
-    engine().setProtectedProjects({"~/work"});
-    world->directories.cwds = {{1, cwdOf("~/work/shop")}, {3, cwdOf("~/elsewhere")}};
+TEST_F(EngineProtection, leavesOutWhoWorksNobodyKnowsWhereAsSoonAsRulesGoByFolders) {
+    world->directories.cwds = {{1, cwdOf("~/work/shop")}, {3, cwdOf("~/elsewhere")}, {10, cwdOf("~")}};
     scan({safeItem(1), safeItem(2), safeItem(3)});
-    EXPECT_EQ(pidsOf(engine().sweepableSafeItems()), (PIDs{2, 3}));
+    EXPECT_EQ(pidsOf(engine().sweepableSafeItems()), (PIDs{1, 2, 3}));
+    EXPECT_FALSE(engine().staysOutOfSweeps(safeItem(2)));
+
+    engine().setProtectedProjects({"~/work"});
+    EXPECT_EQ(pidsOf(engine().sweepableSafeItems()), PIDs{3});
+    EXPECT_TRUE(engine().staysOutOfSweeps(safeItem(2)));
+    EXPECT_FALSE(engine().staysOutOfSweeps(safeItem(3)));
+    EXPECT_TRUE(engine().staysOutOfSweeps(runnerItem(10, {11}))) << "what is folded into it counts";
+
+    engine().setProtectedProjects({});
+    engine().setIgnoredNames({"jest @ ~/work"});
+    EXPECT_TRUE(engine().staysOutOfSweeps(safeItem(2)));
+    engine().setIgnoredNames({"jest"});
+    EXPECT_FALSE(engine().staysOutOfSweeps(safeItem(2)));
 }
 
 TEST_F(EngineProtection, neverSweepsWhatAPersonHasToDecideOn) {

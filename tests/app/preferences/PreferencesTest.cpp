@@ -210,8 +210,12 @@ TEST_F(PreferencesPlaceDeathTest, isTheConfigurationFolder) {
 
 TEST_F(PreferencesPlaceDeathTest, isBelowHomeWhereNoConfigurationFolderIsNamed) {
     m_home.write(".config/Vintrel/Vintrel.conf", "[General]\nscanInterval=77\n");
-    const ScopedEnvironment configHome("XDG_CONFIG_HOME", std::nullopt);
-    EXPECT_EXIT(tellScanInterval(), ::testing::ExitedWithCode(0), "^77$");
+    m_home.write("relative/Vintrel/Vintrel.conf", "[General]\nscanInterval=45\n");
+    for (const auto& named : {std::optional<std::string>(), std::optional<std::string>("relative"),
+                              std::optional<std::string>("")}) {
+        const ScopedEnvironment configHome("XDG_CONFIG_HOME", named);
+        EXPECT_EXIT(tellScanInterval(), ::testing::ExitedWithCode(0), "^77$") << named.value_or("none");
+    }
 }
 
 } // namespace Vintrel

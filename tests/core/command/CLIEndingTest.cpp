@@ -64,6 +64,17 @@ TEST(ItemsToClean, areTheSafeOnesThatAreNotProtectedInOrder) {
     EXPECT_EQ(items[1].pid, 1'005);
 }
 
+TEST(ItemsToClean, leaveOutAndNameThoseWhoseFolderWouldHaveToBeKnown) {
+    const CLIScan::Result scan{.items = {itemOf(1'001), itemOf(1'002), itemOf(1'003, RiskTier::high)},
+                               .unknownFolderPIDs = {1'002, 1'003}};
+    const auto items = itemsToClean(scan);
+    ASSERT_EQ(items.size(), 1U);
+    EXPECT_EQ(items[0].pid, 1'001);
+    const auto lines = leftOut(scan);
+    ASSERT_EQ(lines.size(), 1U) << "what needs review is in no sweep anyway";
+    EXPECT_TRUE(lines[0].ends_with(" 1002 is not in the sweep: its folder is unknown")) << lines[0];
+}
+
 TEST(ReasonNotToClean, isThatAFactThatProtectsIsMissing) {
     EXPECT_EQ(reasonNotToClean({}, {}, std::nullopt), std::nullopt);
     EXPECT_EQ(reasonNotToClean({.ps = Shell::Fault::broken}, {}, std::nullopt),

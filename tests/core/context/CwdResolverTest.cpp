@@ -80,6 +80,26 @@ TEST(CwdResolverTest, whatLsofSaysInPlaceOfADirectoryIsNone) {
         << "people may call a folder what they like";
 }
 
+TEST(CwdResolverTest, whatLsofAddsToADirectorysNameIsNoPartOfIt) {
+    for (const char* const said :
+         {" (stat: Transport endpoint is not connected)", " (nas:/export/home)", " (readlink: No such file)",
+          " (nas.example.org:/export/my projects (old))", " (fd00::1:/export)", " (stat: Stale file handle)",
+          " (deleted) (stat: No such file or directory)"}) {
+        EXPECT_EQ(fullPathOf(std::string("/no/such/place") + said), "/no/such/place") << said;
+    }
+    // What lsof never says may be what people call a folder.
+    for (const char* const name :
+         {" (copy)", " (2024)", "(stat: x)", " (nas)", " (status: done)", " (:/x)"}) {
+        const std::string folder = std::string("/no/such/place") + name;
+        EXPECT_EQ(fullPathOf(folder), folder);
+    }
+
+    const TemporaryFolder folder;
+    const std::string odd = folder.makeFolder("shop (stat: really)").string();
+    EXPECT_EQ(fullPathOf(odd), odd) << "it is really called so";
+    EXPECT_EQ(fullPathOf((folder.path() / "other (stat: not)").string()), (folder.path() / "other").string());
+}
+
 TEST(CwdResolverTest, namesAProjectAfterItsRepository) {
     struct Case {
         std::string cwd;

@@ -70,9 +70,22 @@ TEST_F(KillOnARealEngine, aNumberOfARemoteEngineIsNoContainerHere) {
     EXPECT_TRUE(isRunning(container));
 }
 
-TEST_F(KillOnARealEngine, signalsDoItWhenTheEngineRefuses) {
+TEST_F(KillOnARealEngine, stopsTheContainerOfTheProcessWhateverAnotherEngineCallsThatNumber) {
     const int32_t pid = m_engine->start("web-1", {"sleep", "1000"});
-    EXPECT_EQ(detailOf(itemOf(pid, ProcessKind::docker), {{pid, "no-such-container"}}), KillDetail::ended);
+    const int32_t innocent = m_engine->start("production-db", {"sleep", "1000"});
+    EXPECT_EQ(detailOf(itemOf(pid, ProcessKind::docker), {{pid, "production-db"}}),
+              KillDetail::containerStopped);
+    EXPECT_FALSE(isRunning(pid));
+    EXPECT_TRUE(isRunning(innocent));
+}
+
+TEST_F(KillOnARealEngine, signalsDoItWhenTheEngineDoesNotKnowTheContainer) {
+    const int32_t pid = m_engine->start("web-1", {"sleep", "1000"});
+    KillCore::World otherEngines;
+    otherEngines.containerHere = [](const ProcessItem&) { return std::string(64, 'a'); };
+    const ProcessItem item = itemOf(pid, ProcessKind::docker);
+    EXPECT_EQ(KillCore::killAll({&item, 1}, {{pid, "web-1"}}, otherEngines).front().detail,
+              KillDetail::ended);
     EXPECT_FALSE(isRunning(pid));
 }
 

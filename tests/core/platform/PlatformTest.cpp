@@ -2,6 +2,7 @@
 #include "VintrelCore/platform/Platform.h"
 
 #include "VintrelCore/base/ChildProcess.h"
+#include "VintrelCore/base/FileDescriptor.h"
 #include "tests/core/terminate/Subject.h"
 #include "tests/support/Process.h"
 #include "tests/support/ScopedEnvironment.h"
@@ -19,6 +20,7 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -138,6 +140,35 @@ TEST(ProcessWords, areWholeOrAbsent) {
     EXPECT_FALSE(isWhole(size_t{129} << 10));
 }
 
+TEST(KernelView, knowsWhoHoldsATerminal) {
+    const auto view = Platform::kernelView();
+    EXPECT_FALSE(view.holdsTerminal(::getpid()));
+    {
+        const FileDescriptor terminal(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC));
+        ASSERT_TRUE(terminal);
+        EXPECT_TRUE(view.holdsTerminal(::getpid()));
+    }
+    EXPECT_FALSE(view.holdsTerminal(::getpid()));
+    EXPECT_FALSE(view.holdsTerminal(1 << 30));
+}
+
+TEST(KernelView, knowsWhichProcessItsEnvironmentNamesAsTheUnits) {
+    const auto view = Platform::kernelView();
+    const auto start = [](const std::string& variable) {
+        return VintrelTests::Process({.argv = {"/usr/bin/env", "-i", variable, "/bin/sleep", "60"}});
+    };
+    const VintrelTests::Process telling = start("SYSTEMD_EXEC_PID=4242");
+    EXPECT_TRUE(VintrelTests::eventually([&] { return view.unitProcessOf(telling.pid()) == 4242; }));
+    const VintrelTests::Process silent = start("A=1");
+    EXPECT_TRUE(VintrelTests::eventually([&] {
+        std::ifstream file("/proc/" + std::to_string(silent.pid()) + "/environ");
+        std::string environment;
+        return std::getline(file, environment, '\0') && environment == "A=1";
+    }));
+    EXPECT_EQ(view.unitProcessOf(silent.pid()), std::nullopt);
+    EXPECT_EQ(view.unitProcessOf(1 << 30), std::nullopt);
+}
+
 TEST(Folders, homeIsTheVariableOrElseTheAccounts) {
     {
         const ScopedEnvironment home("HOME", "/some/where/");
@@ -158,6 +189,18 @@ TEST(Folders, dataFollowsTheBaseDirectoryRules) {
     for (const auto& ignored : {std::optional<std::string>("relative"), std::optional<std::string>("")}) {
         const ScopedEnvironment data("XDG_DATA_HOME", ignored);
         EXPECT_EQ(Platform::dataFolder(), "/h/.local/share");
+    }
+}
+
+TEST(Folders, settingsFollowTheBaseDirectoryRules) {
+    const ScopedEnvironment home("HOME", "/h");
+    {
+        const ScopedEnvironment settings("XDG_CONFIG_HOME", "/settings/");
+        EXPECT_EQ(Platform::settingsFolder(), "/settings");
+    }
+    for (const auto& ignored : {std::optional<std::string>("relative"), std::optional<std::string>("")}) {
+        const ScopedEnvironment settings("XDG_CONFIG_HOME", ignored);
+        EXPECT_EQ(Platform::settingsFolder(), "/h/.config");
     }
 }
 

@@ -63,6 +63,16 @@ TEST(ParseUserID, takesTheRealOne) {
     EXPECT_EQ(ProcFiles::parseUserID(""), std::nullopt);
 }
 
+TEST(ParseUnitProcess, isAWholeVariable) {
+    using namespace std::string_literals;
+    const std::string environment = "A=1\0XSYSTEMD_EXEC_PID=5\0SYSTEMD_EXEC_PID=4242\0B=2\0"s;
+    EXPECT_EQ(ProcFiles::parseUnitProcess(environment), 4242);
+    EXPECT_EQ(ProcFiles::parseUnitProcess("A=SYSTEMD_EXEC_PID=5\0"s), std::nullopt);
+    EXPECT_EQ(ProcFiles::parseUnitProcess("SYSTEMD_EXEC_PID=\0"s), std::nullopt);
+    EXPECT_EQ(ProcFiles::parseUnitProcess("SYSTEMD_EXEC_PID=5x\0"s), std::nullopt);
+    EXPECT_EQ(ProcFiles::parseUnitProcess(""), std::nullopt);
+}
+
 TEST(ParseControlGroup, prefersTheHierarchyOfSystemd) {
     EXPECT_EQ(ProcFiles::parseControlGroup("9:name=systemd:/a.service\n0::/b.scope\n"), "/a.service");
     EXPECT_EQ(ProcFiles::parseControlGroup("0::/b.scope\n9:name=systemd:/a.service\n"), "/a.service");

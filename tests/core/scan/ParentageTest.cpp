@@ -1,6 +1,7 @@
 // Who looks after a process: each rule by itself.
 #include "VintrelCore/scan/Parentage.h"
 
+#include "VintrelCore/scan/ControlGroup.h"
 #include "tests/support/Snapshots.h"
 
 #include <string>
@@ -27,22 +28,34 @@ struct Candidate {
     char state = 'S';
 };
 
+SnapshotRecord record(int32_t pid, int32_t ppid, const std::string& command) {
+    return {.pid = pid,
+            .ppid = ppid,
+            .elapsed = "1:00",
+            .tty = "?",
+            .cpuPercent = "0",
+            .rss = "1",
+            .command = command};
+}
+
+/// What surrounds the candidate: the program's own control group, other processes, and what the kernel knows
+/// of them.
+struct Surroundings {
+    std::string ownControlGroup = "/";
+    std::string processOne = "/sbin/init";
+    std::vector<SnapshotRecord> others{};
+    FakeKernel kernel{};
+};
+
 /// The record of the candidate after correction, in a snapshot with the usual adopters.
-SnapshotRecord corrected(const Candidate& candidate, const std::string& ownControlGroup = "/") {
-    const auto record = [](int32_t pid, int32_t ppid, const std::string& command) {
-        return SnapshotRecord{.pid = pid,
-                              .ppid = ppid,
-                              .elapsed = "1:00",
-                              .tty = "?",
-                              .cpuPercent = "0",
-                              .rss = "1",
-                              .command = command};
-    };
-    std::vector<SnapshotRecord> records{
-        record(1, 0, "/sbin/init"), record(69, 1, "/lib/systemd/systemd --user"),
-        record(80, 1, "/usr/bin/gnome-shell"), record(strayPID, candidate.parent, candidate.command)};
+SnapshotRecord corrected(const Candidate& candidate, Surroundings around = {}) {
+    std::vector<SnapshotRecord> records{record(1, 0, around.processOne),
+                                        record(69, 1, "/lib/systemd/systemd --user"),
+                                        record(80, 1, "/usr/bin/gnome-shell")};
+    records.insert(records.end(), around.others.begin(), around.others.end());
+    records.push_back(record(strayPID, candidate.parent, candidate.command));
     records.back().tty = candidate.tty;
-    FakeKernel kernel;
+    FakeKernel& kernel = around.kernel;
     kernel[69] = {.userID = 1000,
                   .state = 'S',
                   .sessionID = 69,
@@ -55,11 +68,22 @@ SnapshotRecord corrected(const Candidate& candidate, const std::string& ownContr
                         .sessionID = candidate.session,
                         .startTime = {.sec = 100},
                         .controlGroup = candidate.controlGroup};
-    Parentage::correct(records, kernel.view(ownControlGroup));
+    Parentage::correct(records, kernel.view(around.ownControlGroup));
     return records.back();
 }
 
 const std::string userManager = "/user.slice/user-1000.slice/user@1000.service/app.slice/";
+
+/// Another child of the user's service manager, with the candidate in one control group.
+void addNeighbour(Surroundings& around, int32_t pid, int32_t session, int64_t start,
+                  const std::string& controlGroup) {
+    around.others.push_back(record(pid, 69, "node server.js"));
+    around.kernel[pid] = {.userID = 1000,
+                          .state = 'S',
+                          .sessionID = session,
+                          .startTime = {.sec = start},
+                          .controlGroup = controlGroup};
+}
 
 } // namespace
 
@@ -114,11 +138,13 @@ TEST(Parentage, anApplicationNamedAfterTheEngineIsNoContainer) {
 
 TEST(Parentage, theProgramsOwnContainerDoesNotCount) {
     const std::string own = "/docker/0123456789ab";
-    EXPECT_EQ(corrected({.controlGroup = own}, own).ppid, 1);
-    EXPECT_EQ(corrected({.controlGroup = own + "/child"}, own).ppid, 1);
-    EXPECT_EQ(corrected({.controlGroup = own + "/docker/fedcba987654"}, own).ppid, 0); // one inside of it
-    EXPECT_EQ(corrected({.controlGroup = "/docker/fedcba987654"}, own).ppid, 0);
-    EXPECT_EQ(corrected({.controlGroup = own + "cd"}, own).ppid, 0); // another whose name begins like it
+    EXPECT_EQ(corrected({.controlGroup = own}, {.ownControlGroup = own}).ppid, 1);
+    EXPECT_EQ(corrected({.controlGroup = own + "/child"}, {.ownControlGroup = own}).ppid, 1);
+    EXPECT_EQ(corrected({.controlGroup = own + "/docker/fedcba987654"}, {.ownControlGroup = own}).ppid,
+              0); // one inside of it
+    EXPECT_EQ(corrected({.controlGroup = "/docker/fedcba987654"}, {.ownControlGroup = own}).ppid, 0);
+    EXPECT_EQ(corrected({.controlGroup = own + "cd"}, {.ownControlGroup = own}).ppid,
+              0); // another whose name begins like it
 }
 
 TEST(Parentage, servicesLookAfterTheirOwn) {
@@ -133,15 +159,34 @@ TEST(Parentage, servicesLookAfterTheirOwn) {
 }
 
 TEST(Parentage, whatTheDesktopLaunchedLeavesOrphans) {
-    for (const char* unit :
-         {"app-code@aa11.service", "vte-spawn-12.scope", "vte-spawn-12.service",
-          "gnome-terminal-server.service", "org.gnome.Terminal.service", "gnome-shell-wayland.service",
-          "gnome-session-manager@gnome.service", "dbus-:1.2-org.gnome.Console@0.service",
-          "xdg-desktop-portal-gnome.service", "plasma-plasmashell.service", "session-7.scope"}) {
+    for (const char* unit : {"app-code@aa11.service",
+                             "vte-spawn-12.scope",
+                             "vte-spawn-12.service",
+                             "gnome-terminal-server.service",
+                             "org.gnome.Terminal.service",
+                             "gnome-shell-wayland.service",
+                             "gnome-session-manager@gnome.service",
+                             "dbus-:1.2-org.gnome.Console@0.service",
+                             "xdg-desktop-portal-gnome.service",
+                             "plasma-plasmashell.service",
+                             "session-7.scope",
+                             "wayland-wm@sway.desktop.service",
+                             "sway.service",
+                             "niri.service",
+                             "hyprland.service",
+                             "hyprland-session.service",
+                             "i3.service",
+                             "i3bar.service",
+                             "foot-server.service",
+                             "wezterm-mux.service",
+                             "wezterm-mux-server.service",
+                             "code-tunnel.service",
+                             "kitty.service"}) {
         EXPECT_EQ(corrected({.parent = 69, .controlGroup = userManager + unit}).ppid, 1) << unit;
     }
-    for (const char* unit :
-         {"dbus-org.service", "dbus.service", "gnome-terminal-server2.service", "my-app-x.service"}) {
+    for (const char* unit : {"dbus-org.service", "dbus.service", "gnome-terminal-server2.service",
+                             "my-app-x.service", "swayidle.service", "niriu.service", "foot-server2.service",
+                             "code-tunnel2.service", "my-sway.service"}) {
         EXPECT_EQ(corrected({.parent = 69, .controlGroup = userManager + unit}).ppid, 0) << unit;
     }
 }
@@ -151,9 +196,73 @@ TEST(Parentage, inADesktopServiceTheApplicationItselfIsNoOrphan) {
     EXPECT_EQ(corrected({.parent = 69, .controlGroup = group, .session = sessionLeader}).managedBy,
               "app-code@aa11.service");
     EXPECT_EQ(corrected({.parent = 69, .controlGroup = group, .session = follower}).ppid, 1);
-    // A scope has no such application: its launcher is gone.
-    EXPECT_EQ(corrected({.controlGroup = userManager + "app-code-7.scope", .session = sessionLeader}).ppid,
-              1);
+}
+
+TEST(Parentage, theApplicationItselfStaysWhatItIsBesideOlderLeftovers) {
+    // A service that was restarted: what the former run left behind is older than the new one.
+    const std::string group = userManager + "app-code@aa11.service";
+    const Candidate application{.parent = 69, .controlGroup = group, .session = sessionLeader};
+    Surroundings around;
+    addNeighbour(around, 400, 399, 50, group);
+    addNeighbour(around, 401, 401, 51, group);
+    EXPECT_EQ(corrected(application, around).managedBy, "app-code@aa11.service");
+
+    around.kernel.setUnitProcess(strayPID, strayPID);
+    EXPECT_EQ(corrected(application, around).ppid, 0);
+
+    // One that forked itself away: the process that the unit was started with has gone.
+    around.kernel.setUnitProcess(strayPID, 499);
+    EXPECT_EQ(corrected(application, around).ppid, 0);
+}
+
+TEST(Parentage, whatLeadsASessionBesideTheRunningApplicationIsAnOrphan) {
+    const std::string group = userManager + "app-code@aa11.service";
+    const Candidate server{.parent = 69, .controlGroup = group, .session = sessionLeader};
+    Surroundings around;
+    addNeighbour(around, 400, 400, 50, group);
+    around.kernel.setUnitProcess(strayPID, 400);
+    EXPECT_EQ(corrected(server, around).ppid, 1);
+
+    around.kernel[400].state = 'Z';
+    EXPECT_EQ(corrected(server, around).ppid, 0);
+    around.kernel[400].state = 'S';
+    around.kernel[400].controlGroup = userManager + "other.service"; // the number is another process's now
+    EXPECT_EQ(corrected(server, around).ppid, 0);
+    around.kernel[400].controlGroup = group;
+    around.kernel[400].startTime = {.sec = 101};
+    EXPECT_EQ(corrected(server, around).ppid, 0);
+}
+
+TEST(Parentage, inAScopeTheApplicationItselfIsNoOrphan) {
+    // Launchers name a scope after the number of the process that they start into it.
+    const std::string group = userManager + "app-gnome-firefox-500.scope";
+    EXPECT_EQ(corrected({.parent = 69, .controlGroup = group}).managedBy, "app-gnome-firefox-500.scope");
+    EXPECT_EQ(corrected({.parent = 69, .controlGroup = group, .session = sessionLeader}).ppid, 0);
+
+    // It has forked itself away, as editors with windows do, or its scope has another kind of name.
+    for (const char* scope : {"app-gnome-gvim-499.scope", "app-gvim-0f3c.scope", "run-r12.scope"}) {
+        const std::string other = userManager + scope;
+        EXPECT_EQ(corrected({.parent = 69, .controlGroup = other, .session = sessionLeader}).ppid, 0)
+            << scope;
+        EXPECT_EQ(corrected({.parent = 69, .controlGroup = other}).ppid, 1) << scope;
+    }
+    // Into a terminal's scope its shell was launched, and nothing into a login.
+    const std::string shells = userManager + "vte-spawn-0f3c.scope";
+    EXPECT_EQ(corrected({.parent = 69, .controlGroup = shells, .session = sessionLeader}).ppid, 1);
+    EXPECT_EQ(corrected({.controlGroup = "/user.slice/session-500.scope"}).ppid, 1);
+}
+
+TEST(Parentage, besideTheApplicationOfAScopeThereAreOrphans) {
+    const std::string group = userManager + "app-gnome-code-400.scope";
+    const Candidate leader{.parent = 69, .controlGroup = group, .session = sessionLeader};
+    Surroundings around;
+    addNeighbour(around, 399, 300, 40, group); // older than both
+    EXPECT_EQ(corrected(leader, around).ppid, 1);
+
+    Surroundings younger;
+    addNeighbour(younger, 400, 300, 60, group);
+    younger.others.back().ppid = 80; // the launcher lives
+    EXPECT_EQ(corrected(leader, younger).ppid, 1);
 }
 
 TEST(Parentage, hostProgramsLookAfterTheirOwn) {
@@ -177,6 +286,71 @@ TEST(Parentage, withoutAnyUnitASessionLeaderIsADaemonByItsOwnChoice) {
     EXPECT_EQ(corrected({.controlGroup = "/user.slice/session-7.scope", .session = sessionLeader}).ppid, 1);
 }
 
+TEST(Parentage, whatHostsATerminalIsNoOrphan) {
+    for (const int32_t parent : {1, 69}) {
+        const Candidate candidate{.command = "/usr/bin/xterm -e vitest --watch", .parent = parent};
+        EXPECT_EQ(corrected(candidate).ppid, 1);
+
+        Surroundings holding;
+        holding.kernel.letHoldTerminal(strayPID);
+        EXPECT_EQ(corrected(candidate, holding).ppid, 0);
+        EXPECT_EQ(corrected(candidate, holding).managedBy, "xterm");
+
+        // The descriptors of a program with privileges cannot be read, but its shell can be seen.
+        Surroundings shell;
+        shell.others.push_back(record(600, strayPID, "vitest --watch"));
+        EXPECT_EQ(corrected(candidate, shell).ppid, 1);
+        shell.others.back().tty = "pts/4";
+        EXPECT_EQ(corrected(candidate, shell).ppid, 0);
+        EXPECT_EQ(corrected(candidate, shell).managedBy, "xterm");
+    }
+}
+
+TEST(Parentage, anotherProcessOnATerminalChangesNothing) {
+    Surroundings around;
+    around.others.push_back(record(600, 599, "vitest --watch"));
+    around.others.back().tty = "pts/4";
+    around.kernel.letHoldTerminal(600);
+    EXPECT_EQ(corrected({}, around).ppid, 1);
+}
+
+namespace {
+
+/// The parent of the candidate when this is process 1, of the session 1.
+int32_t parentBelow(const std::string& processOne, const Candidate& candidate) {
+    Surroundings around{.processOne = processOne};
+    around.kernel[1] = {.userID = 1000, .state = 'S', .sessionID = 1, .controlGroup = "/"};
+    return corrected(candidate, std::move(around)).ppid;
+}
+
+} // namespace
+
+TEST(Parentage, aSystemsProcessOneAdoptsEveryOrphan) {
+    for (const char* first :
+         {"/usr/lib/systemd/systemd", "/sbin/init", "init [2]", "/init", "runit", "/sbin/openrc-init",
+          "s6-svscan -t0 /run/service", "/bin/busybox init", "/sbin/launchd", "/sbin/dinit"}) {
+        EXPECT_EQ(parentBelow(first, {.session = 1}), 1) << first;
+        EXPECT_EQ(parentBelow(first, {.session = 7}), 1) << first;
+    }
+}
+
+TEST(Parentage, aContainersProcessOneHasWorkInItsSessionAndOrphansInOthers) {
+    for (const char* first :
+         {"/sbin/tini -- vitest", "/sbin/docker-init -- x", "dumb-init x", "python3 /usr/bin/supervisord",
+          "/bin/bash ./entry.sh", "python3 sup.py", "sleep infinity", "npm test", "busybox sh",
+          "/bin/sh -c echo Container started; while sleep 1 & wait $!; do :; done"}) {
+        EXPECT_EQ(parentBelow(first, {.session = 1}), 0) << first;
+        EXPECT_EQ(parentBelow(first, {.session = 7}), 1) << first;
+        EXPECT_EQ(parentBelow(first, {.session = sessionLeader}), 0) << first;
+        const Candidate inAUnit{.controlGroup = "/system.slice/docker-x.scope", .session = sessionLeader};
+        EXPECT_EQ(parentBelow(first, inAUnit), 0) << first;
+        EXPECT_EQ(parentBelow(first, {.parent = 69, .session = 1}), 1) << first; // another adopter's child
+    }
+    Surroundings hidden{.processOne = "sleep infinity"}; // the kernel does not tell its session
+    EXPECT_EQ(corrected({.session = 7}, hidden).ppid, 0);
+    EXPECT_EQ(corrected({.session = 7}, hidden).managedBy, "sleep");
+}
+
 TEST(IsAdopter, isAnOfficeAndNotAName) {
     for (const char* command :
          {"/lib/systemd/systemd --user", "systemd --user", "systemd --deserialize=9 --user", "/init",
@@ -192,7 +366,7 @@ TEST(IsAdopter, isAnOfficeAndNotAName) {
 }
 
 TEST(UnitOf, isTheFirstBelowTheUserManagerOrElseTheFirst) {
-    const auto name = [](const char* path) { return std::string(Parentage::unitOf(path).name); };
+    const auto name = [](const char* path) { return std::string(ControlGroup::unitOf(path).name); };
     EXPECT_EQ(name("/user.slice/user-1000.slice/user@1000.service/app.slice/a.scope/b.service"), "a.scope");
     EXPECT_EQ(name("/user.slice/user-1000.slice/user@1000.service"), "user@1000.service");
     EXPECT_EQ(name("/system.slice/a.service/b.scope"), "a.service");
@@ -200,6 +374,15 @@ TEST(UnitOf, isTheFirstBelowTheUserManagerOrElseTheFirst) {
     EXPECT_EQ(name("/"), "");
     EXPECT_EQ(name(""), "");
     EXPECT_EQ(name("/.service/.scope"), "");
-    EXPECT_TRUE(Parentage::unitOf("/user@5.service/x.service").belongsToUserManager);
-    EXPECT_FALSE(Parentage::unitOf("/user@5.service").belongsToUserManager);
+    EXPECT_TRUE(ControlGroup::unitOf("/user@5.service/x.service").belongsToUserManager);
+    EXPECT_FALSE(ControlGroup::unitOf("/user@5.service").belongsToUserManager);
+}
+
+TEST(NumberInScope, isTheLastPartOfItsName) {
+    EXPECT_EQ(ControlGroup::numberInScope("app-gnome-code-4242.scope"), 4242);
+    EXPECT_EQ(ControlGroup::numberInScope("session-7.scope"), 7);
+    for (const char* unit : {"app-gnome-code-4242.service", "app-x.scope", "4242.scope", "app-+42.scope",
+                             "app-0f3c.scope", "app-.scope", "app-99999999999.scope", ".scope", ""}) {
+        EXPECT_EQ(ControlGroup::numberInScope(unit), std::nullopt) << unit;
+    }
 }

@@ -8,6 +8,8 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -48,7 +50,10 @@ protected:
     World world(double gracePeriod, const std::string& rest) {
         World world = shortWait(gracePeriod);
         world.client = [path = client(rest)] { return path; };
-        world.isInContainerHere = [](const ProcessItem&) { return true; };
+        world.containerHere = [this](const ProcessItem& item) {
+            const auto found = m_containers.find(item.pid);
+            return std::optional(found != m_containers.end() ? found->second : "0123456789ab");
+        };
         return world;
     }
 
@@ -69,6 +74,7 @@ protected:
     }
 
     TemporaryFolder m_folder;
+    std::map<int32_t, std::string> m_containers; // ids by pid; all others have the same
 };
 
 } // namespace
@@ -80,7 +86,7 @@ TEST_F(EndingContainers, isAStopWithoutASignalOrAWait) {
         [&] { result = endOne(itemOf(subject), world(300, "exit 0"), {{subject.pid(), "shop-db-1"}}); });
     EXPECT_EQ(result, stopped);
     EXPECT_LT(seconds, noWait);
-    EXPECT_EQ(calls(), "[stop][shop-db-1]\n");
+    EXPECT_EQ(calls(), "[stop][0123456789ab]\n");
     expectUntouched(subject);
 }
 
@@ -90,11 +96,20 @@ TEST_F(EndingContainers, goesForEveryKindOfItem) {
         EXPECT_EQ(endOne(itemOf(subject, kind), world(300, "exit 0"), {{subject.pid(), "web"}}), stopped);
         expectUntouched(subject);
     }
-    EXPECT_EQ(calls(), "[stop][web]\n[stop][web]\n[stop][web]\n");
+    EXPECT_EQ(calls(), "[stop][0123456789ab]\n[stop][0123456789ab]\n[stop][0123456789ab]\n");
 }
 
-TEST_F(EndingContainers, handsTheNameOverAsItIs) {
+TEST_F(EndingContainers, tellsTheEngineWhichContainerTheProcessIsInAndNotWhatTheOwnerIsCalled) {
+    // The owners may be those of another engine, with a process of the same number.
     Subject subject(OnSIGTERM::leaves);
+    m_containers[subject.pid()] = "feedfeedfeed";
+    EXPECT_EQ(endOne(itemOf(subject), world(300, "exit 0"), {{subject.pid(), "production-db"}}), stopped);
+    EXPECT_EQ(calls(), "[stop][feedfeedfeed]\n");
+}
+
+TEST_F(EndingContainers, handsTheNameOverAsItIsWhereNoIDCanBeKnown) {
+    Subject subject(OnSIGTERM::leaves);
+    m_containers[subject.pid()] = "";
     EXPECT_EQ(endOne(itemOf(subject), world(300, "exit 0"), {{subject.pid(), "a b;$(exit 1)'*"}}), stopped);
     EXPECT_EQ(calls(), "[stop][a b;$(exit 1)'*]\n");
 }
@@ -119,7 +134,7 @@ TEST_F(EndingContainers, givesTheClientTheUsualLimitOfDescriptorsInALargeBatch) 
 TEST_F(EndingContainers, fallsBackToSignalsWhenTheStopFails) {
     Subject subject(OnSIGTERM::leaves);
     EXPECT_EQ(endOne(itemOf(subject), world(0.3, "exit 1"), {{subject.pid(), "web"}}), confirmedEnd);
-    EXPECT_EQ(calls(), "[stop][web]\n");
+    EXPECT_EQ(calls(), "[stop][0123456789ab]\n");
     EXPECT_EQ(subject.wait(), 0);
     EXPECT_EQ(subject.noted(), std::vector{SIGTERM});
 }
@@ -143,7 +158,7 @@ TEST_F(EndingContainers, checksWhoItIsWhenItFallsBack) {
 TEST_F(EndingContainers, usesSignalsWithoutAClient) {
     Subject subject(OnSIGTERM::leaves);
     World world = shortWait();
-    world.isInContainerHere = [](const ProcessItem&) { return true; };
+    world.containerHere = [](const ProcessItem&) { return "0123456789ab"; };
     EXPECT_EQ(endOne(itemOf(subject), world, {{subject.pid(), "web"}}), confirmedEnd);
     EXPECT_EQ(subject.wait(), 0);
 }
@@ -167,9 +182,9 @@ TEST_F(EndingContainers, usesSignalsForTheNumberOfARemoteEngine) {
     for (const ProcessKind kind : {ProcessKind::docker, ProcessKind::node}) {
         Subject subject(OnSIGTERM::leaves);
         World remote = world(0.3, "exit 0");
-        remote.isInContainerHere = [&](const ProcessItem& item) {
+        remote.containerHere = [&](const ProcessItem& item) {
             EXPECT_EQ(item.pid, subject.pid());
-            return false;
+            return std::optional<std::string>();
         };
         EXPECT_EQ(endOne(itemOf(subject, kind), remote, {{subject.pid(), "web"}}), confirmedEnd);
         EXPECT_EQ(calls(), "");
@@ -180,13 +195,39 @@ TEST_F(EndingContainers, usesSignalsForTheNumberOfARemoteEngine) {
 TEST_F(EndingContainers, anOrdinaryProcessOfThisMachineIsInNone) {
     Subject subject(OnSIGTERM::leaves);
     for (const ProcessKind kind : {ProcessKind::docker, ProcessKind::node}) {
-        EXPECT_FALSE(KillCore::isInContainer(itemOf(subject, kind), Platform::kernelView()));
+        EXPECT_EQ(KillCore::containerOf(itemOf(subject, kind), Platform::kernelView()), std::nullopt);
     }
     World real = world(0.3, "exit 0");
-    real.isInContainerHere = World().isInContainerHere;
+    real.containerHere = World().containerHere;
     EXPECT_EQ(endOne(itemOf(subject), real, {{subject.pid(), "web"}}), confirmedEnd);
     EXPECT_EQ(calls(), "");
     EXPECT_EQ(subject.wait(), 0);
+}
+
+TEST_F(EndingContainers, knowsAContainerByTheIDInTheControlGroupOfItsProcess) {
+    const std::string id(64, 'a');
+    Subject subject(OnSIGTERM::leaves);
+    Platform::KernelView kernel = Platform::kernelView();
+    kernel.ownControlGroup = "/user.slice";
+    std::string group;
+    kernel.factsOf = [&group](int32_t) { return Platform::KernelFacts{.controlGroup = group}; };
+    const auto containerIn = [&](const std::string& controlGroup) {
+        group = controlGroup;
+        return KillCore::containerOf(itemOf(subject, ProcessKind::node), kernel);
+    };
+    for (const std::string& own : {"/system.slice/docker-" + id + ".scope", "/docker/" + id + "/init.scope",
+                                   "/user.slice/libpod-" + id + ".scope/container",
+                                   "/docker/" + std::string(64, 'b') + "/docker/" + id}) {
+        EXPECT_EQ(containerIn(own), id) << own;
+    }
+    // In a container, but in none that an engine could be told.
+    for (const std::string& other : {std::string("/lxc/web"), "/docker/" + id.substr(1),
+                                     "/docker/" + id + "a", "/system.slice/x-" + id + ".service"}) {
+        EXPECT_EQ(containerIn(other), std::nullopt) << other;
+    }
+    kernel.knowsContainers = false;
+    EXPECT_EQ(KillCore::containerOf(itemOf(subject, ProcessKind::docker), kernel), "");
+    EXPECT_EQ(KillCore::containerOf(itemOf(subject, ProcessKind::node), kernel), std::nullopt);
 }
 
 TEST_F(EndingContainers, signalsNothingOfTheRowEither) {
@@ -212,6 +253,7 @@ done
 exit 1)");
     Subject first(OnSIGTERM::leaves);
     Subject second(OnSIGTERM::leaves);
+    m_containers = {{first.pid(), "a"}, {second.pid(), "b"}};
     const std::vector items{itemOf(first), itemOf(second)};
     const auto results = KillCore::killAll(items, {{first.pid(), "a"}, {second.pid(), "b"}}, meeting);
     EXPECT_EQ(results, (std::vector{stopped, stopped}));
@@ -225,6 +267,7 @@ TEST_F(EndingContainers, andOrdinaryProcessesInOneBatch) {
     Subject ordinary(OnSIGTERM::leaves);
     Subject refusing(OnSIGTERM::leaves);
     const std::vector items{itemOf(ordinary, ProcessKind::vite), itemOf(willing), itemOf(refusing)};
+    m_containers = {{willing.pid(), "willing"}, {refusing.pid(), "refusing"}};
     const OwnerMap owners{{willing.pid(), "willing"}, {refusing.pid(), "refusing"}};
     EXPECT_EQ(KillCore::killAll(items, owners, world), (std::vector{confirmedEnd, stopped, confirmedEnd}));
     expectUntouched(willing);

@@ -188,6 +188,20 @@ TEST_F(ReasoningTest, tellsWhatIsNamedOnlyInArguments) {
     EXPECT_EQ(reasoning(6).tags, Texts{"orphan"});
 }
 
+TEST_F(ReasoningTest, saysWhyItIsNotInTheSweep) {
+    const auto saysSo = [this](int32_t pid) {
+        const Texts facts = reasoning(pid).facts;
+        return std::ranges::find(facts, "not in the sweep: its folder is unknown") != facts.end();
+    };
+    world->directories.cwds = {{6, cwdOf("~/elsewhere")}};
+    scan({safeItem(5), safeItem(6), plainItem(7)});
+    EXPECT_FALSE(saysSo(5));
+    engine().setProtectedProjects({"~/work"});
+    EXPECT_TRUE(saysSo(5));
+    EXPECT_FALSE(saysSo(6));
+    EXPECT_FALSE(saysSo(7)) << "it would not be in one anyway";
+}
+
 TEST_F(ReasoningTest, hasItsFactsInOneOrder) {
     world->processTable = {{77, {.ppid = 0, .label = "zsh"}}};
     world->listeners.ports = {{5, {3000}}};

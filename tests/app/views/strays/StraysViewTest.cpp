@@ -68,7 +68,7 @@ TEST_F(StraysFirstTab, theSafeHeaderTellsWhatCouldBeReclaimed) {
 
 TEST_F(StraysFirstTab, whatIsProtectedIsCountedButNotReclaimable) {
     engine().setProtectedProjects({"~/kept"});
-    world->directories.cwds = {{2, cwdOf("~/kept/x")}};
+    world->directories.cwds = {{2, cwdOf("~/kept/x")}, {3, cwdOf("~")}};
     open({safeItem(2), safeItem(3)});
     EXPECT_TRUE(says("Safe to clean (2)"));
     EXPECT_TRUE(says(memoryTextOfKB(3 * 1'024) + " reclaimable"));
