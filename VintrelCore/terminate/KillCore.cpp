@@ -140,7 +140,7 @@ private:
         }
     }
 
-    void stopSideBySide(const std::string& client, std::span<const ContainerRow> rows) {
+    void stopSideBySide(const std::string& client, std::span<const ContainerRow> rows) const {
         std::vector<Shell::Run> runs;
         for (const ContainerRow& row : rows) {
             runs.emplace_back(DockerService::command(client, DockerService::stopArguments(row.container)));
