@@ -62,7 +62,9 @@ struct Scene {
 };
 
 void checkOrphan(const SnapshotRecord& record, const Scene& scene) {
-    const int32_t parent = scene.lines.at(record.pid).ppid;
+    const bool isBelowShell = !record.shellsAbove.empty();
+    const int32_t outermost = isBelowShell ? record.shellsAbove.front() : record.pid;
+    const int32_t parent = scene.lines.at(outermost).ppid;
     const auto parentsLine = scene.lines.find(parent);
     const std::string_view parentsCommand =
         parentsLine != scene.lines.end() ? parentsLine->second.args : std::string_view();
@@ -82,9 +84,13 @@ void checkRecord(const SnapshotRecord& record, const Scene& scene) {
     const double oldest = scene.kernel.secondsSinceBoot;
     const bool isPossible = oldest <= 0 || ScanCore::parseElapsed(line.etime) <= oldest;
     require(record.elapsed == (isPossible ? line.etime : "0"), "nothing is older than the system");
-    for (const int32_t shell : record.foldedShells) {
-        require(lines.contains(shell) && shell != record.pid, "a folded shell is another line");
+    for (const auto& shells : {record.foldedShells, record.shellsAbove}) {
+        for (const int32_t shell : shells) {
+            require(lines.contains(shell) && shell != record.pid, "a folded shell is another line");
+        }
     }
+    require(record.shellsAbove.empty() || record.ppid == 1,
+            "only what an orphaned shell started takes it in");
     if (scene.kernel.correctsParents && record.ppid == 1) {
         checkOrphan(record, scene);
     }
@@ -95,6 +101,7 @@ void checkRecords(const std::vector<SnapshotRecord>& records, const Scene& scene
     for (const SnapshotRecord& record : records) {
         checkRecord(record, scene);
         folded.insert(record.foldedShells.begin(), record.foldedShells.end());
+        folded.insert(record.shellsAbove.begin(), record.shellsAbove.end());
     }
     for (const SnapshotRecord& record : records) {
         require(!folded.contains(record.pid), "a folded shell is no record any more");
@@ -110,9 +117,7 @@ void checkItems(const std::vector<SnapshotRecord>& records, const Lines& lines) 
             require(lines.contains(folded.pid) && shown.insert(folded.pid).second,
                     "and so is what it stands for");
         }
-        if (item.folded.empty() && item.bucket() == Bucket::safe) {
-            require(!item.hasTTY() && item.isOrphan(), "only strays are safe");
-        }
+        require(item.bucket() != Bucket::safe || (!item.hasTTY() && item.isOrphan()), "only strays are safe");
     }
     require(!CLICore::listTable({.items = items, .cwds = {}, .protectedPIDs = {}}).empty(),
             "there is a heading");

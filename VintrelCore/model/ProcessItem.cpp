@@ -3,7 +3,14 @@
 #include "VintrelCore/base/Path.h"
 #include "VintrelCore/base/Text.h"
 
+#include <algorithm>
+
 namespace VintrelCore {
+
+int32_t ProcessItem::shownPID() const {
+    const auto shown = std::ranges::find(folded, FoldedAs::shown, &FoldedProcess::as);
+    return shown != folded.end() ? shown->pid : pid;
+}
 
 std::string_view ProcessItem::displayLabel() const {
     return customLabel ? *customLabel : label(kind);

@@ -13,12 +13,23 @@
 
 namespace VintrelCore {
 
+/// What a folded process is to its row.
+enum class FoldedAs : uint8_t {
+    part,    ///< something below the row's own process
+    starter, ///< a shell that started the row's own process, and is signalled before it
+    shown,   ///< a part, and the process that the row's command and kind are of
+};
+
 /// A process that is shown and ended together with the row it was folded into.
 struct FoldedProcess {
     int32_t pid = 0;
     std::optional<ProcStartTime> startTime{}; ///< absent when it could not be read
+    FoldedAs as = FoldedAs::part;
 
-    bool operator==(const FoldedProcess&) const = default;
+    /// Whether it is the same process, whatever it is to the row.
+    bool operator==(const FoldedProcess& other) const {
+        return pid == other.pid && startTime == other.startTime;
+    }
 };
 
 /// A candidate: one process (or a package runner with what it started) that may be a stray, and its
@@ -35,7 +46,7 @@ struct ProcessItem {
     int64_t rssKB = 0;                        ///< resident memory in KiB
     std::optional<ProcStartTime> startTime{}; ///< absent when no provider was given or it failed
     std::optional<std::string> customLabel{}; ///< the label of the user's rule that matched
-    std::vector<FoldedProcess> folded{}; ///< what a package runner's row stands for beside the runner itself
+    std::vector<FoldedProcess> folded{};      ///< what the row stands for beside its own process
 
     bool operator==(const ProcessItem&) const = default;
 
@@ -48,6 +59,9 @@ struct ProcessItem {
     [[nodiscard]] Bucket bucket() const {
         return riskTier == RiskTier::easy ? Bucket::safe : Bucket::needsReview;
     }
+
+    /// The process that the command and the kind are of: the row's own, or one that is folded into it.
+    [[nodiscard]] int32_t shownPID() const;
 
     /// The user's label, or else that of the kind.
     [[nodiscard]] std::string_view displayLabel() const;

@@ -5,6 +5,7 @@
 #include "VintrelCore/scan/WhatRuns.h"
 
 #include <algorithm>
+#include <span>
 #include <utility>
 
 namespace VintrelCore::ScanCore {
@@ -27,9 +28,9 @@ std::optional<ProcessKind> detectKindOfTitle(std::string_view command) {
     return detectKind(Text::trimmedBlanks(plain));
 }
 
-/// A bare node process behind a package runner's shell is what the shell's script names.
+/// A bare node process behind a shell, or one that names no tool, is what the shell's script names.
 std::optional<ProcessKind> moreSpecific(std::optional<ProcessKind> kind, std::string_view runnerScript) {
-    if (kind != ProcessKind::node || runnerScript.empty()) {
+    if (kind.value_or(ProcessKind::node) != ProcessKind::node || runnerScript.empty()) {
         return kind;
     }
     const auto named = detectKind(runnerScript);
@@ -106,6 +107,26 @@ std::optional<ProcessItem> ItemMaker::make(const PSLine& line) const {
 }
 
 std::optional<ProcessItem> ItemMaker::make(const SnapshotRecord& record, const ProcessLookup& lookup) const {
+    return makeWith(record, [&] { return kindOf(record, lookup); });
+}
+
+ProcessItem ItemMaker::makeOfKind(const SnapshotRecord& record, ProcessKind kind) const {
+    return makeWith(record, [kind] { return std::optional(kind); }).value_or(ProcessItem{});
+}
+
+RiskTier ItemMaker::tierOf(const ProcessItem& row) const {
+    const bool isOld = row.elapsed >= m_inputs.elapsedThreshold;
+    const RiskTier tier = riskTier(row.kind, row.hasTTY(), row.isOrphan(), isOld);
+    const auto isRegistered = [this](const FoldedProcess& process) {
+        return m_inputs.registeredPIDs.contains(process.pid);
+    };
+    const bool listens =
+        m_inputs.registeredPIDs.contains(row.pid) || std::ranges::any_of(row.folded, isRegistered);
+    return listens ? riskTierOfListener(tier) : tier;
+}
+
+template <typename Detect>
+std::optional<ProcessItem> ItemMaker::makeWith(const SnapshotRecord& record, Detect detect) const {
     const PSLine line{.pid = record.pid,
                       .ppid = record.ppid,
                       .etime = record.elapsed,
@@ -113,11 +134,16 @@ std::optional<ProcessItem> ItemMaker::make(const SnapshotRecord& record, const P
                       .pcpu = record.cpuPercent,
                       .rss = record.rss,
                       .args = record.command};
-    auto item = makeWith(line, [&] { return kindOf(record, lookup); });
+    auto item = makeWith(line, detect);
     if (item) {
-        for (const int32_t shell : record.foldedShells) {
-            item->folded.push_back({.pid = shell, .startTime = startTimeOf(shell)});
-        }
+        const auto fold = [&](std::span<const int32_t> shells, FoldedAs as) {
+            for (const int32_t shell : shells) {
+                item->folded.push_back({.pid = shell, .startTime = startTimeOf(shell), .as = as});
+            }
+        };
+        fold(record.shellsAbove, FoldedAs::starter);
+        fold(record.foldedShells, FoldedAs::part);
+        item->riskTier = tierOf(*item);
     }
     return item;
 }
@@ -136,23 +162,18 @@ std::optional<ProcessItem> ItemMaker::makeWith(const PSLine& line, Detect detect
         return std::nullopt;
     }
 
-    const double elapsed = parseElapsed(line.etime);
-    const bool isOld = elapsed >= m_inputs.elapsedThreshold;
-    RiskTier tier = riskTier(*kind, ProcessItem::isTTYAttached(line.tty), line.ppid == 1, isOld);
-    if (m_inputs.registeredPIDs.contains(line.pid)) {
-        tier = riskTierOfListener(tier);
-    }
-    return ProcessItem{.pid = line.pid,
-                       .ppid = line.ppid,
-                       .command = std::string(line.args),
-                       .elapsed = elapsed,
-                       .tty = std::string(line.tty),
-                       .kind = *kind,
-                       .riskTier = tier,
-                       .cpuPercent = Text::parseDecimal(line.pcpu).value_or(0),
-                       .rssKB = Text::parseInteger<int64_t>(line.rss).value_or(0),
-                       .startTime = startTimeOf(line.pid),
-                       .customLabel = std::move(customLabel)};
+    ProcessItem item{.pid = line.pid,
+                     .ppid = line.ppid,
+                     .command = std::string(line.args),
+                     .elapsed = parseElapsed(line.etime),
+                     .tty = std::string(line.tty),
+                     .kind = *kind,
+                     .cpuPercent = Text::parseDecimal(line.pcpu).value_or(0),
+                     .rssKB = Text::parseInteger<int64_t>(line.rss).value_or(0),
+                     .startTime = startTimeOf(line.pid),
+                     .customLabel = std::move(customLabel)};
+    item.riskTier = tierOf(item);
+    return item;
 }
 
 std::optional<ProcStartTime> ItemMaker::startTimeOf(int32_t pid) const {

@@ -6,6 +6,7 @@
 #include "VintrelCore/scan/ItemMaker.h"
 #include "VintrelCore/scan/NamedOnly.h"
 #include "VintrelCore/scan/RecordPipeline.h"
+#include "VintrelCore/scan/RunnerRows.h"
 #include "VintrelCore/scan/ScanCore.h"
 
 #include <algorithm>
@@ -15,11 +16,12 @@ namespace VintrelCore::ScanCore {
 
 namespace {
 
-/// Makes items of lines or of records, and leaves out what is not to be listed.
+/// Makes rows of lines or of records, and leaves out what is not to be listed.
 class Pipeline {
 public:
     explicit Pipeline(const EnumerateOptions& options)
         : m_options(options),
+          m_ignored(UnicodeText::needles(options.ignoredNames)),
           m_registered(options.registeredPIDs ? *options.registeredPIDs : PortRegistry::listeningPIDs()),
           m_maker({.elapsedThreshold = options.elapsedThreshold,
                    .registeredPIDs = m_registered,
@@ -29,44 +31,37 @@ public:
     [[nodiscard]] std::vector<ProcessItem> itemsOf(std::string_view psOutput) const {
         std::vector<ProcessItem> items;
         while (const auto text = Text::takeLine(psOutput)) {
-            if (const auto line = parsePSLine(*text)) {
-                add(items, m_maker.make(*line));
+            const auto line = parsePSLine(*text);
+            auto item = line ? m_maker.make(*line) : std::nullopt;
+            if (item && !isDropped(*item)) {
+                items.push_back(*std::move(item));
             }
         }
-        return withoutUnwanted(std::move(items));
+        return withoutDisabledKinds(collapseWrappers(items));
     }
 
     [[nodiscard]] std::vector<ProcessItem> itemsOf(std::span<const SnapshotRecord> records,
                                                    const ProcessLookup& lookup) const {
-        std::vector<ProcessItem> items;
-        for (const SnapshotRecord& record : records) {
-            add(items, m_maker.make(record, lookup));
-        }
-        return withoutUnwanted(std::move(items));
+        const RunnerRows::Predicate drops = [this](const ProcessItem& item) { return isDropped(item); };
+        return withoutDisabledKinds(RunnerRows(m_maker, lookup, drops).of(records));
     }
 
 private:
-    static void add(std::vector<ProcessItem>& items, std::optional<ProcessItem> item) {
-        if (item) {
-            items.push_back(*std::move(item));
-        }
+    [[nodiscard]] bool isDropped(const ProcessItem& item) const {
+        return m_options.dismissedPIDs.contains(item.pid) ||
+               std::ranges::any_of(m_ignored,
+                                   [&item](const auto& needle) { return needle.isIn(item.command); });
     }
 
-    [[nodiscard]] std::vector<ProcessItem> withoutUnwanted(std::vector<ProcessItem> items) const {
-        const auto ignored = UnicodeText::needles(m_options.ignoredNames);
-        std::erase_if(items, [&](const ProcessItem& item) {
-            const bool isIgnored = std::ranges::any_of(
-                ignored, [&item](const auto& needle) { return needle.isIn(item.command); });
-            return isIgnored || m_options.dismissedPIDs.contains(item.pid);
-        });
-        items = collapseWrappers(items);
-        // After collapsing, so that a runner disappears together with what it runs.
+    /// After merging, so that a runner disappears together with what it runs.
+    [[nodiscard]] std::vector<ProcessItem> withoutDisabledKinds(std::vector<ProcessItem> items) const {
         std::erase_if(
             items, [this](const ProcessItem& item) { return m_options.disabledKinds.contains(item.kind); });
         return items;
     }
 
     const EnumerateOptions& m_options;
+    std::vector<UnicodeText::Needle> m_ignored;
     PIDSet m_registered;
     ItemMaker m_maker;
 };
@@ -94,7 +89,6 @@ Candidates candidatesIn(std::span<const SnapshotRecord> records, const Enumerate
 
 void applyRegisteredPorts(std::vector<ProcessItem>& items, const PIDSet& registeredPIDs) {
     for (ProcessItem& item : items) {
-        // A merged row has the tier of the child that is folded into it.
         const auto isRegistered = [&](const FoldedProcess& process) {
             return registeredPIDs.contains(process.pid);
         };

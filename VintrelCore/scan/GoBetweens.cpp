@@ -131,13 +131,15 @@ constexpr auto packageRunners = std::to_array<GoBetween>({
          "--unhandled-rejections --dns-result-order --feature",
      .code = "-e --eval -p --print",
      .phrases = "run|x",
-     .isScript = true},
+     .isScript = true,
+     .runsFiles = true},
     {.names = "bunx", .sort = runner, .package = "-p --package", .isScript = true},
     {.names = "deno",
      .sort = runner,
      .valued = "-c --config --import-map --lock -L --log-level --cert --location --seed --ext --preload "
                "--import --require --minimum-dependency-age --cwd -f --filter",
-     .phrases = "run|task|x"},
+     .phrases = "run|task|x",
+     .runsFiles = true},
 });
 
 constexpr auto pythonRunners = std::to_array<GoBetween>({

@@ -32,6 +32,7 @@ struct GoBetween {
     bool takesVariables = false; ///< NAME=VALUE before the command
     bool isScript = false;       ///< itself found as the script of an interpreter
     bool runsAnyProgram = false; ///< a runner's command is a program's name, never a script's of the project
+    bool runsFiles = false;      ///< a runner that is an interpreter as well, and runs a file by itself
 };
 
 /// By the last component of a program's path, which may be a browser's within its bundle, such as "Google

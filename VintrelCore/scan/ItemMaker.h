@@ -24,10 +24,19 @@ public:
     [[nodiscard]] std::optional<ProcessItem> make(const SnapshotRecord& record,
                                                   const ProcessLookup& lookup) const;
 
+    /// For a process that is no candidate by its own words, but part of a row.
+    [[nodiscard]] ProcessItem makeOfKind(const SnapshotRecord& record, ProcessKind kind) const;
+
+    /// The risk of ending a row: by the kind that it shows, in the place of the process that it begins with,
+    /// and of a listener if any process of it is one.
+    [[nodiscard]] RiskTier tierOf(const ProcessItem& row) const;
+
 private:
     /// `detect` is asked for the built-in kind when no rule of the user's matches.
     template <typename Detect>
     [[nodiscard]] std::optional<ProcessItem> makeWith(const PSLine& line, Detect detect) const;
+    template <typename Detect>
+    [[nodiscard]] std::optional<ProcessItem> makeWith(const SnapshotRecord& record, Detect detect) const;
 
     [[nodiscard]] std::optional<ProcStartTime> startTimeOf(int32_t pid) const;
 

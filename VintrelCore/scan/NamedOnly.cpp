@@ -3,7 +3,6 @@
 #include "VintrelCore/scan/WhatRuns.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <string>
 #include <unordered_map>
 
@@ -22,20 +21,6 @@ RecordsByPID indexed(std::span<const SnapshotRecord> records) {
         byPID.emplace(record.pid, &record);
     }
     return byPID;
-}
-
-/// What a row shows may be another process than the runner that it is listed as.
-const SnapshotRecord* shownRecord(const ProcessItem& item, const RecordsByPID& records) {
-    const auto shownBy = [&](int32_t pid) {
-        const auto found = records.find(pid);
-        const bool isShown = found != records.end() && found->second->command == item.command;
-        return isShown ? found->second : nullptr;
-    };
-    const SnapshotRecord* record = shownBy(item.pid);
-    for (size_t index = 0; record == nullptr && index < item.folded.size(); ++index) {
-        record = shownBy(item.folded[index].pid);
-    }
-    return record;
 }
 
 /// By the line as ps printed it. A very long one may have been cut, and then it hides what else runs.
@@ -65,8 +50,9 @@ ScanCore::PIDSet raise(std::span<ProcessItem> items, std::span<const SnapshotRec
         if (!isEasy(item)) {
             continue;
         }
-        const SnapshotRecord* const record = shownRecord(item, byPID);
-        const Found found = record != nullptr ? foundIn(item.kind, *record, lookup) : Found::nowhere;
+        const auto record = byPID.find(item.shownPID()); // a row may show another process than its runner
+        const bool isKnown = record != byPID.end();
+        const Found found = isKnown ? foundIn(item.kind, *record->second, lookup) : Found::nowhere;
         item.riskTier = WhatRuns::tierOf(item.riskTier, found);
         if (!isEasy(item)) {
             raised.insert(item.pid);

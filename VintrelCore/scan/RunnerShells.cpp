@@ -1,13 +1,15 @@
 #include "VintrelCore/scan/RunnerShells.h"
 
-#include "VintrelCore/base/Path.h"
 #include "VintrelCore/base/Text.h"
+#include "VintrelCore/scan/CommandWords.h"
+#include "VintrelCore/scan/GoBetweens.h"
+#include "VintrelCore/scan/OptionWalk.h"
+#include "VintrelCore/scan/ToolNames.h"
 
 #include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <span>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -16,13 +18,49 @@ namespace VintrelCore::RunnerShells {
 
 namespace {
 
-bool isOneOf(std::string_view word, std::span<const std::string_view> words) {
-    return std::ranges::find(words, word) != words.end();
+using CommandWords::Words;
+using GoBetweens::GoBetween;
+using GoBetweens::OptionWalk;
+using GoBetweens::Sort;
+
+/// Whether what a runner is told to run is a file and no name: a path, or with the suffix of a script. A
+/// package's scope, as in "@playwright/mcp", makes no path.
+bool isFile(std::string_view name) {
+    constexpr auto suffixes =
+        std::to_array<std::string_view>({".js", ".mjs", ".cjs", ".jsx", ".ts", ".mts", ".cts", ".tsx"});
+    return (name.contains('/') && !name.starts_with('@')) ||
+           std::ranges::any_of(suffixes, [name](auto suffix) { return name.ends_with(suffix); });
 }
 
-/// Whether a script runs one program, so that the program's kind can be read off it.
-bool runsOneProgram(std::string_view script) {
-    return script.find_first_of(";&|") == std::string_view::npos;
+/// Whether a program that is run with such arguments runs packages, or scripts of a project.
+bool runsPackages(const GoBetween& program, Words arguments) {
+    if (program.sort != Sort::runner) {
+        return false;
+    }
+    if (!program.runsAnyProgram && !program.runsFiles) {
+        return true; // "npm test", "yarn": whatever it is told
+    }
+    GoBetween withPhrase = program; // "bun server.ts" and "uv sync" start nothing
+    withPhrase.needsPhrase = !program.phrases.empty();
+    OptionWalk walk(program, arguments);
+    if (!GoBetweens::passPhrase(withPhrase, walk)) {
+        return false;
+    }
+    return !program.runsFiles || (walk.next() == OptionWalk::Stop::operand && !isFile(walk.value()));
+}
+
+/// The same for an interpreter's or a shell's script, or for an interpreter's module.
+bool runsScriptThatRunsPackages(const GoBetween& program, Words arguments) {
+    OptionWalk walk(program, arguments);
+    if (!GoBetweens::passPhrase(program, walk)) {
+        return false;
+    }
+    const OptionWalk::Stop stop = walk.next();
+    const bool isModule = stop == OptionWalk::Stop::module;
+    const bool isScript = stop == OptionWalk::Stop::operand && !walk.isTextNext();
+    const GoBetween* const script =
+        isModule || isScript ? GoBetweens::find(ToolNames::lastComponent(walk.value())) : nullptr;
+    return script != nullptr && (isModule || script->isScript) && runsPackages(*script, walk.rest());
 }
 
 /// Works on the records of one snapshot.
@@ -31,23 +69,12 @@ public:
     explicit Folder(std::vector<SnapshotRecord>& records) : m_records(records) {}
 
     void fold() {
-        const auto isShell = [](const SnapshotRecord& record) {
-            return shellScript(record.command).has_value();
-        };
-        if (std::ranges::none_of(m_records, isShell)) {
-            return; // as on most machines most of the time
-        }
-        for (size_t index = 0; index < m_records.size(); ++index) {
-            m_byPID.emplace(m_records[index].pid, index);
-        }
+        noteParents();
         std::vector<std::pair<size_t, size_t>> shells; // shell, runner
         for (size_t index = 0; index < m_records.size(); ++index) {
-            if (const auto runner = runnerOf(index)) {
+            if (const auto runner = runnerOfShell(index)) {
                 shells.emplace_back(index, *runner);
             }
-        }
-        if (shells.empty()) {
-            return;
         }
         handOverChildren();
         std::unordered_set<int32_t> folded;
@@ -59,13 +86,23 @@ public:
     }
 
 private:
+    void noteParents() {
+        for (size_t index = 0; index < m_records.size(); ++index) {
+            m_byPID.emplace(m_records[index].pid, index);
+            ++m_childCount[m_records[index].ppid];
+        }
+        for (SnapshotRecord& record : m_records) {
+            record.isRunner = m_childCount.contains(record.pid) && isPackageRunner(record.command);
+        }
+    }
+
     [[nodiscard]] std::optional<size_t> parentOf(size_t index) const {
         const auto found = m_byPID.find(m_records[index].ppid);
-        return found != m_byPID.end() ? std::optional(found->second) : std::nullopt;
+        return found != m_byPID.end() && found->second != index ? std::optional(found->second) : std::nullopt;
     }
 
     /// The runner whose shell this record is, directly or as the shell of such a shell.
-    [[nodiscard]] std::optional<size_t> runnerOf(size_t index) const {
+    [[nodiscard]] std::optional<size_t> runnerOfShell(size_t index) const {
         // A snapshot is not taken in one instant, so that parents may even form a ring: the steps are
         // bounded.
         constexpr int deepest = 16;
@@ -74,7 +111,7 @@ private:
             if (!parent) {
                 return std::nullopt;
             }
-            if (isPackageRunner(m_records[*parent].command)) {
+            if (m_records[*parent].isRunner) {
                 return parent;
             }
             index = *parent;
@@ -83,21 +120,21 @@ private:
     }
 
     void handOverChildren() {
-        std::unordered_map<int32_t, int> childCount;
-        for (const SnapshotRecord& record : m_records) {
-            ++childCount[record.ppid];
-        }
         std::vector<std::pair<size_t, size_t>> moves; // child, runner
         for (size_t index = 0; index < m_records.size(); ++index) {
-            const auto shell = parentOf(index);
-            const auto runner = shell ? runnerOf(*shell) : std::nullopt;
-            if (!runner) {
+            const auto parent = parentOf(index);
+            if (!parent || runnerOfShell(index)) {
                 continue;
             }
-            moves.emplace_back(index, *runner);
-            const std::string_view script = *shellScript(m_records[*shell].command);
-            if (childCount[m_records[*shell].pid] == 1 && runsOneProgram(script)) {
-                m_records[index].runnerScript = script;
+            const bool isAlone = m_childCount[m_records[*parent].pid] == 1;
+            if (m_records[*parent].isRunner && isAlone) {
+                noteOnlyChild(*parent, index);
+            } else if (const auto runner = runnerOfShell(*parent)) {
+                moves.emplace_back(index, *runner);
+                if (isAlone) {
+                    noteOnlyChild(*runner, index);
+                    m_records[index].runnerScript = scriptOfOneProgram(m_records[*parent].command);
+                }
             }
         }
         for (const auto& [child, runner] : moves) {
@@ -108,41 +145,42 @@ private:
         }
     }
 
+    void noteOnlyChild(size_t runner, size_t child) {
+        if (m_records[runner].pid != 1) {
+            m_records[runner].onlyChildren.push_back(m_records[child].pid);
+        }
+    }
+
     std::vector<SnapshotRecord>& m_records;
     std::unordered_map<int32_t, size_t> m_byPID;
+    std::unordered_map<int32_t, int> m_childCount;
 };
 
 } // namespace
 
 bool isPackageRunner(std::string_view command) {
-    constexpr auto runners =
-        std::to_array<std::string_view>({"npm", "npx", "pnpm", "pnpx", "yarn", "yarnpkg"});
-    constexpr auto scripts = std::to_array<std::string_view>(
-        {"npm-cli.js", "npx-cli.js", "pnpm.cjs", "pnpm.js", "pnpx.cjs", "yarn.js", "yarn.cjs"});
-    constexpr auto interpreters = std::to_array<std::string_view>({"node", "nodejs"});
-
-    const std::string_view program = Path::lastComponent(Text::takeWord(command));
-    if (isOneOf(program, runners)) {
-        return true;
+    std::string_view rest = command;
+    const std::string_view name = ToolNames::lastComponent(Text::takeWord(rest));
+    const GoBetween* const program = GoBetweens::find(name);
+    if (program == nullptr) {
+        return false; // as for most, without looking at their arguments
     }
-    if (!isOneOf(program, interpreters)) {
-        return false;
-    }
-    std::string_view word = Text::takeWord(command);
-    while (word.starts_with('-')) {
-        word = Text::takeWord(command);
-    }
-    const std::string_view script = Path::lastComponent(word);
-    return isOneOf(script, runners) || isOneOf(script, scripts);
+    const std::vector<std::string_view> words = CommandWords::wordsOf(rest);
+    const bool takesScript = program->sort == Sort::interpreter || program->sort == Sort::shell;
+    return takesScript ? runsScriptThatRunsPackages(*program, words) : runsPackages(*program, words);
 }
 
 std::optional<std::string_view> shellScript(std::string_view command) {
-    constexpr auto shells = std::to_array<std::string_view>({"sh", "dash", "bash"});
-    const std::string_view program = Path::lastComponent(Text::takeWord(command));
-    if (!isOneOf(program, shells) || Text::takeWord(command) != "-c") {
+    const std::string_view program = ToolNames::lastComponent(Text::takeWord(command));
+    if (!CommandWords::isListed("sh dash bash", program) || Text::takeWord(command) != "-c") {
         return std::nullopt;
     }
     return Text::trimmed(command);
+}
+
+std::string_view scriptOfOneProgram(std::string_view command) {
+    const std::string_view script = shellScript(command).value_or("");
+    return script.find_first_of(";&|") == std::string_view::npos ? script : std::string_view();
 }
 
 void fold(std::vector<SnapshotRecord>& records) {

@@ -10,14 +10,18 @@
 /// vite", and only that starts vite. Such a shell is part of its runner.
 namespace VintrelCore::RunnerShells {
 
-/// Whether a command is a package runner (npm, npx, pnpm, yarn), started directly or through its script.
+/// Whether a command is a package runner at work (npm, npx, pnpm, yarn, bunx, "bun run", "uv run" ...),
+/// started directly or as the script of an interpreter.
 [[nodiscard]] bool isPackageRunner(std::string_view command);
 
 /// What "sh -c ..." was told to run; absent for any other command.
 [[nodiscard]] std::optional<std::string_view> shellScript(std::string_view command);
 
-/// Takes the shells of package runners out of the records: each runner keeps the numbers of its shells, and
-/// the shells' children count as the runner's.
+/// The same when that is one plain command, so that the kind of what runs can be read off it; "" otherwise.
+[[nodiscard]] std::string_view scriptOfOneProgram(std::string_view command);
+
+/// Marks the package runners, and takes their shells out of the records: each runner keeps the numbers of its
+/// shells, and the shells' children count as the runner's.
 void fold(std::vector<SnapshotRecord>& records);
 
 } // namespace VintrelCore::RunnerShells

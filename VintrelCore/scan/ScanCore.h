@@ -94,7 +94,8 @@ struct EnumerateOptions {
     double elapsedThreshold = defaultElapsedThreshold; ///< seconds, inclusive
     /// Raw output of ps, taken as it stands: nothing is corrected.
     std::optional<std::string_view> psOutput{};
-    /// A snapshot that the caller took itself. Without either, `enumerate` takes its own.
+    /// A snapshot that the caller took itself. Without either, `enumerate` takes its own. In a snapshot every
+    /// package runner is one row with what it started, rated in the runner's place.
     std::optional<std::span<const SnapshotRecord>> records{};
     /// When absent, whoever holds a known listening port now.
     std::optional<PIDSet> registeredPIDs{};
@@ -108,13 +109,15 @@ struct EnumerateOptions {
 /// The candidates, in the order of ps.
 [[nodiscard]] std::vector<ProcessItem> enumerate(const EnumerateOptions& options);
 
-/// Raises the risk of candidates that hold a registered port, for callers that do not want to wait for the
-/// ports. The result is the one that `enumerate` gives when it knows them: only the tier easy is ever raised,
-/// and a merged row, whose child has a parent, never has it.
+/// Raises the risk of candidates that hold a registered port, they or what is folded into them, for callers
+/// that do not want to wait for the ports. For a snapshot's records the result is the one that `enumerate`
+/// gives when it knows the ports.
 void applyRegisteredPorts(std::vector<ProcessItem>& items, const PIDSet& registeredPIDs);
 
-/// Merges each package runner that has exactly one candidate child with that child. The row shows what runs;
-/// its identity (pid and start time) is the runner's, and the child is folded into it.
+/// Merges each npm and npx that has exactly one candidate child with that child. The row shows what runs,
+/// with the child's tier; its identity (pid and start time) is the runner's, and the child is folded into it.
+/// For items of prepared text; rows of a snapshot's records are merged by what the snapshot knows beyond
+/// them.
 [[nodiscard]] std::vector<ProcessItem> collapseWrappers(const std::vector<ProcessItem>& items);
 
 /// Without the items that some rule matches. A rule with a path matches only items whose working directory is

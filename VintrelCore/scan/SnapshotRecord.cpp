@@ -1,6 +1,7 @@
 #include "VintrelCore/scan/SnapshotRecord.h"
 
 #include "VintrelCore/base/Text.h"
+#include "VintrelCore/scan/OrphanedShells.h"
 #include "VintrelCore/scan/Parentage.h"
 #include "VintrelCore/scan/RunnerShells.h"
 #include "VintrelCore/scan/ScanCore.h"
@@ -52,7 +53,9 @@ std::vector<SnapshotRecord> snapshotRecords(std::string_view psOutput, const Pla
                                .command = std::string(line->args)});
         }
     }
+    OrphanedShells shells(records);
     Parentage::correct(records, kernel);
+    shells.fold();
     RunnerShells::fold(records);
     return records;
 }

@@ -21,13 +21,17 @@ struct SnapshotRecord {
     std::string rss;
     std::string command;
     std::string managedBy{}; ///< the unit or host program that looks after it; "" when none is known
+    bool isRunner = false;   ///< a package runner that has children
     std::vector<int32_t> foldedShells{}; ///< shells between this package runner and what it started
-    std::string runnerScript{}; ///< what the shell between a package runner and this process was told to run
+    /// What such a shell started alone, or this runner did: its, whatever it is.
+    std::vector<int32_t> onlyChildren{};
+    std::vector<int32_t> shellsAbove{}; ///< shells that started this orphan, the outermost first
+    std::string runnerScript{};         ///< what the shell that started this process alone was told to run
 };
 
 /// Turns the raw output of `ScanCore::runPS` into records, in its order: zombies and this program's own tools
-/// left out, parents corrected so that 1 means "nobody's child any more", and the shells of package runners
-/// folded into them.
+/// left out, parents corrected so that 1 means "nobody's child any more", the shells of package runners
+/// folded into them, and orphaned shells into what they started.
 ///
 /// On Linux a bare parent of 1 is wrong both ways. A terminal's orphans go to the user's service manager,
 /// never to process 1; and services, terminal multiplexers and container shims do have parent 1 and are no

@@ -29,7 +29,7 @@ ProcessItem merged(const ProcessItem& wrapper, const ProcessItem& child) {
     item.customLabel.reset();
     item.cpuPercent += child.cpuPercent;
     item.rssKB = Saturating::sum(wrapper.rssKB, child.rssKB);
-    item.folded.push_back({.pid = child.pid, .startTime = child.startTime});
+    item.folded.push_back({.pid = child.pid, .startTime = child.startTime, .as = FoldedAs::shown});
     item.folded.insert(item.folded.end(), child.folded.begin(), child.folded.end());
     return item;
 }

@@ -45,6 +45,11 @@ Target::Check Target::check() {
     return m_handle.hasEnded() ? Check::gone : Check::unreadable;
 }
 
+bool Target::mayBeAsked() const {
+    constexpr int none = 0; // checks the permission only
+    return m_handle.send(none) != Delivery::notPermitted;
+}
+
 Delivery Target::askToEnd() const {
     const Delivery delivery = m_handle.send(SIGTERM);
     if (delivery == Delivery::delivered && m_isStopped) {
@@ -102,12 +107,24 @@ void RowEnding::askToEnd() {
         return giveUp(KillDetail::notPermitted);
     }
     m_wasThere = !runner.hasEnded();
+    if (!runner.mayBeAsked()) {
+        return giveUp(KillDetail::notPermitted);
+    }
+    // A shell whose command has ended goes on to the next one of its script, if it has not been asked by
+    // then.
+    askFoldedToEnd(true);
     if (runner.askToEnd() == Delivery::notPermitted) {
         return giveUp(KillDetail::notPermitted);
     }
     m_targets.push_back(std::move(runner));
+    askFoldedToEnd(false);
+}
+
+void RowEnding::askFoldedToEnd(bool starters) {
     for (const FoldedProcess& process : m_item->folded) {
-        askFoldedToEnd(process);
+        if ((process.as == FoldedAs::starter) == starters) {
+            askFoldedToEnd(process);
+        }
     }
 }
 

@@ -27,6 +27,9 @@ public:
     /// Whether it is the process that the scan saw. To be asked before any signal.
     [[nodiscard]] Check check();
 
+    /// Whether the system lets this program signal it.
+    [[nodiscard]] bool mayBeAsked() const;
+
     /// Sends the polite signal.
     [[nodiscard]] Platform::Delivery askToEnd() const;
 
@@ -63,7 +66,7 @@ public:
     void giveUp(KillDetail detail);
 
     /// Signals the item and what is folded into it, top first, each checked on its own. When the item fails
-    /// its check, nothing of the row is signalled.
+    /// its check, nothing of the row is signalled, not even the shells that started it.
     void askToEnd();
 
     /// Who was signalled.
@@ -80,6 +83,7 @@ public:
 
 private:
     void decide(KillOutcome outcome, KillDetail detail);
+    void askFoldedToEnd(bool starters);
     void askFoldedToEnd(const FoldedProcess& process);
     void noteIfLeft(const Target& target);
 

@@ -11,12 +11,15 @@
 //   --zombie    it has ended, and the adopter does not look after it
 //   --ignores-term  it does not end when it is asked to
 //   --hosts-terminal  it holds a terminal's other side, as a terminal's window does
-// Its pid is printed on a line; then the program waits for the end of its standard input if it has something
-// to keep (the adopter, the open terminal), and ends. The stray itself ends after its lifetime at the latest.
+// ARGV may hold the words --below and --worker: what follows is the command line of a child of the process
+// before it. A worker ends with its parent, as those of test runners do. Its pid is printed on a line; then
+// the program waits for the end of its standard input if it has something to keep (the adopter, the open
+// terminal), and ends. The stray itself ends after its lifetime at the latest.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <arpa/inet.h>
@@ -116,8 +119,37 @@ int takeTerminal() {
     return other;
 }
 
+/// The argument of a command line behind which that of a child begins, or its end.
+char** endOfCommand(char** argv) {
+    while (*argv != nullptr && std::string_view(*argv) != "--below" &&
+           std::string_view(*argv) != "--worker") {
+        ++argv;
+    }
+    return argv;
+}
+
+/// Becomes an idle process with that command line, having started the children that are to be below it.
+[[noreturn]] void becomeIdle(char** argv, int failures) {
+    char** const end = endOfCommand(argv);
+    if (*end != nullptr) {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            const bool isWorker = std::string_view(*end) == "--worker";
+            ::prctl(PR_SET_PDEATHSIG, isWorker ? SIGKILL : 0);
+            becomeIdle(end + 1, failures);
+        }
+        if (child < 0) {
+            report(failures, "fork");
+        }
+    }
+    std::vector<char*> words(argv, end);
+    words.push_back(nullptr);
+    ::execv("/proc/self/exe", words.data());
+    report(failures, "exec");
+}
+
 /// Becomes the stray: the same program, under the wanted command line, idle.
-[[noreturn]] void becomeStray(const Options& options, int failures) {
+[[noreturn]] void becomeStray(Options& options, int failures) {
     if (options.leader) {
         ::setsid();
     }
@@ -139,12 +171,11 @@ int takeTerminal() {
     }
     ::signal(SIGHUP, SIG_IGN); // as nohup does it: what the terminal sends at its end may come at once
     ::setenv(idleVariable, options.zombie ? "0" : options.lifetime.c_str(), 1);
-    ::execv("/proc/self/exe", options.argv.data());
-    report(failures, "exec");
+    becomeIdle(options.argv.data(), failures);
 }
 
 /// Starts the stray from a process that then ends, and returns its pid once its command line is in place.
-pid_t startOrphan(const Options& options) {
+pid_t startOrphan(Options& options) {
     int started[2];
     if (::pipe2(started, O_CLOEXEC) != 0) {
         fail("pipe");
@@ -206,7 +237,7 @@ int main(int argc, char** argv) {
     if (const char* const lifetime = std::getenv(idleVariable)) {
         return idle(lifetime);
     }
-    const Options options = parse(argc, argv);
+    Options options = parse(argc, argv);
     const bool isAdopterAlready = std::getenv(adopterVariable) != nullptr;
     if (options.adopter && !isAdopterAlready) {
         becomeAdopter(argc, argv);

@@ -2,7 +2,10 @@
 
 #include "VintrelCore/context/PortRegistry.h"
 
+#include <algorithm>
 #include <chrono>
+#include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <thread>
 
@@ -52,6 +55,12 @@ std::optional<int> boundPort(int port) {
     return ntohs(address.sin_port);
 }
 
+std::string onlyChildOf(const std::string& pid) {
+    std::string child;
+    std::ifstream("/proc/" + pid + "/task/" + pid + "/children") >> child;
+    return child;
+}
+
 } // namespace
 
 Stray::Stray(const StrayOptions& options) : m_starter(starterOf(options)) {
@@ -59,9 +68,17 @@ Stray::Stray(const StrayOptions& options) : m_starter(starterOf(options)) {
     if (pid.empty()) {
         throw std::runtime_error("the stray did not start: " + m_starter.readAll());
     }
-    m_stray.emplace(std::stoi(pid));
+    for (std::string next = pid; !next.empty(); next = onlyChildOf(next)) {
+        m_tree.emplace_back(std::stoi(next));
+    }
     // A scan lists nobody who may have started after it did, and the kernel counts starts in ticks.
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
+}
+
+std::vector<int32_t> Stray::pids() const {
+    std::vector<int32_t> pids;
+    std::ranges::transform(m_tree, std::back_inserter(pids), &Ended::pid);
+    return pids;
 }
 
 int freePort() {

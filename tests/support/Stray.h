@@ -10,7 +10,9 @@
 namespace VintrelTests {
 
 struct StrayOptions {
-    std::vector<std::string> argv; ///< the command line that ps will show
+    /// The command line that ps will show. Behind "--below" stands that of a child of the process before it,
+    /// behind "--worker" that of one which ends with it.
+    std::vector<std::string> argv;
     std::filesystem::path cwd = "/";
     int port = 0;               ///< a port of 127.0.0.1 to listen on; 0 for none
     bool adopter = false;       ///< adopted by a stand-in for the user's service manager, not by process 1
@@ -28,11 +30,14 @@ class Stray {
 public:
     explicit Stray(const StrayOptions& options);
 
-    [[nodiscard]] int32_t pid() const { return m_stray->pid(); }
+    [[nodiscard]] int32_t pid() const { return m_tree.front().pid(); }
+
+    /// Its own and those of the processes below it, from the top.
+    [[nodiscard]] std::vector<int32_t> pids() const;
 
 private:
     Process m_starter; // keeps the adopter and the terminal
-    std::optional<Ended> m_stray;
+    std::vector<Ended> m_tree;
 };
 
 /// A port of 127.0.0.1 that nobody listens on just now.

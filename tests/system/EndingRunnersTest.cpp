@@ -116,6 +116,10 @@ TEST_F(EndingRunners, npxTakesItsShellAndServerAlong) {
     endAllAndCount("npx vite");
 }
 
+TEST_F(EndingRunners, npmTakesAServerOfNoKnownKindAlong) {
+    endAllAndCount("npm run serve");
+}
+
 TEST_F(EndingRunners, npmWithBashTakesItsServerAlong) {
     endAllAndCount("npm run dev", "/bin/bash");
 }

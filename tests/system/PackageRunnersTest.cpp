@@ -88,6 +88,17 @@ protected:
         return 0;
     }
 
+    static int32_t parentOf(int32_t pid) {
+        std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+        int32_t parent = 0;
+        for (std::string word; parent == 0 && status >> word;) {
+            if (word == "PPid:") {
+                status >> parent;
+            }
+        }
+        return parent;
+    }
+
     TemporaryFolder m_folder;
     std::optional<Process> m_runner;
     std::vector<int32_t> m_started;
@@ -116,4 +127,33 @@ TEST_F(PackageRunners, aToolThatRenamesItselfKeepsItsKind) {
 TEST_F(PackageRunners, withBashAsItsShellThereIsNoneInBetween) {
     const ProcessItem row = theRow(start({"npm", "run", "dev"}, "/bin/bash"), 0);
     EXPECT_EQ(row.kind, ProcessKind::vite);
+}
+
+TEST_F(PackageRunners, aServerThatNamesNoToolBelongsToTheRow) {
+    EXPECT_EQ(theRow(start({"npm", "run", "serve"}), 1).pid, m_runner->pid());
+}
+
+TEST_F(PackageRunners, aServerThatNamesNoToolBelongsToTheRowWithoutAShellToo) {
+    EXPECT_EQ(theRow(start({"npm", "run", "serve"}, "/bin/bash"), 0).pid, m_runner->pid());
+}
+
+TEST_F(PackageRunners, aShellThatItsRunnerLeftBehindEndsWithWhatItStarted) {
+    const int32_t server = start({"npm", "test"});
+    const int32_t shell = parentOf(server);
+    ASSERT_NE(shell, m_runner->pid());
+    m_started.push_back(shell);
+    m_runner->signal(SIGKILL);
+    m_runner->wait();
+
+    const auto rows = rowsOf(CLIScan::scan({}, {.home = m_folder.path()}), {shell, server});
+    ASSERT_EQ(rows.size(), 1U);
+    EXPECT_EQ(rows[0].pid, server);
+    EXPECT_EQ(rows[0].kind, ProcessKind::vitest);
+    EXPECT_TRUE(rows[0].isOrphan());
+    EXPECT_EQ(rows[0].folded,
+              (std::vector{FoldedProcess{.pid = shell, .startTime = Platform::startTime(shell)}}));
+    EXPECT_EQ(KillCore::killAll(rows, {}).front(),
+              (KillCore::KillResult{KillCore::KillOutcome::confirmed, KillCore::KillDetail::ended, {}}));
+    EXPECT_FALSE(isRunning(shell));
+    EXPECT_FALSE(isRunning(server));
 }

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::string_view manifest = R"({
   "name": "shop", "version": "1.0.0", "private": true,
-  "scripts": { "dev": "vite --port 5199", "test": "vitest --watch" }
+  "scripts": { "dev": "vite --port 5199", "test": "vitest --watch", "serve": "webpack serve" }
 })";
 
 /// A server that says which process it is, and stays. It holds some memory, so that sums can be told apart.
@@ -39,6 +39,7 @@ void makeRunnerProject(const TemporaryFolder& folder, const std::string& name) {
     folder.write(name + "/package.json", manifest);
     addTool(folder, name, "vite", "");
     addTool(folder, name, "vitest", "process.title = 'node (vitest)';");
+    addTool(folder, name, "webpack", "process.title = 'webpack';");
 }
 
 std::map<std::string, std::string> runnerEnvironment(const TemporaryFolder& folder,

@@ -9,8 +9,8 @@
 
 namespace VintrelTests {
 
-/// A project with the tools "vite" and "vitest" and the scripts "dev" and "test" that run them. Nothing comes
-/// from a network.
+/// A project with the tools "vite", "vitest" and "webpack" and the scripts "dev", "test" and "serve" that run
+/// them. The last two tools rename themselves. Nothing comes from a network.
 void makeRunnerProject(const TemporaryFolder& folder, const std::string& name);
 
 /// What npm and npx run with: a home of their own, and `shell` (if not empty) as the script shell.

@@ -204,3 +204,12 @@ TEST(Bucket, worksAsAKey) {
     EXPECT_EQ(buckets.size(), 1U);
     EXPECT_FALSE(buckets.contains(Bucket::needsReview));
 }
+
+TEST(ProcessItem, showsItsOwnProcessUnlessAnotherIsFoldedIntoItForThat) {
+    ProcessItem item = itemRunning("npm run dev");
+    EXPECT_EQ(item.shownPID(), 4711);
+    item.folded = {{.pid = 1, .as = FoldedAs::starter}, {.pid = 2}};
+    EXPECT_EQ(item.shownPID(), 4711);
+    item.folded.push_back({.pid = 3, .as = FoldedAs::shown});
+    EXPECT_EQ(item.shownPID(), 3);
+}

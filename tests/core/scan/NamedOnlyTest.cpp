@@ -213,7 +213,7 @@ TEST_F(NamedOnlyTest, aMergedRowIsJudgedByTheProcessThatItShows) {
                                         .command = shown,
                                         .kind = ProcessKind::vitest,
                                         .riskTier = RiskTier::easy,
-                                        .folded = {{.pid = 11}, {.pid = 12}}}};
+                                        .folded = {{.pid = 11}, {.pid = 12, .as = FoldedAs::shown}}}};
         const PIDSet raised = NamedOnly::raise(items, records, {});
         EXPECT_EQ(raised.contains(10), items.front().riskTier == RiskTier::moderate);
         return items.front().riskTier;

@@ -2,7 +2,7 @@
 #include "VintrelCore/scan/RunnerShells.h"
 
 #include "VintrelCore/scan/ScanCore.h"
-#include "tests/support/Snapshots.h"
+#include "tests/core/scan/SnapshotRows.h"
 
 #include <algorithm>
 #include <string>
@@ -12,28 +12,13 @@
 
 using namespace VintrelCore;
 using VintrelTests::FakeKernel;
+using VintrelTests::foldedPIDs;
+using VintrelTests::rowsOf;
 
 namespace {
 
 std::vector<SnapshotRecord> records(const std::string& psOutput) {
     return snapshotRecords(psOutput, FakeKernel().view());
-}
-
-std::vector<ProcessItem> rows(const std::string& psOutput) {
-    const auto snapshot = records(psOutput);
-    return ScanCore::enumerate(
-        {.records = snapshot, .registeredPIDs = ScanCore::PIDSet(), .startTimeProvider = [](int32_t pid) {
-             return std::optional(ProcStartTime{.sec = pid, .usec = 0});
-         }});
-}
-
-std::vector<int32_t> foldedPIDs(const ProcessItem& item) {
-    std::vector<int32_t> pids;
-    for (const FoldedProcess& process : item.folded) {
-        EXPECT_EQ(process.startTime, (ProcStartTime{.sec = process.pid, .usec = 0}));
-        pids.push_back(process.pid);
-    }
-    return pids;
 }
 
 using PIDs = std::vector<int32_t>;
@@ -42,10 +27,10 @@ using PIDs = std::vector<int32_t>;
 
 TEST(RunnerShells, npmRunIsOneRowWithTheServersCommandAndBothMemories) {
     const auto items =
-        rows("21564 21562 00:06 ? 2.5 59232 npm run dev\n"
-             "21603 21564 00:05 ? 0.0  1740 sh -c vite --port 5199\n"
-             "21604 21603 00:05 ? 4.0 84336 node /home/dev/app/node_modules/.bin/vite --port 5199\n"
-             "21617 21604 00:05 ? 0.1 10256 /home/dev/esbuild/bin/esbuild --service=0.21.5 --ping\n");
+        rowsOf("21564 21562 00:06 ? 2.5 59232 npm run dev\n"
+               "21603 21564 00:05 ? 0.0  1740 sh -c vite --port 5199\n"
+               "21604 21603 00:05 ? 4.0 84336 node /home/dev/app/node_modules/.bin/vite --port 5199\n"
+               "21617 21604 00:05 ? 0.1 10256 /home/dev/esbuild/bin/esbuild --service=0.21.5 --ping\n");
     ASSERT_EQ(items.size(), 1U);
     const ProcessItem& row = items.front();
     EXPECT_EQ(row.pid, 21564);
@@ -60,9 +45,9 @@ TEST(RunnerShells, npmRunIsOneRowWithTheServersCommandAndBothMemories) {
 
 TEST(RunnerShells, npxIsOneRow) {
     const auto items =
-        rows("863 505 00:06 ? 5.1 77828 npm exec vite --port 5196\n"
-             "874 863 00:05 ? 0.0  1640 sh -c 'vite' --port 5196\n"
-             "875 874 00:05 ? 3.8 83636 node /home/dev/app/node_modules/.bin/vite --port 5196\n");
+        rowsOf("863 505 00:06 ? 5.1 77828 npm exec vite --port 5196\n"
+               "874 863 00:05 ? 0.0  1640 sh -c 'vite' --port 5196\n"
+               "875 874 00:05 ? 3.8 83636 node /home/dev/app/node_modules/.bin/vite --port 5196\n");
     ASSERT_EQ(items.size(), 1U);
     EXPECT_EQ(items.front().pid, 863);
     EXPECT_EQ(items.front().kind, ProcessKind::vite);
@@ -70,17 +55,17 @@ TEST(RunnerShells, npxIsOneRow) {
 }
 
 TEST(RunnerShells, withoutAShellInBetweenNothingElseIsFolded) {
-    const auto items = rows("672 671 00:05 ? 2.0 59000 npm run dev\n"
-                            "683 672 00:04 ? 4.0 85000 node /home/dev/app/node_modules/.bin/vite\n");
+    const auto items = rowsOf("672 671 00:05 ? 2.0 59000 npm run dev\n"
+                              "683 672 00:04 ? 4.0 85000 node /home/dev/app/node_modules/.bin/vite\n");
     ASSERT_EQ(items.size(), 1U);
     EXPECT_EQ(foldedPIDs(items.front()), (PIDs{683}));
 }
 
 TEST(RunnerShells, aRenamedNodeToolIsClassifiedByItsNameAndShownAsPSPrintedIt) {
-    const auto items = rows("913 505 00:08 ? 1.6 59292 npm test\n"
-                            "959 913 00:07 ? 0.0  1652 sh -c vitest --watch\n"
-                            "960 959 00:07 ? 4.7 101000 node (vitest)\n"
-                            "115 960 00:07 ? 1.2 53684 node (vitest 1)\n");
+    const auto items = rowsOf("913 505 00:08 ? 1.6 59292 npm test\n"
+                              "959 913 00:07 ? 0.0  1652 sh -c vitest --watch\n"
+                              "960 959 00:07 ? 4.7 101000 node (vitest)\n"
+                              "115 960 00:07 ? 1.2 53684 node (vitest 1)\n");
     ASSERT_EQ(items.size(), 2U);
     EXPECT_EQ(items[0].pid, 913);
     EXPECT_EQ(items[0].kind, ProcessKind::vitest);
@@ -90,33 +75,33 @@ TEST(RunnerShells, aRenamedNodeToolIsClassifiedByItsNameAndShownAsPSPrintedIt) {
 }
 
 TEST(RunnerShells, theScriptNamesWhatABareNodeProcessIs) {
-    const auto items = rows("913 505 00:08 ? 1.6 59292 npm test\n"
-                            "959 913 00:07 ? 0.0  1652 sh -c vitest --watch\n"
-                            "960 959 00:07 ? 4.7 101000 node /x/node_modules/vitest/vitest.mjs --watch\n");
+    const auto items = rowsOf("913 505 00:08 ? 1.6 59292 npm test\n"
+                              "959 913 00:07 ? 0.0  1652 sh -c vitest --watch\n"
+                              "960 959 00:07 ? 4.7 101000 node /x/node_modules/vitest/vitest.mjs --watch\n");
     ASSERT_EQ(items.size(), 1U);
     EXPECT_EQ(items.front().kind, ProcessKind::vitest);
     EXPECT_EQ(items.front().riskTier, RiskTier::moderate); // as a test runner's that somebody started
 }
 
 TEST(RunnerShells, theScriptDoesNotOverrideAMoreSpecificKind) {
-    const auto items = rows("913 505 00:08 ? 1.6 59292 npm test\n"
-                            "959 913 00:07 ? 0.0  1652 sh -c jest-wrapper jest\n"
-                            "960 959 00:07 ? 4.7 101000 node /x/.bin/vite\n");
+    const auto items = rowsOf("913 505 00:08 ? 1.6 59292 npm test\n"
+                              "959 913 00:07 ? 0.0  1652 sh -c jest-wrapper jest\n"
+                              "960 959 00:07 ? 4.7 101000 node /x/.bin/vite\n");
     EXPECT_EQ(items.front().kind, ProcessKind::vite);
 }
 
 TEST(RunnerShells, aScriptWithSeveralProgramsNamesNone) {
     for (const char* script : {"vitest run && node server.js", "vitest & node server.js",
                                "vitest; node server.js", "vitest | node server.js"}) {
-        const auto items = rows("913 505 00:08 ? 1.6 59292 npm test\n"
-                                "959 913 00:07 ? 0.0  1652 sh -c " +
-                                std::string(script) + "\n960 959 00:07 ? 4.7 101000 node server.js\n");
+        const auto items = rowsOf("913 505 00:08 ? 1.6 59292 npm test\n"
+                                  "959 913 00:07 ? 0.0  1652 sh -c " +
+                                  std::string(script) + "\n960 959 00:07 ? 4.7 101000 node server.js\n");
         EXPECT_EQ(items.front().kind, ProcessKind::node) << script;
     }
-    const auto two = rows("913 505 00:08 ? 1.6 59292 npm test\n"
-                          "959 913 00:07 ? 0.0  1652 sh -c vitest --watch\n"
-                          "960 959 00:07 ? 4.7 101000 node server.js\n"
-                          "961 959 00:07 ? 4.7 101000 node other.js\n");
+    const auto two = rowsOf("913 505 00:08 ? 1.6 59292 npm test\n"
+                            "959 913 00:07 ? 0.0  1652 sh -c vitest --watch\n"
+                            "960 959 00:07 ? 4.7 101000 node server.js\n"
+                            "961 959 00:07 ? 4.7 101000 node other.js\n");
     ASSERT_EQ(two.size(), 3U); // nothing to merge, and no guess
     EXPECT_EQ(two[0].kind, ProcessKind::npm);
     EXPECT_EQ(foldedPIDs(two[0]), (PIDs{959}));
@@ -124,26 +109,11 @@ TEST(RunnerShells, aScriptWithSeveralProgramsNamesNone) {
     EXPECT_EQ(two[1].ppid, 913);
 }
 
-TEST(RunnerShells, pnpmAndYarnFoldTheirShellButStayRowsOfTheirOwn) {
-    for (const char* runner :
-         {"node ./node_modules/.bin/pnpm run dev", "node ./node_modules/.bin/yarn dev"}) {
-        const auto items =
-            rows("455 454 00:07 ? 4.2 102248 " + std::string(runner) +
-                 "\n466 455 00:06 ? 0.0 1644 /bin/sh -c vite --port 5199\n"
-                 "467 466 00:06 ? 3.2 86124 node /home/dev/app/node_modules/.bin/vite --port 5199\n");
-        ASSERT_EQ(items.size(), 2U) << runner;
-        EXPECT_EQ(items[0].kind, ProcessKind::node) << runner;
-        EXPECT_EQ(foldedPIDs(items[0]), (PIDs{466})) << runner;
-        EXPECT_EQ(items[1].kind, ProcessKind::vite) << runner;
-        EXPECT_EQ(items[1].ppid, 455) << runner;
-    }
-}
-
 TEST(RunnerShells, aShellInsideTheShellIsPartOfTheRunnerToo) {
-    const auto items = rows("10 5 00:07 ? 1 100 npm run dev\n"
-                            "11 10 00:06 ? 1 10 sh -c sh -c 'vite'\n"
-                            "12 11 00:06 ? 1 10 sh -c vite\n"
-                            "13 12 00:06 ? 1 200 node /x/.bin/vite\n");
+    const auto items = rowsOf("10 5 00:07 ? 1 100 npm run dev\n"
+                              "11 10 00:06 ? 1 10 sh -c sh -c 'vite'\n"
+                              "12 11 00:06 ? 1 10 sh -c vite\n"
+                              "13 12 00:06 ? 1 200 node /x/.bin/vite\n");
     ASSERT_EQ(items.size(), 1U);
     EXPECT_EQ(foldedPIDs(items.front()), (PIDs{11, 12, 13}));
 }
@@ -195,8 +165,41 @@ TEST(IsPackageRunner, knowsRunnersByNameAndByScript) {
           "node /x/yarn.js dev"}) {
         EXPECT_TRUE(RunnerShells::isPackageRunner(command)) << command;
     }
-    for (const char* command : {"node server.js npm", "vim npm", "node", "", "npm-check", "bun run dev",
-                                "node /x/npm/index.js", "sh -c npm run dev"}) {
+    for (const char* command :
+         {"node server.js npm", "vim npm", "node", "", "npm-check", "node /x/npm/index.js",
+          "sh -c npm run dev", "sh -c npm", "node (npm)", "node -e npm", "/x/yarn/server dev"}) {
+        EXPECT_FALSE(RunnerShells::isPackageRunner(command)) << command;
+    }
+}
+
+TEST(IsPackageRunner, knowsTheFilesOfVersionsAndTheNewerNames) {
+    for (const char* command :
+         {"node .yarn/releases/yarn-1.22.22.cjs dev", "node /home/dev/.yarn/releases/yarn-4.5.3.cjs run dev",
+          "node /opt/pnpm/bin/pnpm.mjs dev", "node /opt/pnpm/bin/pnpm.cjs dev", "/opt/pnpm/pn dev",
+          "pnx vite", "pnpx vite", "node /opt/pnpm/bin/pnx.mjs vite", "/bin/sh /usr/local/bin/yarn dev",
+          "node /usr/lib/node_modules/corepack/dist/corepack.js pnpm dev"}) {
+        EXPECT_TRUE(RunnerShells::isPackageRunner(command)) << command;
+    }
+}
+
+TEST(IsPackageRunner, anOptionsValueIsNotTheScript) {
+    EXPECT_TRUE(RunnerShells::isPackageRunner("node --require /x/hook.js /x/bin/yarn dev"));
+    EXPECT_TRUE(RunnerShells::isPackageRunner("node -r dotenv/config --inspect /x/bin/pnpm.cjs dev"));
+    EXPECT_FALSE(RunnerShells::isPackageRunner("node --require /x/bin/yarn server.js"));
+    EXPECT_FALSE(RunnerShells::isPackageRunner("node --title npm server.js"));
+}
+
+TEST(IsPackageRunner, severalToolsRunPackagesOnlyWhenTheyAreToldTo) {
+    for (const char* command :
+         {"bun run dev", "bun --bun run test:unit", "bun x vite", "bun x @playwright/mcp", "bunx vite",
+          "uv run pytest", "uv --directory /x run pytest", "uv tool run ruff", "uvx pytest",
+          "poetry run pytest", "python3 /usr/bin/pipenv run pytest", "python3 -m poetry run pytest"}) {
+        EXPECT_TRUE(RunnerShells::isPackageRunner(command)) << command;
+    }
+    for (const char* command :
+         {"bun", "bun server.ts", "bun run server.ts", "bun run ./serve", "bun --hot index.tsx", "bun test",
+          "bun -e 1", "uv", "uv sync", "uv pip install x", "poetry install", "pipenv shell",
+          "python3 -m pytest", "deno run main.ts"}) {
         EXPECT_FALSE(RunnerShells::isPackageRunner(command)) << command;
     }
 }

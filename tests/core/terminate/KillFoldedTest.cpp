@@ -2,8 +2,10 @@
 #include "VintrelCore/terminate/KillCore.h"
 #include "tests/core/terminate/Subject.h"
 #include "tests/support/Process.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <optional>
 #include <vector>
 
@@ -94,6 +96,47 @@ TEST(EndingARow, goesFromTheTopDown) {
     };
     EXPECT_EQ(endOne(row.item(), world), confirmedEnd);
     EXPECT_EQ(compared, (std::vector{row.runner.pid(), row.shell.pid(), row.server.pid()}));
+}
+
+TEST(EndingARow, aShellThatStartedItIsNeverAskedBeforeTheRowIsChecked) {
+    Row row;
+    ProcessItem item = row.item();
+    item.folded[0].as = FoldedAs::starter;
+    std::vector<int32_t> compared;
+    auto world = shortWait();
+    world.at = [&](Moment moment, int32_t pid) {
+        if (moment == Moment::afterComparison) {
+            compared.push_back(pid);
+        }
+    };
+    EXPECT_EQ(endOne(item, world), confirmedEnd);
+    EXPECT_EQ(compared, (std::vector{row.runner.pid(), row.shell.pid(), row.server.pid()}));
+    expectAsked(row.shell);
+
+    Row other;
+    ProcessItem changed = other.item();
+    changed.folded[0].as = FoldedAs::starter;
+    --changed.startTime->sec;
+    EXPECT_EQ(endOne(changed, endlessWait()).detail, KillDetail::notTheSame);
+    other.expectUntouched();
+}
+
+TEST(EndingARow, aShellThatStartedItDoesNotGoOnToItsNextCommand) {
+    for (int run = 0; run < 20; ++run) {
+        const TemporaryFolder folder;
+        Process shell(
+            {.argv = {"/bin/sh", "-c", "sh -c 'echo $$; exec sleep 100'; touch next"}, .cwd = folder.path()});
+        const int32_t tool = std::stoi(shell.readLine());
+        const Ended atTheLatest(tool);
+        const ProcessItem item{.pid = tool,
+                               .startTime = KillCore::startTime(tool),
+                               .folded = {{.pid = shell.pid(),
+                                           .startTime = KillCore::startTime(shell.pid()),
+                                           .as = FoldedAs::starter}}};
+        EXPECT_EQ(endOne(item, shortWait(0.1)), confirmedEnd);
+        EXPECT_EQ(shell.wait(), -SIGTERM);
+        ASSERT_FALSE(std::filesystem::exists(folder.path() / "next")) << run;
+    }
 }
 
 TEST(EndingARow, forcesWhoeverStays) {

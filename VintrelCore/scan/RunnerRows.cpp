@@ -1,0 +1,137 @@
+#include "VintrelCore/scan/RunnerRows.h"
+
+#include "VintrelCore/base/Saturating.h"
+#include "VintrelCore/scan/RunnerShells.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace VintrelCore::ScanCore {
+
+std::vector<ProcessItem> RunnerRows::of(std::span<const SnapshotRecord> records) {
+    std::unordered_set<int32_t> onlyChildren;
+    for (const SnapshotRecord& record : records) {
+        onlyChildren.insert(record.onlyChildren.begin(), record.onlyChildren.end());
+    }
+    for (const SnapshotRecord& record : records) {
+        if (onlyChildren.contains(record.pid)) {
+            m_records.emplace(record.pid, &record);
+        }
+        add(record);
+    }
+    mergeFromTheBottom();
+    std::vector<ProcessItem> items;
+    for (Row& row : m_rows) {
+        if (row.isCandidate && !row.isTaken) {
+            items.push_back(std::move(row.item));
+        }
+    }
+    return items;
+}
+
+void RunnerRows::add(const SnapshotRecord& record) {
+    auto item = m_maker.make(record, m_lookup);
+    const bool isCandidate = item.has_value();
+    if (isCandidate) {
+        m_candidates.insert(record.pid);
+    } else if (record.isRunner) {
+        item = m_maker.makeOfKind(record, ProcessKind::npm); // until it is known what it runs
+    }
+    if (item && !m_isDropped(*item)) {
+        m_rowOf.emplace(record.pid, m_rows.size());
+        m_children[record.ppid].push_back(m_rows.size());
+        m_rows.push_back({.item = *std::move(item),
+                          .record = &record,
+                          .isRunner = record.isRunner || RunnerShells::isPackageRunner(record.command),
+                          .isCandidate = isCandidate});
+    }
+}
+
+RunnerRows::Row* RunnerRows::rowOf(int32_t pid) {
+    const auto row = m_rowOf.find(pid);
+    return row != m_rowOf.end() ? &m_rows[row->second] : nullptr;
+}
+
+/// Each runner comes after those among its children, as a queue: a snapshot is not taken in one instant, so
+/// that parents may form a ring, and such runners never come.
+void RunnerRows::mergeFromTheBottom() {
+    std::unordered_map<int32_t, int> awaited; // how many runners a runner has to wait for
+    for (const Row& row : m_rows) {
+        awaited[row.item.ppid] += row.isRunner ? 1 : 0;
+    }
+    std::vector<Row*> ready;
+    for (Row& row : m_rows) {
+        if (row.isRunner && awaited[row.item.pid] == 0) {
+            ready.push_back(&row);
+        }
+    }
+    while (!ready.empty()) {
+        Row& runner = *ready.back();
+        ready.pop_back();
+        merge(runner);
+        Row* const parent = rowOf(runner.item.ppid);
+        if (--awaited[runner.item.ppid] == 0 && parent != nullptr && parent->isRunner) {
+            ready.push_back(parent);
+        }
+    }
+}
+
+void RunnerRows::merge(Row& runner) {
+    bool isMerged = takeOnlyChildren(runner);
+    std::vector<Row*> candidates;
+    if (const auto children = m_children.find(runner.item.pid); children != m_children.end()) {
+        for (const size_t index : children->second) {
+            if (m_rows[index].isCandidate && !m_rows[index].isTaken) {
+                candidates.push_back(&m_rows[index]);
+            }
+        }
+    }
+    if (candidates.size() == 1) {
+        Row& child = *candidates.front();
+        take(runner.item, child.item, FoldedAs::shown);
+        runner.item.command = child.item.command;
+        runner.item.kind = child.item.kind;
+        runner.item.customLabel = child.item.customLabel;
+        runner.isCandidate = true;
+        child.isTaken = true;
+        isMerged = true;
+    }
+    if (isMerged) {
+        runner.item.riskTier = m_maker.tierOf(runner.item);
+    }
+}
+
+bool RunnerRows::takeOnlyChildren(Row& runner) {
+    bool anyTaken = false;
+    for (const int32_t pid : runner.record->onlyChildren) {
+        Row* const row = rowOf(pid);
+        const auto record = m_records.find(pid);
+        const bool isCandidate = m_candidates.contains(pid) || (row != nullptr && row->isCandidate);
+        if (isCandidate || record == m_records.end() || row == &runner) {
+            continue;
+        }
+        if (row != nullptr) {
+            take(runner.item, row->item, FoldedAs::part); // a runner of which nothing is known
+            row->isTaken = true;
+        } else {
+            take(runner.item, m_maker.makeOfKind(*record->second, ProcessKind::npm), FoldedAs::part);
+        }
+        anyTaken = true;
+    }
+    return anyTaken;
+}
+
+void RunnerRows::take(ProcessItem& runner, const ProcessItem& child, FoldedAs as) {
+    // In a row that begins with a runner, what another runner within it shows is shown.
+    const bool showsOther = child.shownPID() != child.pid;
+    runner.folded.push_back(
+        {.pid = child.pid, .startTime = child.startTime, .as = showsOther ? FoldedAs::part : as});
+    runner.folded.insert(runner.folded.end(), child.folded.begin(), child.folded.end());
+    runner.cpuPercent += child.cpuPercent;
+    runner.rssKB = Saturating::sum(runner.rssKB, child.rssKB);
+    if (!runner.hasTTY() && child.hasTTY()) {
+        runner.tty = child.tty; // a person may be at work there
+    }
+}
+
+} // namespace VintrelCore::ScanCore

@@ -1,0 +1,231 @@
+// Package runners and what they started as one row, in snapshots that the program took itself.
+#include "tests/core/scan/PipelineItems.h"
+#include "tests/core/scan/SnapshotRows.h"
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+using namespace VintrelCore;
+using VintrelTests::FakeKernel;
+using VintrelTests::foldedPIDs;
+using VintrelTests::pidsOf;
+using VintrelTests::rowsOf;
+
+namespace {
+
+using PIDs = std::vector<int32_t>;
+
+constexpr const char* processOne = "1 0 2-00:00:00 ? 0.0 12000 /sbin/init\n";
+
+/// A runner below process 1, its shell, and what the shell started; all of them old.
+std::string orphanedTree(const std::string& runner, const std::string& script, const std::string& child) {
+    return processOne + ("10 1 02:00:00 ? 1.0 1000 " + runner + "\n") + "11 10 02:00:00 ? 0.0 10 sh -c " +
+           script + "\n12 11 02:00:00 ? 2.0 2000 " + child + "\n";
+}
+
+FakeKernel withOrphan(int32_t pid) {
+    FakeKernel kernel;
+    kernel.addOrphan(pid);
+    return kernel;
+}
+
+} // namespace
+
+TEST(RunnerRows, everyPackageRunnerIsOneRowWithWhatItStarted) {
+    for (const char* runner :
+         {"npm run dev", "npm exec vite", "node ./node_modules/.bin/pnpm run dev", "pn dev", "pnx vite",
+          "pnpx vite", "node .yarn/releases/yarn-1.22.22.cjs dev",
+          "node --require /x/hook.js /x/bin/yarn dev", "node /opt/pnpm/bin/pnpm.mjs dev", "bun run dev",
+          "bunx vite", "uv run serve", "uvx serve", "poetry run serve", "pipenv run serve"}) {
+        const auto items = rowsOf(orphanedTree(runner, "vite", "node /x/node_modules/.bin/vite"));
+        ASSERT_EQ(pidsOf(items), (PIDs{10})) << runner;
+        EXPECT_EQ(items[0].kind, ProcessKind::vite) << runner;
+        EXPECT_EQ(items[0].command, "node /x/node_modules/.bin/vite") << runner;
+        EXPECT_EQ(foldedPIDs(items[0]), (PIDs{11, 12})) << runner;
+        EXPECT_EQ(items[0].rssKB, 3000) << runner;
+        EXPECT_EQ(items[0].cpuPercent, 3.0) << runner;
+        EXPECT_EQ(items[0].shownPID(), 12) << runner;
+    }
+}
+
+TEST(RunnerRows, withoutAShellInBetweenTheyAreOneRowToo) {
+    const auto items = rowsOf("10 5 00:07 ? 1 100 uv run tests\n"
+                              "12 10 00:06 ? 1 200 /x/.venv/bin/python /x/.venv/bin/pytest -q\n");
+    ASSERT_EQ(pidsOf(items), (PIDs{10}));
+    EXPECT_EQ(items[0].kind, ProcessKind::pytest);
+    EXPECT_EQ(foldedPIDs(items[0]), (PIDs{12}));
+}
+
+TEST(RunnerRows, aRunnerOfNoKindWithoutACandidateIsNotListed) {
+    EXPECT_TRUE(rowsOf("10 5 00:07 ? 1 100 uv run serve\n12 10 00:06 ? 1 200 /x/.venv/bin/python /x/serve\n")
+                    .empty());
+}
+
+TEST(RunnerRows, anInterpreterThatStartsAToolIsNoRunner) {
+    const auto items =
+        rowsOf("10 5 00:07 ? 1 100 bun run server.ts\n12 10 00:06 ? 1 200 node /x/.bin/vite\n");
+    EXPECT_EQ(pidsOf(items), (PIDs{10, 12}));
+}
+
+TEST(RunnerRows, aServerOfNoKnownKindBelongsToItsRunner) {
+    for (const char* server :
+         {"php -S localhost:8000", "/usr/bin/python3 manage.py runserver", "webpack", "ng serve"}) {
+        const auto items = rowsOf(orphanedTree("npm run serve", server, server), withOrphan(10));
+        ASSERT_EQ(pidsOf(items), (PIDs{10})) << server;
+        EXPECT_EQ(items[0].kind, ProcessKind::npm) << server;
+        EXPECT_EQ(items[0].command, "npm run serve") << server;
+        EXPECT_EQ(foldedPIDs(items[0]), (PIDs{11, 12})) << server;
+        EXPECT_EQ(items[0].rssKB, 3000) << server;
+        EXPECT_EQ(items[0].shownPID(), 10) << server;
+        EXPECT_EQ(items[0].riskTier, RiskTier::moderate) << server;
+    }
+}
+
+TEST(RunnerRows, withoutAShellTheOnlyChildBelongsToItsRunnerWhateverItIs) {
+    const auto items =
+        rowsOf("10 5 00:07 ? 1 100 npm run serve\n12 10 00:06 ? 1 200 php -S localhost:8000\n");
+    ASSERT_EQ(pidsOf(items), (PIDs{10}));
+    EXPECT_EQ(foldedPIDs(items[0]), (PIDs{12}));
+}
+
+TEST(RunnerRows, oneOfSeveralChildrenBelongsToItsRunnerOnlyWhenItIsACandidate) {
+    const auto direct = rowsOf("10 5 00:07 ? 1 100 npm run serve\n"
+                               "12 10 00:06 ? 1 200 sleep 200\n13 10 00:06 ? 1 200 php -S localhost:8000\n");
+    ASSERT_EQ(pidsOf(direct), (PIDs{10}));
+    EXPECT_EQ(foldedPIDs(direct[0]), PIDs());
+
+    const auto beside = rowsOf("10 5 00:07 ? 1 100 npm run serve\n11 10 00:06 ? 1 10 sh -c php\n"
+                               "12 10 00:06 ? 1 200 sleep 200\n13 11 00:06 ? 1 200 php\n");
+    ASSERT_EQ(pidsOf(beside), (PIDs{10}));
+    EXPECT_EQ(foldedPIDs(beside[0]), (PIDs{11, 13})) << "what is beside the shell stays alone";
+
+    const auto inShell = rowsOf("10 5 00:07 ? 1 100 npm run all\n11 10 00:06 ? 1 10 sh -c php & vite\n"
+                                "12 11 00:06 ? 1 200 php\n13 11 00:06 ? 1 200 node /x/.bin/vite\n");
+    ASSERT_EQ(pidsOf(inShell), (PIDs{10}));
+    EXPECT_EQ(foldedPIDs(inShell[0]), (PIDs{11, 13}));
+
+    const auto two = rowsOf("10 5 00:07 ? 1 100 npm run all\n11 10 00:06 ? 1 10 sh -c jest & vite\n"
+                            "12 11 00:06 ? 1 200 jest\n13 11 00:06 ? 1 200 node /x/.bin/vite\n");
+    EXPECT_EQ(pidsOf(two), (PIDs{10, 12, 13}));
+}
+
+TEST(RunnerRows, runnersThatRunRunnersAreOneRow) {
+    const auto items = rowsOf("10 5 00:07 ? 1 100 npm test\n11 10 00:06 ? 1 10 sh -c npx vitest\n"
+                              "12 11 00:06 ? 1 100 npm exec vitest\n13 12 00:06 ? 1 10 sh -c 'vitest'\n"
+                              "14 13 00:06 ? 1 300 node (vitest)\n15 14 00:06 ? 1 100 node (vitest 1)\n");
+    ASSERT_EQ(pidsOf(items), (PIDs{10, 15}));
+    EXPECT_EQ(items[0].command, "node (vitest)");
+    EXPECT_EQ(foldedPIDs(items[0]), (PIDs{11, 12, 13, 14}));
+    EXPECT_EQ(items[0].rssKB, 500);
+    EXPECT_EQ(items[0].shownPID(), 14);
+}
+
+TEST(RunnerRows, aRunnerOfNoKindWithinARunnerGoesWithWhatItStarted) {
+    const auto items =
+        rowsOf("10 5 00:07 ? 1 100 npm run api\n11 10 00:06 ? 1 10 sh -c uv run serve\n"
+               "12 11 00:06 ? 1 100 uv run serve\n13 12 00:06 ? 1 300 /x/.venv/bin/python x\n");
+    ASSERT_EQ(pidsOf(items), (PIDs{10}));
+    EXPECT_EQ(items[0].command, "npm run api");
+    EXPECT_EQ(foldedPIDs(items[0]), (PIDs{11, 12, 13}));
+}
+
+TEST(RunnerRows, anIgnoredOrDismissedServerIsNotFolded) {
+    const std::string table = "10 5 00:07 ? 1 100 npm run dev\n11 10 00:06 ? 1 10 sh -c vite\n"
+                              "12 11 00:06 ? 1 200 node /x/.bin/vite\n";
+    const auto ignored = rowsOf(table, {}, {.ignoredNames = {".bin/vite"}});
+    ASSERT_EQ(pidsOf(ignored), (PIDs{10}));
+    EXPECT_EQ(foldedPIDs(ignored[0]), (PIDs{11}));
+    const auto dismissed = rowsOf(table, {}, {.dismissedPIDs = {12}});
+    ASSERT_EQ(pidsOf(dismissed), (PIDs{10}));
+    EXPECT_EQ(foldedPIDs(dismissed[0]), (PIDs{11}));
+    const auto runner = rowsOf(table, {}, {.ignoredNames = {"npm run"}});
+    EXPECT_EQ(pidsOf(runner), (PIDs{12})) << "a server whose runner is ignored stands for itself";
+}
+
+TEST(RunnerRows, keepTheLabelOfTheRuleThatTheChildMatched) {
+    const std::vector<CustomRule> rules = {{"npm run", "Runner"}, {"manage.py", "Shop"}};
+    const auto items = rowsOf(orphanedTree("npm run serve", "python3 manage.py", "python3 manage.py"),
+                              withOrphan(10), {.customRules = rules});
+    ASSERT_EQ(pidsOf(items), (PIDs{10}));
+    EXPECT_EQ(items[0].kind, ProcessKind::custom);
+    EXPECT_EQ(items[0].customLabel, "Shop");
+    EXPECT_EQ(items[0].riskTier, RiskTier::moderate);
+
+    const auto vite = rowsOf(orphanedTree("npm run dev", "vite", "node /x/.bin/vite"), withOrphan(10),
+                             {.customRules = rules});
+    ASSERT_EQ(vite.size(), 1U);
+    EXPECT_EQ(vite[0].kind, ProcessKind::vite);
+    EXPECT_EQ(vite[0].customLabel, std::nullopt);
+}
+
+TEST(RunnerRows, areRatedInTheRunnersPlace) {
+    const std::string tree = orphanedTree("npm test", "vitest", "node (vitest)");
+    const auto orphan = rowsOf(tree, withOrphan(10));
+    ASSERT_EQ(pidsOf(orphan), (PIDs{10}));
+    EXPECT_EQ(orphan[0].ppid, 1);
+    EXPECT_EQ(orphan[0].riskTier, RiskTier::easy);
+
+    FakeKernel service = withOrphan(10);
+    service[10].controlGroup = "/system.slice/mydev.service";
+    EXPECT_EQ(rowsOf(tree, service)[0].riskTier, RiskTier::moderate) << "the runner is no orphan";
+    EXPECT_EQ(rowsOf(tree, withOrphan(10), {.elapsedThreshold = 7201})[0].riskTier, RiskTier::moderate);
+    const auto server = rowsOf(orphanedTree("npm run dev", "vite", "node /x/.bin/vite"), withOrphan(10));
+    EXPECT_EQ(server[0].riskTier, RiskTier::moderate) << "the child's kind counts";
+}
+
+TEST(RunnerRows, theAgeIsTheRunnersToo) {
+    const std::string table = std::string(processOne) + "10 1 02:00:00 ? 1.0 1000 npm test\n"
+                                                        "12 10 00:05 ? 2.0 2000 node (vitest)\n";
+    const auto items = rowsOf(table, withOrphan(10));
+    ASSERT_EQ(pidsOf(items), (PIDs{10}));
+    EXPECT_EQ(items[0].elapsed, 7200);
+    EXPECT_EQ(items[0].riskTier, RiskTier::easy);
+}
+
+TEST(RunnerRows, aTerminalOfEitherKeepsARowFromBeingSafe) {
+    const std::string table = std::string(processOne) + "10 1 02:00:00 ? 1.0 1000 npm test\n"
+                                                        "12 10 02:00:00 pts/3 2.0 2000 node (vitest)\n";
+    const auto items = rowsOf(table, withOrphan(10));
+    ASSERT_EQ(pidsOf(items), (PIDs{10}));
+    EXPECT_TRUE(items[0].hasTTY());
+    EXPECT_EQ(items[0].riskTier, RiskTier::moderate);
+}
+
+TEST(RunnerRows, aRegisteredPortOfAnyOfItsProcessesKeepsARowFromBeingSafe) {
+    const std::string tree = orphanedTree("npm test", "vitest", "node (vitest)");
+    for (const int32_t listener : {10, 11, 12}) {
+        const ScanCore::PIDSet listeners{listener};
+        const auto known = rowsOf(tree, withOrphan(10), {.registeredPIDs = listeners});
+        ASSERT_EQ(pidsOf(known), (PIDs{10}));
+        EXPECT_EQ(known[0].riskTier, RiskTier::moderate) << listener;
+        auto later = rowsOf(tree, withOrphan(10));
+        ScanCore::applyRegisteredPorts(later, listeners);
+        EXPECT_EQ(later, known) << listener;
+    }
+}
+
+TEST(RunnerRows, aRunnersShellIsNeverTakenForTheOrphan) {
+    // Only the editor is an orphan, not the runner that it started.
+    const auto items = rowsOf(std::string(processOne) + "9 1 02:00:00 ? 0 10 /usr/bin/code\n"
+                                                        "10 9 02:00:00 ? 0 10 npm test\n"
+                                                        "11 10 02:00:00 ? 0 10 sh -c vitest\n"
+                                                        "12 11 02:00:00 ? 0 10 node (vitest)\n",
+                              withOrphan(9));
+    ASSERT_EQ(pidsOf(items), (PIDs{10}));
+    EXPECT_EQ(items[0].ppid, 9);
+    EXPECT_EQ(items[0].riskTier, RiskTier::moderate);
+}
+
+TEST(RunnerRows, disabledKindsGoWithTheirRunner) {
+    EXPECT_TRUE(rowsOf(orphanedTree("npm run dev", "vite", "node /x/.bin/vite"), {},
+                       {.disabledKinds = {ProcessKind::vite}})
+                    .empty());
+}
+
+TEST(RunnerRows, aRingOfRunnersDoesNotHang) {
+    const auto items = rowsOf("10 12 00:07 ? 1 100 npm run a\n11 10 00:07 ? 1 100 npm run b\n"
+                              "12 11 00:07 ? 1 100 npm run c\n13 13 00:07 ? 1 100 npm run d\n");
+    EXPECT_EQ(pidsOf(items), (PIDs{10, 11, 12, 13}));
+}
