@@ -208,13 +208,13 @@ TEST_F(NamedOnlyTest, aToolThatOnlyItsRunnersShellNamesIsWhatRuns) {
 
 TEST_F(NamedOnlyTest, aMergedRowIsJudgedByTheProcessThatItShows) {
     const auto tierOfRow = [](const std::string& runner, const std::string& shown) {
-        const std::vector<SnapshotRecord> records{strayRecord(10, runner), strayRecord(12, shown)};
+        const std::vector<SnapshotRecord> snapshot{strayRecord(10, runner), strayRecord(12, shown)};
         std::vector<ProcessItem> items{{.pid = 10,
                                         .command = shown,
                                         .kind = ProcessKind::vitest,
                                         .riskTier = RiskTier::easy,
                                         .folded = {{.pid = 11}, {.pid = 12, .as = FoldedAs::shown}}}};
-        const PIDSet raised = NamedOnly::raise(items, records, {});
+        const PIDSet raised = NamedOnly::raise(items, snapshot, {});
         EXPECT_EQ(raised.contains(10), items.front().riskTier == RiskTier::moderate);
         return items.front().riskTier;
     };
