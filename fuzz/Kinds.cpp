@@ -19,11 +19,9 @@ bool standsAlone(std::string_view text, const std::string& token) {
 }
 
 void checkRunner(std::string_view command) {
-    const auto script = RunnerShells::shellScript(command);
-    require(!script || !RunnerShells::isPackageRunner(command), "a shell is no package runner");
-    if (script) {
-        require(Text::trimmed(*script) == *script && command.contains(" -c"), "a shell's script is trimmed");
-    }
+    const bool isTold = RunnerShells::isToldText(command);
+    require(!isTold || !RunnerShells::isPackageRunner(command), "a shell is no package runner");
+    require(!isTold || command.contains(" -"), "a shell is told by an option");
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "VintrelCore/base/Text.h"
 #include "VintrelCore/scan/Interpreters.h"
 #include "VintrelCore/scan/ItemMaker.h"
+#include "VintrelCore/scan/RunnerShells.h"
 #include "VintrelCore/scan/ScanCore.h"
 #include "VintrelCore/scan/WhatRuns.h"
 
@@ -28,13 +29,14 @@ std::optional<ProcessKind> detectKindOfTitle(std::string_view command) {
     return detectKind(Text::trimmedBlanks(plain));
 }
 
-/// A bare node process behind a shell, or one that names no tool, is what the shell's script names.
-std::optional<ProcessKind> moreSpecific(std::optional<ProcessKind> kind, std::string_view runnerScript) {
-    if (kind.value_or(ProcessKind::node) != ProcessKind::node || runnerScript.empty()) {
+/// A bare node process that a shell started alone is what the shell was told to run.
+ProcessKind moreSpecific(ProcessKind kind, const SnapshotRecord& record, const ProcessLookup& lookup) {
+    if (kind != ProcessKind::node || record.onlyChildOf == 0) {
         return kind;
     }
-    const auto named = detectKind(runnerScript);
-    return named ? named : kind;
+    const auto arguments = lookup.argumentsInSnapshot(record.onlyChildOf);
+    const auto text = arguments ? RunnerShells::textOfOneProgram(*arguments) : std::nullopt;
+    return text ? detectKind(*text).value_or(kind) : kind;
 }
 
 /// A browser that Playwright's server drives may have its profile beside Playwright's browsers.
@@ -65,8 +67,11 @@ std::optional<ProcessKind> kindOf(const SnapshotRecord& record, const ProcessLoo
     if (isPlaywrightMCPBrowser(record, lookup)) {
         return ProcessKind::chromeHelper;
     }
-    const auto kind = moreSpecific(detectKindOfTitle(record.command), record.runnerScript);
-    return kind ? kind : moreSpecific(detectKindOfInterpreter(record, lookup), record.runnerScript);
+    auto kind = detectKindOfTitle(record.command);
+    if (!kind) {
+        kind = detectKindOfInterpreter(record, lookup);
+    }
+    return kind ? std::optional(moreSpecific(*kind, record, lookup)) : std::nullopt;
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "VintrelCore/scan/NamedOnly.h"
 
+#include "VintrelCore/scan/Interpreters.h"
+#include "VintrelCore/scan/RunnerShells.h"
 #include "VintrelCore/scan/WhatRuns.h"
 
 #include <algorithm>
@@ -29,11 +31,26 @@ Found foundInLine(ProcessKind kind, std::string_view line) {
     return line.size() <= longest ? WhatRuns::foundInLine(kind, line) : Found::nowhere;
 }
 
+bool isInterpreter(int32_t pid, const ProcessLookup& lookup) {
+    const auto executable = lookup.executableOf(pid);
+    return executable && !Interpreters::interpreterIn(*executable).empty() && lookup.wasInSnapshot(pid);
+}
+
+/// For a process whose own words say no more than which interpreter it is: its shell tells what it runs.
+Found foundInShell(ProcessKind kind, const SnapshotRecord& record, const ProcessLookup& lookup) {
+    const bool isNamedByShell = record.onlyChildOf != 0 && ScanCore::detectKind(record.command) != kind;
+    if (!isNamedByShell || !isInterpreter(record.pid, lookup)) {
+        return Found::nowhere;
+    }
+    const auto arguments = lookup.argumentsInSnapshot(record.onlyChildOf);
+    const bool isAlone = arguments && RunnerShells::textOfOneProgram(*arguments);
+    return isAlone ? WhatRuns::foundIn(kind, *arguments) : Found::nowhere;
+}
+
 Found foundIn(ProcessKind kind, const SnapshotRecord& record, const ProcessLookup& lookup) {
     const auto arguments = lookup.argumentsInSnapshot(record.pid);
     const Found found = arguments ? WhatRuns::foundIn(kind, *arguments) : foundInLine(kind, record.command);
-    const bool isRunnersChild = found == Found::nowhere && !record.runnerScript.empty();
-    return isRunnersChild ? foundInLine(kind, "sh -c " + record.runnerScript) : found;
+    return found == Found::nowhere ? foundInShell(kind, record, lookup) : found;
 }
 
 } // namespace

@@ -15,7 +15,7 @@ namespace VintrelCore {
 namespace {
 
 bool isShell(const SnapshotRecord& record) {
-    return RunnerShells::shellScript(record.command).has_value();
+    return RunnerShells::isToldText(record.command);
 }
 
 bool hasTTY(const SnapshotRecord& record) {
@@ -96,7 +96,7 @@ void OrphanedShells::fold() {
         }
         child.shellsAbove = shell.shellsAbove;
         child.shellsAbove.push_back(shell.pid);
-        child.runnerScript = RunnerShells::scriptOfOneProgram(shell.command);
+        child.onlyChildOf = shell.pid;
         folded.insert(shell.pid);
     }
     std::erase_if(m_records, [&](const SnapshotRecord& record) { return folded.contains(record.pid); });

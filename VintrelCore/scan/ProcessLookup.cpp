@@ -7,6 +7,7 @@ namespace VintrelCore {
 ProcessLookup ProcessLookup::since(std::optional<ProcStartTime> began) {
     return {.argumentsOf = Platform::arguments,
             .executableOf = Platform::executable,
+            .holdsTerminal = Platform::kernelView().holdsTerminal,
             .wasInSnapshot = [began](int32_t pid) {
                 // Who was there before the snapshot began, and still is, is whom its line is about.
                 const auto start = Platform::startTime(pid);

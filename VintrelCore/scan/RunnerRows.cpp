@@ -12,6 +12,10 @@ std::vector<ProcessItem> RunnerRows::of(std::span<const SnapshotRecord> records)
     std::unordered_set<int32_t> onlyChildren;
     for (const SnapshotRecord& record : records) {
         onlyChildren.insert(record.onlyChildren.begin(), record.onlyChildren.end());
+        ++m_childCount[record.ppid];
+        if (ProcessItem::isTTYAttached(record.tty)) {
+            m_parentsOfTerminals.insert(record.ppid);
+        }
     }
     for (const SnapshotRecord& record : records) {
         if (onlyChildren.contains(record.pid)) {
@@ -24,9 +28,21 @@ std::vector<ProcessItem> RunnerRows::of(std::span<const SnapshotRecord> records)
     for (Row& row : m_rows) {
         if (row.isCandidate && !row.isTaken) {
             items.push_back(std::move(row.item));
+            ProcessItem& item = items.back();
+            if (item.riskTier == RiskTier::easy && !item.folded.empty() && hostsTerminal(item)) {
+                item.riskTier = RiskTier::moderate;
+            }
         }
     }
     return items;
+}
+
+/// Parents are corrected for orphans alone, and what a runner started is none.
+bool RunnerRows::hostsTerminal(const ProcessItem& item) const {
+    const auto hosts = [this](int32_t pid) {
+        return m_parentsOfTerminals.contains(pid) || m_lookup.holdsTerminal(pid);
+    };
+    return hosts(item.pid) || std::ranges::any_of(item.folded, hosts, &FoldedProcess::pid);
 }
 
 void RunnerRows::add(const SnapshotRecord& record) {
@@ -77,32 +93,23 @@ void RunnerRows::mergeFromTheBottom() {
 }
 
 void RunnerRows::merge(Row& runner) {
-    bool isMerged = takeOnlyChildren(runner);
-    std::vector<Row*> candidates;
-    if (const auto children = m_children.find(runner.item.pid); children != m_children.end()) {
-        for (const size_t index : children->second) {
-            if (m_rows[index].isCandidate && !m_rows[index].isTaken) {
-                candidates.push_back(&m_rows[index]);
-            }
-        }
-    }
-    if (candidates.size() == 1) {
-        Row& child = *candidates.front();
-        take(runner.item, child.item, FoldedAs::shown);
-        runner.item.command = child.item.command;
-        runner.item.kind = child.item.kind;
-        runner.item.customLabel = child.item.customLabel;
+    size_t taken = takeOnlyChildren(runner);
+    if (Row* const child = onlyCandidateBelow(runner)) {
+        take(runner.item, child->item, FoldedAs::shown);
+        takeKind(runner.item, child->item);
+        runner.startedOthers |= child->startedOthers;
         runner.isCandidate = true;
-        child.isTaken = true;
-        isMerged = true;
+        child->isTaken = true;
+        ++taken;
     }
-    if (isMerged) {
-        runner.item.riskTier = m_maker.tierOf(runner.item);
-    }
+    const auto children = m_childCount.find(runner.item.pid);
+    runner.startedOthers |= children != m_childCount.end() && children->second > taken;
+    const RiskTier tier = m_maker.tierOf(runner.item);
+    runner.item.riskTier = runner.startedOthers ? std::max(tier, RiskTier::moderate) : tier;
 }
 
-bool RunnerRows::takeOnlyChildren(Row& runner) {
-    bool anyTaken = false;
+size_t RunnerRows::takeOnlyChildren(Row& runner) {
+    size_t taken = 0;
     for (const int32_t pid : runner.record->onlyChildren) {
         Row* const row = rowOf(pid);
         const auto record = m_records.find(pid);
@@ -112,13 +119,37 @@ bool RunnerRows::takeOnlyChildren(Row& runner) {
         }
         if (row != nullptr) {
             take(runner.item, row->item, FoldedAs::part); // a runner of which nothing is known
+            runner.startedOthers |= row->startedOthers;
             row->isTaken = true;
         } else {
             take(runner.item, m_maker.makeOfKind(*record->second, ProcessKind::npm), FoldedAs::part);
         }
-        anyTaken = true;
+        ++taken;
     }
-    return anyTaken;
+    return taken;
+}
+
+RunnerRows::Row* RunnerRows::onlyCandidateBelow(const Row& runner) {
+    Row* only = nullptr;
+    const auto children = m_children.find(runner.item.pid);
+    for (const size_t index : children != m_children.end() ? children->second : std::vector<size_t>()) {
+        Row& row = m_rows[index];
+        if (row.isCandidate && !row.isTaken) {
+            if (only != nullptr) {
+                return nullptr;
+            }
+            only = &row;
+        }
+    }
+    return only;
+}
+
+void RunnerRows::takeKind(ProcessItem& runner, const ProcessItem& child) {
+    runner.command = child.command;
+    if (child.customLabel || !runner.customLabel) {
+        runner.kind = child.kind;
+        runner.customLabel = child.customLabel;
+    }
 }
 
 void RunnerRows::take(ProcessItem& runner, const ProcessItem& child, FoldedAs as) {

@@ -17,7 +17,9 @@ namespace VintrelCore::ScanCore {
 /// runners is one, too.
 ///
 /// The row begins with the outermost runner: its identity, parent and age count, and the kind, the label and
-/// the command of what runs. Internal to scan/.
+/// the command of what runs. A rule of the user's that the runner matches goes on protecting the row. It is
+/// never easy to end when a runner in it also started what is not in it, or when a process in it hosts a
+/// terminal. Internal to scan/.
 class RunnerRows {
 public:
     using Predicate = std::function<bool(const ProcessItem&)>;
@@ -36,15 +38,19 @@ private:
         bool isRunner;
         bool isCandidate; ///< false for a runner of which nothing is known but that it is one
         bool isTaken = false;
+        bool startedOthers = false; ///< a runner of it has children that are not in it
     };
 
     void add(const SnapshotRecord& record);
     void mergeFromTheBottom();
     void merge(Row& runner);
-    bool takeOnlyChildren(Row& runner);
+    size_t takeOnlyChildren(Row& runner); ///< how many it took
+    [[nodiscard]] Row* onlyCandidateBelow(const Row& runner);
+    static void takeKind(ProcessItem& runner, const ProcessItem& child);
     static void take(ProcessItem& runner, const ProcessItem& child, FoldedAs as);
 
     [[nodiscard]] Row* rowOf(int32_t pid);
+    [[nodiscard]] bool hostsTerminal(const ProcessItem& item) const;
 
     const ItemMaker& m_maker;
     const ProcessLookup& m_lookup;
@@ -55,6 +61,8 @@ private:
     std::unordered_set<int32_t> m_candidates; ///< also those that were dropped
     std::unordered_map<int32_t, size_t> m_rowOf;
     std::unordered_map<int32_t, std::vector<size_t>> m_children; ///< rows, by their parent
+    std::unordered_map<int32_t, size_t> m_childCount;            ///< of all records
+    std::unordered_set<int32_t> m_parentsOfTerminals;            ///< they have a child on one
 };
 
 } // namespace VintrelCore::ScanCore

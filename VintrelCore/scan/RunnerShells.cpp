@@ -63,6 +63,12 @@ bool runsScriptThatRunsPackages(const GoBetween& program, Words arguments) {
     return script != nullptr && (isModule || script->isScript) && runsPackages(*script, walk.rest());
 }
 
+/// Of the shells that package runners use, and others that run commands for programs; null for any other.
+const GoBetween* shellNamed(std::string_view program) {
+    const std::string_view name = ToolNames::lastComponent(program);
+    return CommandWords::isListed("sh dash bash", name) ? GoBetweens::find(name) : nullptr;
+}
+
 /// Works on the records of one snapshot.
 class Folder {
 public:
@@ -106,7 +112,7 @@ private:
         // A snapshot is not taken in one instant, so that parents may even form a ring: the steps are
         // bounded.
         constexpr int deepest = 16;
-        for (int depth = 0; depth < deepest && shellScript(m_records[index].command); ++depth) {
+        for (int depth = 0; depth < deepest && isToldText(m_records[index].command); ++depth) {
             const auto parent = parentOf(index);
             if (!parent) {
                 return std::nullopt;
@@ -133,7 +139,7 @@ private:
                 moves.emplace_back(index, *runner);
                 if (isAlone) {
                     noteOnlyChild(*runner, index);
-                    m_records[index].runnerScript = scriptOfOneProgram(m_records[*parent].command);
+                    m_records[index].onlyChildOf = m_records[*parent].pid;
                 }
             }
         }
@@ -170,17 +176,29 @@ bool isPackageRunner(std::string_view command) {
     return takesScript ? runsScriptThatRunsPackages(*program, words) : runsPackages(*program, words);
 }
 
-std::optional<std::string_view> shellScript(std::string_view command) {
-    const std::string_view program = ToolNames::lastComponent(Text::takeWord(command));
-    if (!CommandWords::isListed("sh dash bash", program) || Text::takeWord(command) != "-c") {
-        return std::nullopt;
+bool isToldText(std::string_view command) {
+    std::string_view rest = command;
+    const GoBetween* const shell = shellNamed(Text::takeWord(rest));
+    if (shell == nullptr) {
+        return false;
     }
-    return Text::trimmed(command);
+    const std::vector<std::string_view> words = CommandWords::wordsOf(rest);
+    OptionWalk walk(*shell, words);
+    walk.next();
+    return walk.isTextNext();
 }
 
-std::string_view scriptOfOneProgram(std::string_view command) {
-    const std::string_view script = shellScript(command).value_or("");
-    return script.find_first_of(";&|") == std::string_view::npos ? script : std::string_view();
+std::optional<std::string> textOfOneProgram(std::span<const std::string> arguments) {
+    const std::vector<std::string_view> words = CommandWords::wordsOf(arguments);
+    const GoBetween* const shell = words.empty() ? nullptr : shellNamed(words.front());
+    if (shell == nullptr) {
+        return std::nullopt;
+    }
+    OptionWalk walk(*shell, Words(words).subspan(1));
+    const bool isText = walk.next() == OptionWalk::Stop::operand && walk.isTextNext();
+    // Brackets stand for substitutions, too.
+    const bool isOneCommand = walk.value().find_first_of(";&|()`\n") == std::string_view::npos;
+    return isText && isOneCommand ? std::optional<std::string>(walk.value()) : std::nullopt;
 }
 
 void fold(std::vector<SnapshotRecord>& records) {

@@ -26,7 +26,7 @@ struct SnapshotRecord {
     /// What such a shell started alone, or this runner did: its, whatever it is.
     std::vector<int32_t> onlyChildren{};
     std::vector<int32_t> shellsAbove{}; ///< shells that started this orphan, the outermost first
-    std::string runnerScript{};         ///< what the shell that started this process alone was told to run
+    int32_t onlyChildOf = 0;            ///< the folded shell that started this process alone; 0 for none
 };
 
 /// Turns the raw output of `ScanCore::runPS` into records, in its order: zombies and this program's own tools

@@ -189,21 +189,40 @@ TEST_F(NamedOnlyTest, whatASuccessorRunsSaysNothing) {
 
 TEST_F(NamedOnlyTest, aTitleBehindARunnersShellIsWhatTheShellWasTold) {
     auto record = strayRecord(7, "my server");
-    record.runnerScript = "next dev";
+    record.onlyChildOf = 6;
+    arguments = {{6, {"sh", "-c", "next dev"}}};
     records = {record};
     executables = {{7, "/usr/bin/node"}};
     ASSERT_EQ(candidates().items.size(), 1U);
     EXPECT_EQ(candidates().items.front().kind, ProcessKind::nextjs);
 }
 
-TEST_F(NamedOnlyTest, aToolThatOnlyItsRunnersShellNamesIsWhatRuns) {
-    auto record = strayRecord(7, "node cli.js");
-    record.runnerScript = "vitest --watch";
-    records = {record};
-    const auto found = candidates();
-    ASSERT_EQ(found.items.size(), 1U);
-    EXPECT_EQ(found.items.front().kind, ProcessKind::vitest);
-    EXPECT_EQ(found.items.front().riskTier, RiskTier::easy);
+TEST_F(NamedOnlyTest, aToolThatOnlyItsShellNamesIsWhatAnInterpreterRuns) {
+    const auto tierBehind = [this](const Arguments& shell, const std::string& line,
+                                   const std::string& executable) {
+        auto record = strayRecord(7, line);
+        record.onlyChildOf = 6;
+        records = {record};
+        arguments = {{6, shell}};
+        executables = {{7, executable}};
+        const auto items = candidates().items;
+        return items.size() == 1 ? std::optional(items.front().riskTier) : std::nullopt;
+    };
+    const std::string node = "/usr/bin/node";
+    EXPECT_EQ(tierBehind({"sh", "-c", "vitest --watch"}, "node cli.js", node), RiskTier::easy);
+    EXPECT_EQ(tierBehind({"bash", "-lc", "vitest --watch"}, "node cli.js", node), RiskTier::easy);
+    // ps prints all of these as one line of words.
+    for (const char* text : {"vitest\nnode cli.js", "vitest; node cli.js", "vitest & node cli.js",
+                             "vitest $(node cli.js)", "vitest `node cli.js`", "vitest <(node cli.js)"}) {
+        EXPECT_EQ(tierBehind({"sh", "-c", text}, "node cli.js", node), RiskTier::high) << text;
+    }
+    EXPECT_EQ(tierBehind({"sh", "-c", "tar c vitest"}, "node cli.js", node), RiskTier::moderate);
+    EXPECT_EQ(tierBehind({"sh", "-c", "vitest"}, "node cli.js", "/opt/editor/editor"), RiskTier::moderate);
+    EXPECT_EQ(tierBehind({"sh", "-c", "vitest"}, "vim vitest", "/usr/bin/vim"), RiskTier::moderate);
+    EXPECT_EQ(tierBehind({"sh", "-c", "vitest"}, "python3 train.py", "/usr/bin/python3.11"), std::nullopt);
+    EXPECT_EQ(tierBehind({}, "node cli.js", node), RiskTier::high) << "it has ended";
+    successors = {6};
+    EXPECT_EQ(tierBehind({"sh", "-c", "vitest"}, "node cli.js", node), RiskTier::high);
 }
 
 TEST_F(NamedOnlyTest, aMergedRowIsJudgedByTheProcessThatItShows) {

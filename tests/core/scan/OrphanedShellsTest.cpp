@@ -84,18 +84,34 @@ TEST(OrphanedShells, aRunnerThatTheShellStartedIsOneRowWithBoth) {
     EXPECT_EQ(items[0].shownPID(), 23);
 }
 
-TEST(OrphanedShells, theScriptNamesWhatABareProcessIs) {
-    for (const char* child : {"node /x/main.mjs", "/x/wrapped"}) {
+TEST(OrphanedShells, whatItWasToldNamesABareNodeProcess) {
+    const VintrelTests::Found found{.arguments = {{20, {"sh", "-c", "vitest"}}},
+                                    .executables = {{21, "/usr/bin/node"}}};
+    const auto items = rowsOf(processOne + line(20, 1, "sh -c vitest") + line(21, 20, "node /x/main.mjs"),
+                              orphans({20, 21}), {}, found);
+    ASSERT_EQ(pidsOf(items), (PIDs{21}));
+    EXPECT_EQ(items[0].kind, ProcessKind::vitest);
+    EXPECT_EQ(items[0].riskTier, RiskTier::easy);
+}
+
+TEST(OrphanedShells, whatRunsAfterALineBreakIsNotWhatTheFirstLineNames) {
+    // To ps a line break is a blank.
+    const VintrelTests::Found found{.arguments = {{20, {"sh", "-c", "npx vitest\npython3 train.py"}}},
+                                    .executables = {{21, "/usr/bin/python3.11"}}};
+    const auto items = rowsOf(processOne + line(20, 1, "sh -c npx vitest python3 train.py") +
+                                  line(21, 20, "python3 train.py"),
+                              orphans({20, 21}), {}, found);
+    EXPECT_TRUE(items.empty());
+}
+
+TEST(OrphanedShells, optionsOfTheShellDoNotMatter) {
+    for (const char* shell : {"bash -lc", "sh -ec", "bash -o pipefail -c"}) {
         const auto items =
-            rowsOf(processOne + line(20, 1, "sh -c vitest") + line(21, 20, child), orphans({20, 21}));
-        ASSERT_EQ(pidsOf(items), (PIDs{21})) << child;
-        EXPECT_EQ(items[0].kind, ProcessKind::vitest) << child;
+            rowsOf(processOne + line(20, 1, std::string(shell) + " vitest") + line(21, 20, "node (vitest)"),
+                   orphans({20, 21}));
+        ASSERT_EQ(pidsOf(items), (PIDs{21})) << shell;
+        EXPECT_EQ(foldedPIDs(items[0]), (PIDs{20})) << shell;
     }
-    const auto several =
-        rowsOf(processOne + line(20, 1, "sh -c vitest run; node x.js") + line(21, 20, "node x.js"),
-               orphans({20, 21}));
-    ASSERT_EQ(pidsOf(several), (PIDs{21}));
-    EXPECT_EQ(several[0].kind, ProcessKind::node);
 }
 
 TEST(OrphanedShells, withSeveralChildrenOrNoneStayAsTheyAre) {

@@ -2,6 +2,7 @@
 #include "tests/core/scan/PipelineItems.h"
 #include "tests/core/scan/SnapshotRows.h"
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -152,12 +153,61 @@ TEST(RunnerRows, keepTheLabelOfTheRuleThatTheChildMatched) {
     EXPECT_EQ(items[0].kind, ProcessKind::custom);
     EXPECT_EQ(items[0].customLabel, "Shop");
     EXPECT_EQ(items[0].riskTier, RiskTier::moderate);
+}
 
-    const auto vite = rowsOf(orphanedTree("npm run dev", "vite", "node /x/.bin/vite"), withOrphan(10),
-                             {.customRules = rules});
-    ASSERT_EQ(vite.size(), 1U);
-    EXPECT_EQ(vite[0].kind, ProcessKind::vite);
-    EXPECT_EQ(vite[0].customLabel, std::nullopt);
+TEST(RunnerRows, aRuleThatTheRunnerMatchesGoesOnProtecting) {
+    const std::vector<CustomRule> rules = {{"npm test", "Nightly"}};
+    const auto items =
+        rowsOf(orphanedTree("npm test", "vitest", "node (vitest)"), withOrphan(10), {.customRules = rules});
+    ASSERT_EQ(pidsOf(items), (PIDs{10}));
+    EXPECT_EQ(items[0].kind, ProcessKind::custom);
+    EXPECT_EQ(items[0].customLabel, "Nightly");
+    EXPECT_EQ(items[0].command, "node (vitest)");
+    EXPECT_EQ(items[0].riskTier, RiskTier::moderate);
+}
+
+TEST(RunnerRows, anotherChildOfARunnerKeepsTheRowFromBeingSafe) {
+    const std::string tree = orphanedTree("npm test", "vitest", "node (vitest)");
+    ASSERT_EQ(rowsOf(tree, withOrphan(10))[0].riskTier, RiskTier::easy);
+    for (const char* parent : {"10", "11"}) { // the runner's own, or its shell's
+        const auto rows =
+            rowsOf(tree + "13 " + parent + " 02:00:00 ? 0 10 python3 backup.py\n", withOrphan(10));
+        ASSERT_EQ(pidsOf(rows), (PIDs{10})) << parent;
+        EXPECT_EQ(rows[0].riskTier, RiskTier::moderate) << parent;
+    }
+    const auto hidden =
+        rowsOf(tree + "13 11 02:00:00 ? 0 10 node /x/.bin/vite\n", withOrphan(10), {.dismissedPIDs = {13}});
+    ASSERT_EQ(pidsOf(hidden), (PIDs{10}));
+    EXPECT_EQ(hidden[0].riskTier, RiskTier::moderate);
+    const auto itself = rowsOf(tree, withOrphan(10), {.ignoredNames = {"(vitest)"}});
+    EXPECT_TRUE(std::ranges::none_of(itself, [](auto& row) { return row.riskTier == RiskTier::easy; }));
+    const auto worker = rowsOf(tree + "13 12 02:00:00 ? 0 10 python3 helper.py\n", withOrphan(10));
+    EXPECT_EQ(worker[0].riskTier, RiskTier::easy) << "what the tool itself started";
+}
+
+TEST(RunnerRows, anotherChildOfARunnerWithinTheRowCountsToo) {
+    const auto items = rowsOf(std::string(processOne) + "10 1 02:00:00 ? 1 100 npm test\n"
+                                                        "11 10 02:00:00 ? 1 10 sh -c npx vitest\n"
+                                                        "12 11 02:00:00 ? 1 100 npm exec vitest\n"
+                                                        "13 12 02:00:00 ? 1 300 node (vitest)\n"
+                                                        "14 12 02:00:00 ? 1 300 python3 backup.py\n",
+                              withOrphan(10));
+    ASSERT_EQ(pidsOf(items), (PIDs{10}));
+    EXPECT_EQ(items[0].riskTier, RiskTier::moderate);
+}
+
+TEST(RunnerRows, aHostOfATerminalKeepsTheRowFromBeingSafe) {
+    const std::string tree = orphanedTree("npm test", "vitest", "node (vitest)");
+    for (const int32_t host : {11, 12}) {
+        FakeKernel kernel = withOrphan(10);
+        kernel.letHoldTerminal(host);
+        const auto rows = rowsOf(tree, kernel);
+        ASSERT_EQ(pidsOf(rows), (PIDs{10})) << host;
+        EXPECT_EQ(rows[0].riskTier, RiskTier::moderate) << host;
+    }
+    const auto rows = rowsOf(tree + "13 12 02:00:00 pts/4 0 10 bash\n", withOrphan(10));
+    ASSERT_EQ(pidsOf(rows), (PIDs{10}));
+    EXPECT_EQ(rows[0].riskTier, RiskTier::moderate);
 }
 
 TEST(RunnerRows, areRatedInTheRunnersPlace) {

@@ -77,7 +77,8 @@ TEST(RunnerShells, aRenamedNodeToolIsClassifiedByItsNameAndShownAsPSPrintedIt) {
 TEST(RunnerShells, theScriptNamesWhatABareNodeProcessIs) {
     const auto items = rowsOf("913 505 00:08 ? 1.6 59292 npm test\n"
                               "959 913 00:07 ? 0.0  1652 sh -c vitest --watch\n"
-                              "960 959 00:07 ? 4.7 101000 node /x/node_modules/vitest/vitest.mjs --watch\n");
+                              "960 959 00:07 ? 4.7 101000 node /x/main.mjs --watch\n",
+                              {}, {}, {.arguments = {{959, {"sh", "-c", "vitest --watch"}}}});
     ASSERT_EQ(items.size(), 1U);
     EXPECT_EQ(items.front().kind, ProcessKind::vitest);
     EXPECT_EQ(items.front().riskTier, RiskTier::moderate); // as a test runner's that somebody started
@@ -86,7 +87,8 @@ TEST(RunnerShells, theScriptNamesWhatABareNodeProcessIs) {
 TEST(RunnerShells, theScriptDoesNotOverrideAMoreSpecificKind) {
     const auto items = rowsOf("913 505 00:08 ? 1.6 59292 npm test\n"
                               "959 913 00:07 ? 0.0  1652 sh -c jest-wrapper jest\n"
-                              "960 959 00:07 ? 4.7 101000 node /x/.bin/vite\n");
+                              "960 959 00:07 ? 4.7 101000 node /x/.bin/vite\n",
+                              {}, {}, {.arguments = {{959, {"sh", "-c", "jest-wrapper jest"}}}});
     EXPECT_EQ(items.front().kind, ProcessKind::vite);
 }
 
@@ -95,13 +97,15 @@ TEST(RunnerShells, aScriptWithSeveralProgramsNamesNone) {
                                "vitest; node server.js", "vitest | node server.js"}) {
         const auto items = rowsOf("913 505 00:08 ? 1.6 59292 npm test\n"
                                   "959 913 00:07 ? 0.0  1652 sh -c " +
-                                  std::string(script) + "\n960 959 00:07 ? 4.7 101000 node server.js\n");
+                                      std::string(script) + "\n960 959 00:07 ? 4.7 101000 node server.js\n",
+                                  {}, {}, {.arguments = {{959, {"sh", "-c", script}}}});
         EXPECT_EQ(items.front().kind, ProcessKind::node) << script;
     }
     const auto two = rowsOf("913 505 00:08 ? 1.6 59292 npm test\n"
                             "959 913 00:07 ? 0.0  1652 sh -c vitest --watch\n"
                             "960 959 00:07 ? 4.7 101000 node server.js\n"
-                            "961 959 00:07 ? 4.7 101000 node other.js\n");
+                            "961 959 00:07 ? 4.7 101000 node other.js\n",
+                            {}, {}, {.arguments = {{959, {"sh", "-c", "vitest --watch"}}}});
     ASSERT_EQ(two.size(), 3U); // nothing to merge, and no guess
     EXPECT_EQ(two[0].kind, ProcessKind::npm);
     EXPECT_EQ(foldedPIDs(two[0]), (PIDs{959}));
@@ -204,11 +208,30 @@ TEST(IsPackageRunner, severalToolsRunPackagesOnlyWhenTheyAreToldTo) {
     }
 }
 
-TEST(ShellScript, isWhatFollowsTheFlag) {
-    EXPECT_EQ(RunnerShells::shellScript("sh -c vite --port 1"), "vite --port 1");
-    EXPECT_EQ(RunnerShells::shellScript("/bin/dash -c  'vite'"), "'vite'");
-    EXPECT_EQ(RunnerShells::shellScript("bash -c"), "");
-    EXPECT_EQ(RunnerShells::shellScript("bash --norc -i"), std::nullopt);
-    EXPECT_EQ(RunnerShells::shellScript("zsh -c vite"), std::nullopt);
-    EXPECT_EQ(RunnerShells::shellScript("sh x.sh -c"), std::nullopt);
+TEST(ToldText, ofAShellComesAfterItsOptions) {
+    for (const char* command : {"sh -c vite --port 1", "/bin/dash -c  'vite'", "bash -lc vite", "sh -ec vite",
+                                "bash -o pipefail -c vite", "bash --norc -c vite",
+                                "bash --rcfile /x/rc -c vite", "sh -c -e vite", "sh -ce vite"}) {
+        EXPECT_TRUE(RunnerShells::isToldText(command)) << command;
+    }
+    for (const char* command : {"bash --norc -i", "zsh -c vite", "sh x.sh -c", "sh", "bash -o -c",
+                                "/x/csh -c vite", "bash --rcfile -c", "bash -- -c vite", ""}) {
+        EXPECT_FALSE(RunnerShells::isToldText(command)) << command;
+    }
+}
+
+TEST(ToldText, isOfOneProgramWhenNothingSeparatesCommands) {
+    using Arguments = std::vector<std::string>;
+    EXPECT_EQ(RunnerShells::textOfOneProgram(Arguments{"sh", "-c", "vite --port 1"}), "vite --port 1");
+    EXPECT_EQ(RunnerShells::textOfOneProgram(Arguments{"/bin/bash", "-o", "pipefail", "-lc", "vite"}),
+              "vite");
+    EXPECT_EQ(RunnerShells::textOfOneProgram(Arguments{"sh", "-c", "vite", "name"}), "vite");
+    for (const char* text : {"vite\npython3 x.py", "vite; x", "vite && x", "vite | x", "vite & x",
+                             "$(x) vite", "vite `x`", "(vite)", "vite <(x)"}) {
+        EXPECT_EQ(RunnerShells::textOfOneProgram(Arguments{"sh", "-c", text}), std::nullopt) << text;
+    }
+    EXPECT_EQ(RunnerShells::textOfOneProgram(Arguments{"sh", "-c"}), std::nullopt);
+    EXPECT_EQ(RunnerShells::textOfOneProgram(Arguments{"sh", "vite"}), std::nullopt);
+    EXPECT_EQ(RunnerShells::textOfOneProgram(Arguments{"zsh", "-c", "vite"}), std::nullopt);
+    EXPECT_EQ(RunnerShells::textOfOneProgram(Arguments{}), std::nullopt);
 }

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "VintrelCore/scan/RecordPipeline.h"
 #include "VintrelCore/scan/ScanCore.h"
 #include "tests/support/Snapshots.h"
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,18 +14,37 @@
 
 namespace VintrelTests {
 
+/// What a test lets be found out about single processes, by their numbers.
+struct Found {
+    std::map<int32_t, std::vector<std::string>> arguments{};
+    std::map<int32_t, std::string> executables{};
+
+    [[nodiscard]] VintrelCore::ProcessLookup lookup(const FakeKernel& kernel) const {
+        const auto valueIn = [](const auto& values) {
+            return [&values](int32_t pid) {
+                const auto found = values.find(pid);
+                return found != values.end() ? std::optional(found->second) : std::nullopt;
+            };
+        };
+        return {.argumentsOf = valueIn(arguments),
+                .executableOf = valueIn(executables),
+                .holdsTerminal = kernel.view().holdsTerminal,
+                .wasInSnapshot = [](int32_t) { return true; }};
+    }
+};
+
 /// The rows of a snapshot whose text is prepared, with what the kernel knows. Each process started as many
 /// seconds after the epoch as its number says.
 inline std::vector<VintrelCore::ProcessItem> rowsOf(const std::string& psOutput,
                                                     const FakeKernel& kernel = {},
-                                                    VintrelCore::ScanCore::EnumerateOptions options = {}) {
+                                                    VintrelCore::ScanCore::EnumerateOptions options = {},
+                                                    const Found& found = {}) {
     const auto records = VintrelCore::snapshotRecords(psOutput, kernel.view());
-    options.records = records;
     options.registeredPIDs = options.registeredPIDs.value_or(VintrelCore::ScanCore::PIDSet());
     options.startTimeProvider = [](int32_t pid) {
         return std::optional(VintrelCore::ProcStartTime{.sec = pid, .usec = 0});
     };
-    return VintrelCore::ScanCore::enumerate(options);
+    return VintrelCore::ScanCore::candidatesIn(records, options, found.lookup(kernel)).items;
 }
 
 /// What is folded into a row, in its order. Fails the test where a stamp is not the process's own.
