@@ -25,6 +25,19 @@ using Clock = std::chrono::steady_clock;
 
 using PreferencesWritersTest = WritersTest;
 
+/// Saving waits a few seconds for the lock. On a busy disk another writer may hold it for longer, and saving
+/// says that it was not possible. It is tried again then, as a user would.
+bool saveAtLast(const Preferences& values, Key key) {
+    constexpr int mostTries = 4;
+    for (int tries = 1; tries <= mostTries; ++tries) {
+        if (values.save({key})) {
+            return true;
+        }
+        std::cout << "setting " << values.scanInterval << " was refused, in try " << tries << '\n';
+    }
+    return false;
+}
+
 /// Saves the one setting of this writer again and again, and expects it to be there each time. How often it
 /// was not.
 int saveOften(Key key, int times, std::chrono::milliseconds pause = 0ms) {
@@ -36,7 +49,7 @@ int saveOften(Key key, int times, std::chrono::milliseconds pause = 0ms) {
         values.elapsedThreshold = time;
         values.ignoredNames = {text, text};
         values.protectedProjects = {text};
-        const bool isSaved = values.save({key});
+        const bool isSaved = saveAtLast(values, key);
         const Preferences read = Preferences::load().values;
         const bool isThere = key == Key::scanInterval       ? read.scanInterval == time
                              : key == Key::elapsedThreshold ? read.elapsedThreshold == time
