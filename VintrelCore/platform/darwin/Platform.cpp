@@ -1,5 +1,7 @@
 #include "VintrelCore/platform/Platform.h"
 
+#include "VintrelCore/platform/Facts.h"
+
 #include <array>
 
 #include <sys/proc.h>
@@ -79,6 +81,10 @@ KernelView kernelView() {
             .ownPID = ::getpid(),
             .ownControlGroup = {},
             .factsOf = [](int32_t) { return std::optional<KernelFacts>(); }};
+}
+
+std::unique_ptr<Facts> kernelFacts() {
+    return nullptr;
 }
 
 } // namespace VintrelCore::Platform
