@@ -3,9 +3,44 @@
 #include "VintrelCore/base/Text.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 
 namespace VintrelCore::ProcFiles {
+
+namespace {
+
+/// Puts a field of "stat" where it belongs; fields are counted as the manual page does.
+void take(Stat& stat, int field, int64_t value) {
+    switch (field) {
+    case 4:
+        stat.parent = static_cast<int32_t>(value);
+        break;
+    case 6:
+        stat.sessionID = static_cast<int32_t>(value);
+        break;
+    case 7:
+        stat.terminal = static_cast<uint32_t>(value); // printed as a signed number
+        break;
+    case 14: // its own time
+    case 15: // the kernel's for it
+        stat.usedTicks += static_cast<uint64_t>(std::max<int64_t>(value, 0));
+        break;
+    case 20:
+        stat.threadCount = static_cast<int32_t>(value);
+        break;
+    case 22:
+        stat.startTicks = static_cast<uint64_t>(value);
+        break;
+    case 24:
+        stat.residentPages = value;
+        break;
+    default:
+        break;
+    }
+}
+
+} // namespace
 
 std::optional<Stat> parseStat(std::string_view record) {
     const auto nameEnd = record.rfind(')');
@@ -18,28 +53,26 @@ std::optional<Stat> parseStat(std::string_view record) {
         return std::nullopt;
     }
     Stat stat{.state = state.front()};
-    constexpr int sessionField = 6;
-    constexpr int userTimeField = 14;
-    constexpr int systemTimeField = 15;
-    constexpr int threadsField = 20;
     constexpr int startField = 22;
-    for (int field = 4; field <= startField; ++field) {
-        const std::string_view text = Text::takeWord(rest, " \n");
-        const auto value = Text::parseInteger<int64_t>(text);
-        if (!value || (field == startField && *value < 0)) {
+    constexpr int lastField = 24;
+    for (int field = 4; field <= lastField; ++field) {
+        const auto value = Text::parseInteger<int64_t>(Text::takeWord(rest, " \n"));
+        const bool isImpossible = field == startField && value.value_or(0) < 0;
+        if ((!value && field <= startField) || isImpossible) {
             return std::nullopt;
         }
-        if (field == sessionField) {
-            stat.sessionID = static_cast<int32_t>(*value);
-        } else if (field == userTimeField || field == systemTimeField) {
-            stat.usedTicks += static_cast<uint64_t>(std::max<int64_t>(*value, 0));
-        } else if (field == threadsField) {
-            stat.threadCount = static_cast<int32_t>(*value);
-        } else if (field == startField) {
-            stat.startTicks = static_cast<uint64_t>(*value);
-        }
+        take(stat, field, value.value_or(0));
     }
     return stat;
+}
+
+std::optional<std::string_view> parseName(std::string_view record) {
+    const auto start = record.find('(');
+    const auto end = record.rfind(')');
+    if (end == std::string_view::npos || start > end) {
+        return std::nullopt;
+    }
+    return record.substr(start + 1, end - start - 1);
 }
 
 std::vector<std::string> parseArguments(std::string_view record) {
@@ -50,6 +83,50 @@ std::vector<std::string> parseArguments(std::string_view record) {
         record.remove_prefix(std::min(end + 1, record.size()));
     }
     return arguments;
+}
+
+namespace {
+
+/// The port behind the colon of an address in hexadecimal digits.
+std::optional<uint16_t> portOf(std::string_view address) {
+    const auto colon = address.rfind(':');
+    const std::string_view digits =
+        address.substr(colon == std::string_view::npos ? address.size() : colon + 1);
+    const char* const end = digits.data() + digits.size();
+    uint16_t port = 0;
+    const auto [stop, error] = std::from_chars(digits.data(), end, port, 16);
+    return error == std::errc() && stop == end ? std::optional(port) : std::nullopt;
+}
+
+} // namespace
+
+std::vector<ListeningSocket> parseListeningSockets(std::string_view table) {
+    constexpr std::string_view listening = "0A"; // TCP_LISTEN of the kernel
+    std::vector<ListeningSocket> sockets;
+    while (auto line = Text::takeLine(table)) {
+        // sl local_address rem_address st tx_queue:rx_queue tr:tm->when retrnsmt uid timeout inode
+        std::array<std::string_view, 10> fields;
+        for (std::string_view& field : fields) {
+            field = Text::takeWord(*line);
+        }
+        const auto port = portOf(fields[1]);
+        const auto inode = Text::parseInteger<int64_t>(fields.back());
+        if (fields[3] == listening && port && inode && *inode > 0) {
+            sockets.push_back({.inode = static_cast<uint64_t>(*inode), .port = *port});
+        }
+    }
+    return sockets;
+}
+
+std::optional<uint64_t> parseSocketName(std::string_view descriptor) {
+    constexpr std::string_view opening = "socket:[";
+    if (!descriptor.starts_with(opening) || !descriptor.ends_with(']')) {
+        return std::nullopt;
+    }
+    descriptor.remove_prefix(opening.size());
+    descriptor.remove_suffix(1);
+    const auto inode = Text::parseInteger<int64_t>(descriptor);
+    return inode && *inode > 0 ? std::optional(static_cast<uint64_t>(*inode)) : std::nullopt;
 }
 
 namespace {

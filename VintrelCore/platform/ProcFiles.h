@@ -12,18 +12,38 @@ namespace VintrelCore::ProcFiles {
 
 struct Stat {
     char state = '?';
+    int32_t parent = 0;
     int32_t sessionID = 0;
+    uint32_t terminal = 0; ///< the device's number, as in stat(2); 0 for none
     int32_t threadCount = 1;
     uint64_t usedTicks = 0;  ///< of processor time, its own and the kernel's for it, in clock ticks
     uint64_t startTicks = 0; ///< clock ticks between boot and the start of the process
+    int64_t residentPages = 0;
 };
 
 /// Parses "stat". Fields are counted from the last ')': the name before it may hold anything, ") S 1 (" and
-/// line breaks included. Absent when the record is cut off or malformed.
+/// line breaks included. Absent when the record is cut off before the start or malformed.
 [[nodiscard]] std::optional<Stat> parseStat(std::string_view record);
+
+/// The short name of the program in "stat", any bytes: a view into the record. Absent when it is malformed.
+[[nodiscard]] std::optional<std::string_view> parseName(std::string_view record);
 
 /// The arguments in "cmdline", each of which ends with a zero byte; the last need not.
 [[nodiscard]] std::vector<std::string> parseArguments(std::string_view record);
+
+/// A socket that listens over TCP.
+struct ListeningSocket {
+    uint64_t inode = 0; ///< the number by which descriptors name it
+    int port = 0;
+
+    bool operator==(const ListeningSocket&) const = default;
+};
+
+/// Those in "net/tcp" or "net/tcp6"; lines that are malformed are skipped.
+[[nodiscard]] std::vector<ListeningSocket> parseListeningSockets(std::string_view table);
+
+/// The inode of "socket:[4711]", as a descriptor is named; absent when it is no socket.
+[[nodiscard]] std::optional<uint64_t> parseSocketName(std::string_view descriptor);
 
 /// The real user id from "status"; absent when it is not there.
 [[nodiscard]] std::optional<int32_t> parseUserID(std::string_view status);

@@ -24,6 +24,28 @@ TEST(ParseStat, findsStateSessionAndStart) {
     EXPECT_EQ(stat->sessionID, 77);
     EXPECT_EQ(stat->startTicks, 4200U);
     EXPECT_EQ(stat->usedTicks, 10U) << "7 of its own, 3 of the kernel's";
+    EXPECT_EQ(stat->parent, 1);
+    EXPECT_EQ(stat->terminal, 0U);
+    EXPECT_EQ(stat->residentPages, 250);
+}
+
+TEST(ParseStat, readsTheDeviceOfATerminalWhateverItsSign) {
+    const auto terminalOf = [](const std::string& field) {
+        const auto stat = ProcFiles::parseStat("9 (sh) S 1 9 9 " + field +
+                                               " 9 0 0 0 0 0 7 3 0 0 20 0 1 0 4200 1000 250 1\n");
+        return stat ? std::optional(stat->terminal) : std::nullopt;
+    };
+    EXPECT_EQ(terminalOf("34817"), 34817U);
+    EXPECT_EQ(terminalOf("-2147448831"), 0x80008801U) << "the kernel prints it as a signed number";
+}
+
+TEST(ParseName, takesAllBetweenTheParentheses) {
+    EXPECT_EQ(ProcFiles::parseName(statOf("node")), "node");
+    EXPECT_EQ(ProcFiles::parseName(statOf("a) S 1 (b c")), "a) S 1 (b c");
+    EXPECT_EQ(ProcFiles::parseName(statOf("")), "");
+    EXPECT_EQ(ProcFiles::parseName("12 (nod"), std::nullopt);
+    EXPECT_EQ(ProcFiles::parseName(") ("), std::nullopt);
+    EXPECT_EQ(ProcFiles::parseName(""), std::nullopt);
 }
 
 TEST(ParseStat, isNotFooledByHostileNames) {
@@ -85,4 +107,37 @@ TEST(ParseControlGroup, copesWithOddPaths) {
     EXPECT_EQ(ProcFiles::parseControlGroup("0::/\n"), "/");
     EXPECT_EQ(ProcFiles::parseControlGroup("4:memory:/x\n"), "");
     EXPECT_EQ(ProcFiles::parseControlGroup("garbage\n\n:"), "");
+}
+
+TEST(ParseListeningSockets, takesThoseThatListen) {
+    using Sockets = std::vector<ProcFiles::ListeningSocket>;
+    const std::string heading =
+        "  sl  local_address rem_address   st tx_queue rx_queue tr tm->when retrnsmt   "
+        "uid  timeout inode\n";
+    const auto line = [](const std::string& local, const std::string& state, const std::string& inode) {
+        return "   0: " + local + " 00000000:0000 " + state +
+               " 00000000:00000000 00:00000000 00000000     0" + "        0 " + inode +
+               " 1 0000000000000000 100 0 0 10 0\n";
+    };
+    EXPECT_EQ(ProcFiles::parseListeningSockets(heading + line("0100007F:1435", "0A", "4711") +
+                                               line("0100007F:1436", "01", "4712") +
+                                               line("00000000:1F40", "0A", "4713")),
+              (Sockets{{.inode = 4711, .port = 5173}, {.inode = 4713, .port = 8000}}));
+    EXPECT_EQ(ProcFiles::parseListeningSockets(line("00000000000000000000000001000000:1F40", "0A", "9")),
+              (Sockets{{.inode = 9, .port = 8000}}))
+        << "an address of the sixth version";
+    EXPECT_EQ(ProcFiles::parseListeningSockets(heading), Sockets{});
+    EXPECT_EQ(ProcFiles::parseListeningSockets(
+                  line("0100007F", "0A", "1") + line("0100007F:", "0A", "2") +
+                  line("0100007F:14351", "0A", "3") + line("0100007F:x", "0A", "4") + line(":", "0A", "5") +
+                  line("0:1435", "0A", "0") + line("0:1435", "0A", "-6") + "0A\n"),
+              Sockets{});
+}
+
+TEST(ParseSocketName, takesTheNumberOfASocketOnly) {
+    EXPECT_EQ(ProcFiles::parseSocketName("socket:[4711]"), 4711U);
+    for (const char* other : {"pipe:[4711]", "socket:[]", "socket:[0]", "socket:[-1]", "socket:[4711",
+                              "/tmp/socket:[4711]", "socket:[4711] (deleted)", "socket:", ""}) {
+        EXPECT_EQ(ProcFiles::parseSocketName(other), std::nullopt) << other;
+    }
 }
