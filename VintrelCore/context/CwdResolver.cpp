@@ -6,6 +6,7 @@
 #include "VintrelCore/context/Lsof.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace VintrelCore::CwdResolver {
 
@@ -46,18 +47,19 @@ size_t lengthWithoutDeletedEnding(std::string_view path) {
     return path.size() - (path.size() > ending.size() && path.ends_with(ending) ? ending.size() : 0);
 }
 
-/// Leaves the name alone. A directory may also be called as if something had been put behind its name.
-void dropRemarks(std::string& directory, bool mayTouchFiles) {
-    for (const auto lengthOfName : {lengthWithoutAnnotation, lengthWithoutDeletedEnding}) {
-        const size_t length = lengthOfName(directory);
-        if (length < directory.size() && mayTouchFiles && File::exists(directory)) {
-            return;
-        }
-        directory.resize(length);
-    }
+/// A directory may also be called as if something had been put behind its name: it keeps it, and the result
+/// is true.
+bool shorten(std::string& directory, size_t length, bool mayTouchFiles) {
+    const bool isItself = length < directory.size() && mayTouchFiles && File::exists(directory);
+    directory.resize(isItself ? directory.size() : length);
+    return isItself;
 }
 
 } // namespace
+
+void dropAnnotation(std::string& directory, bool mayTouchFiles) {
+    shorten(directory, lengthWithoutAnnotation(directory), mayTouchFiles);
+}
 
 std::vector<std::string> lsofArguments(std::span<const int32_t> pids) {
     return {"-a", "-p", Lsof::list(pids), "-d", "cwd", "-Fpn"};
@@ -121,12 +123,23 @@ CwdMap processCwds(const ProcessCwdsOptions& options) {
         own = Lsof::ask(lsofArguments(options.forPIDs));
     }
     const bool mayTouchFiles = options.mayTouchFiles && !own.metDeadMount;
+    Directories directories = parseCwds(options.lsofOutput.value_or(own.output));
+    for (auto& [pid, directory] : directories) {
+        dropAnnotation(directory, mayTouchFiles);
+    }
+    return cwdsOf(
+        std::move(directories),
+        {.home = options.home, .gitRootFinder = options.gitRootFinder, .mayTouchFiles = mayTouchFiles});
+}
+
+CwdMap cwdsOf(Directories directories, const CwdsOfOptions& options) {
+    CwdMap cwds;
     const std::string home = options.home.value_or("");
     std::unordered_map<std::string, std::optional<std::string>> gitRoots; // many processes share a directory
-    for (auto& [pid, directory] : parseCwds(options.lsofOutput.value_or(own.output))) {
-        dropRemarks(directory, mayTouchFiles);
+    for (auto& [pid, directory] : directories) {
+        shorten(directory, lengthWithoutDeletedEnding(directory), options.mayTouchFiles);
         const auto [known, isNew] = gitRoots.try_emplace(directory);
-        if (isNew && mayTouchFiles) {
+        if (isNew && options.mayTouchFiles) {
             known->second = options.gitRootFinder(directory);
         }
         const std::optional<std::string>& gitRoot = known->second;

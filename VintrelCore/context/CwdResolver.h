@@ -54,6 +54,22 @@ struct ProcessCwdsOptions {
 /// other programs". What lsof says in place of a directory that it may not read is no directory.
 [[nodiscard]] std::unordered_map<int32_t, std::string> parseCwds(std::string_view lsofOutput);
 
+/// Takes away what lsof puts behind a directory's name: why it could not look at it, or the server that a
+/// mount comes from. A directory of that very name keeps it, as far as files may be touched.
+void dropAnnotation(std::string& directory, bool mayTouchFiles);
+
+using Directories = std::unordered_map<int32_t, std::string>;
+
+struct CwdsOfOptions {
+    std::optional<std::string> home{}; ///< the folder to write as "~"
+    GitRootFinder gitRootFinder = findGitRoot;
+    bool mayTouchFiles = true; ///< as in `ProcessCwdsOptions`
+};
+
+/// An entry for each of the directories, which are named as the kernel does it: a deleted one has "
+/// (deleted)" behind it.
+[[nodiscard]] CwdMap cwdsOf(Directories directories, const CwdsOfOptions& options);
+
 /// A project's name: the last component of its root, and the way from there to `cwd`.
 [[nodiscard]] std::string projectLabel(std::string_view cwd, const std::optional<std::string>& gitRoot);
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "VintrelCore/platform/Facts.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -41,6 +43,17 @@ inline constexpr size_t defaultCap = 15;
 /// The arguments behind it, for callers that ask about several processes or want to be able to stop lsof.
 /// `pids` must not be empty: lsof would list every process of the machine.
 [[nodiscard]] std::vector<std::string> lsofArguments(std::span<const int32_t> pids);
+
+/// The numbered descriptors in lsof's field format. The working directory, the program itself and what is
+/// mapped have none.
+[[nodiscard]] std::vector<Platform::OpenDescriptor> parseDescriptors(std::string_view lsofOutput);
+
+/// The regular files and sockets among them, each name once.
+[[nodiscard]] std::vector<OpenFile> filesAmong(std::vector<Platform::OpenDescriptor> descriptors);
+
+/// Cut off after `cap`, with "~" for the folder `home`.
+[[nodiscard]] OpenFileList listed(std::vector<OpenFile> files, std::string_view home,
+                                  size_t cap = defaultCap);
 
 /// Regular files and sockets behind numbered descriptors, each name once, from lsof's field format. Source of
 /// the format: the manual page lsof(8), "output for other programs".
