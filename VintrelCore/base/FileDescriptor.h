@@ -30,6 +30,9 @@ public:
 
     explicit operator bool() const { return m_descriptor >= 0; }
 
+    /// The number, which the caller owns from now on.
+    [[nodiscard]] int release() { return std::exchange(m_descriptor, -1); }
+
     void close() {
         if (m_descriptor >= 0) {
             ::close(std::exchange(m_descriptor, -1));

@@ -106,6 +106,9 @@ void appendTwoDigits(std::string& text, int64_t number) {
 
 std::string commandLine(std::string_view cmdline, const Printable& isPrintable) {
     std::string line(cmdline.substr(0, cmdline.find_last_not_of('\0') + 1));
+    if (line.empty()) {
+        return cmdline.empty() ? "" : "?";
+    }
     std::ranges::replace_if(line, [](char byte) { return byte == '\0' || byte == '\n'; }, ' ');
     const auto end = line.find_last_not_of(' ');
     line.resize(end == std::string::npos ? 0 : end + 1);

@@ -13,7 +13,8 @@ namespace VintrelCore::ProcText {
 using Printable = std::function<bool(char32_t character)>;
 
 /// The arguments of "cmdline" in a line: a blank behind each, also in place of line breaks; what cannot be
-/// printed, or is no UTF-8, as question marks; without blanks at its ends.
+/// printed, or is no UTF-8, as question marks; without blanks at its ends. One question mark where all of
+/// them are empty.
 [[nodiscard]] std::string commandLine(std::string_view cmdline, const Printable& isPrintable);
 
 /// A program's short name, printable in the same way. Line breaks are question marks here.

@@ -1,7 +1,5 @@
 #include "VintrelCore/platform/Platform.h"
 
-#include "VintrelCore/platform/Facts.h"
-
 #include <array>
 
 #include <sys/proc.h>
@@ -81,10 +79,6 @@ KernelView kernelView() {
             .ownPID = ::getpid(),
             .ownControlGroup = {},
             .factsOf = [](int32_t) { return std::optional<KernelFacts>(); }};
-}
-
-std::unique_ptr<Facts> kernelFacts() {
-    return nullptr;
 }
 
 } // namespace VintrelCore::Platform

@@ -3,12 +3,11 @@
 #include "VintrelCore/base/File.h"
 #include "VintrelCore/base/Path.h"
 #include "VintrelCore/platform/ProcFiles.h"
+#include "VintrelCore/platform/linux/KernelClock.h"
 
-#include <algorithm>
 #include <array>
 #include <climits>
 #include <cstdlib>
-#include <ctime>
 #include <filesystem>
 #include <system_error>
 
@@ -20,7 +19,6 @@ namespace {
 
 constexpr size_t maxRecord = size_t{64} << 10;
 constexpr size_t maxArguments = size_t{128} << 10;
-constexpr int64_t microsecondsPerSecond = 1'000'000;
 
 std::string procPath(int32_t pid, std::string_view name) {
     return "/proc/" + std::to_string(pid) + "/" + std::string(name);
@@ -35,33 +33,8 @@ std::optional<ProcFiles::Stat> readStat(int32_t pid) {
     return record ? ProcFiles::parseStat(*record) : std::nullopt;
 }
 
-int64_t clockMicroseconds(clockid_t clock) {
-    timespec time{};
-    ::clock_gettime(clock, &time);
-    return int64_t{time.tv_sec} * microsecondsPerSecond + time.tv_nsec / 1'000;
-}
-
-/// The moment of boot by today's clock. Sampled once: the kernel's ticks never change, but the clock may be
-/// set, and an identity must not move with it.
-int64_t bootMicroseconds() {
-    static const int64_t sampled = clockMicroseconds(CLOCK_REALTIME) - clockMicroseconds(CLOCK_BOOTTIME);
-    return sampled;
-}
-
-int64_t ticksPerSecond() {
-    static const int64_t sampled = std::max<int64_t>(::sysconf(_SC_CLK_TCK), 1);
-    return sampled;
-}
-
-ProcStartTime timeOfTicks(int64_t ticks) {
-    const int64_t sinceBoot = ticks / ticksPerSecond() * microsecondsPerSecond +
-                              ticks % ticksPerSecond() * microsecondsPerSecond / ticksPerSecond();
-    const int64_t start = bootMicroseconds() + sinceBoot;
-    return {.sec = start / microsecondsPerSecond, .usec = start % microsecondsPerSecond};
-}
-
 ProcStartTime timeOf(const ProcFiles::Stat& stat) {
-    return timeOfTicks(static_cast<int64_t>(stat.startTicks));
+    return KernelClock::timeOfTicks(static_cast<int64_t>(stat.startTicks));
 }
 
 std::optional<KernelFacts> readKernelFacts(int32_t pid) {
@@ -146,8 +119,8 @@ std::optional<ProcessRecord> processRecord(int32_t pid) {
     return ProcessRecord{.startTime = timeOf(*stat),
                          .isStopped = stat->state == 'T',
                          .isZombie = (stat->state == 'Z' && stat->threadCount <= 1) || stat->state == 'X',
-                         .usedCPU =
-                             static_cast<double>(stat->usedTicks) / static_cast<double>(ticksPerSecond())};
+                         .usedCPU = static_cast<double>(stat->usedTicks) /
+                                    static_cast<double>(KernelClock::ticksPerSecond())};
 }
 
 std::optional<std::vector<std::string>> arguments(int32_t pid) {
@@ -162,12 +135,11 @@ std::optional<std::string> executable(int32_t pid) {
 }
 
 std::optional<ProcStartTime> startTimeOfNow() {
-    const int64_t sinceBoot = clockMicroseconds(CLOCK_BOOTTIME);
-    return timeOfTicks(sinceBoot / microsecondsPerSecond * ticksPerSecond() +
-                       sinceBoot % microsecondsPerSecond * ticksPerSecond() / microsecondsPerSecond);
+    return KernelClock::timeOfTicks(KernelClock::ticksSinceBoot());
 }
 
 KernelView kernelView() {
+    constexpr double microsecondsPerSecond = 1e6;
     const auto own = File::readKernelFile("/proc/self/cgroup", maxRecord);
     return {.correctsParents = true,
             .knowsContainers = true,
@@ -175,7 +147,7 @@ KernelView kernelView() {
             .ownPID = ::getpid(),
             .ownControlGroup = own ? ProcFiles::parseControlGroup(*own) : std::string(),
             .secondsSinceBoot =
-                static_cast<double>(clockMicroseconds(CLOCK_BOOTTIME)) / microsecondsPerSecond,
+                static_cast<double>(KernelClock::microsecondsSinceBoot()) / microsecondsPerSecond,
             .factsOf = readKernelFacts,
             .holdsTerminal = readHoldsTerminal,
             .unitProcessOf = readUnitProcess};

@@ -26,7 +26,7 @@ TEST(ProcCommandLine, joinsArgumentsByBlanks) {
     EXPECT_EQ(shown("a\0\0\0b\0\0\0"s), "a   b") << "empty arguments leave their blanks";
     EXPECT_EQ(shown("a  \0  \0"s), "a");
     EXPECT_EQ(shown("a title"s), "a title");
-    EXPECT_EQ(shown("\0\0"s), "");
+    EXPECT_EQ(shown("\0\0"s), "?");
     EXPECT_EQ(shown(""s), "");
 }
 

@@ -1,0 +1,215 @@
+#include "VintrelCore/platform/linux/Facts.h"
+
+#include "VintrelCore/base/Text.h"
+#include "VintrelCore/platform/ProcText.h"
+#include "VintrelCore/platform/linux/KernelClock.h"
+#include "VintrelCore/platform/linux/KernelTable.h"
+#include "VintrelCore/platform/linux/ListeningSockets.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace VintrelCore::Platform {
+
+namespace {
+
+bool isMasterOfTerminals(std::string_view file) {
+    return file == "/dev/ptmx" || file == "/dev/pts/ptmx"; // the second is what the first leads to
+}
+
+/// In lsof's words, as far as they matter here. The file's own system is not asked: it may not answer.
+std::string typeOf(const FileDescriptor& folder, const char* number) {
+    struct statx status{};
+    if (::statx(folder.get(), number, AT_STATX_DONT_SYNC | AT_NO_AUTOMOUNT, 0, &status) != 0) {
+        return "unknown";
+    }
+    switch (status.stx_mode & S_IFMT) {
+    case S_IFREG:
+        return "REG";
+    case S_IFDIR:
+        return "DIR";
+    case S_IFCHR:
+        return "CHR";
+    case S_IFBLK:
+        return "BLK";
+    case S_IFIFO:
+        return "FIFO";
+    case S_IFSOCK:
+        return "sock";
+    default:
+        return "a_inode";
+    }
+}
+
+std::unordered_map<uint64_t, int> listenersOn(const std::set<int>& ports) {
+    auto sockets = ListeningSockets::dumped();
+    if (!sockets) {
+        sockets = ListeningSockets::tabled();
+    }
+    std::unordered_map<uint64_t, int> portsByInode;
+    for (const ProcFiles::ListeningSocket& socket :
+         sockets.value_or(std::vector<ProcFiles::ListeningSocket>())) {
+        if (ports.contains(socket.port)) {
+            portsByInode.emplace(socket.inode, socket.port);
+        }
+    }
+    return portsByInode;
+}
+
+} // namespace
+
+FactsFromKernel::FactsFromKernel() : m_buffer(KernelTable::bufferSize) {
+    KernelTable::Reader table(m_proc, m_buffer);
+    for (const int32_t pid : m_proc.isOpen() ? m_proc.pids() : std::vector<int32_t>()) {
+        if (auto row = table.read(pid)) {
+            m_stats.emplace(pid, row->stat);
+            m_processes.push_back(std::move(row->facts));
+        }
+    }
+}
+
+Shortfall FactsFromKernel::shortfall() {
+    // This process is there at least.
+    return {.fault = m_processes.empty() ? Shell::Fault::broken : Shell::Fault::none};
+}
+
+KernelView FactsFromKernel::kernelView() {
+    KernelView view = Platform::kernelView();
+    view.factsOf = [this](int32_t pid) { return readFacts(pid); };
+    view.holdsTerminal = [this](int32_t pid) { return holdsTerminal(pid); };
+    view.unitProcessOf = [this](int32_t pid) { return unitProcess(pid); };
+    return view;
+}
+
+FileDescriptor FactsFromKernel::open(int32_t pid) {
+    const auto known = m_stats.find(pid);
+    if (known == m_stats.end()) {
+        return {};
+    }
+    FileDescriptor process = m_proc.open(pid);
+    const auto record = process ? readBelow(process, "stat", m_buffer) : std::nullopt;
+    const auto stat = record ? ProcFiles::parseStat(*record) : std::nullopt;
+    return stat && stat->startTicks == known->second.startTicks ? std::move(process) : FileDescriptor();
+}
+
+std::optional<KernelFacts> FactsFromKernel::readFacts(int32_t pid) {
+    const FileDescriptor process = open(pid);
+    const auto status = process ? readBelow(process, "status", m_buffer) : std::nullopt;
+    const auto userID = status ? ProcFiles::parseUserID(*status) : std::nullopt;
+    const auto cgroups = userID ? readBelow(process, "cgroup", m_buffer) : std::nullopt;
+    if (!cgroups) {
+        return std::nullopt;
+    }
+    const ProcFiles::Stat& stat = m_stats.at(pid);
+    return KernelFacts{.userID = *userID,
+                       .state = stat.state,
+                       .sessionID = stat.sessionID,
+                       .startTime = KernelClock::timeOfTicks(static_cast<int64_t>(stat.startTicks)),
+                       .controlGroup = ProcFiles::parseControlGroup(*cgroups)};
+}
+
+bool FactsFromKernel::holdsTerminal(int32_t pid) {
+    bool holds = false;
+    forEachDescriptor(open(pid), [&holds](const FileDescriptor&, const char*, std::string_view target) {
+        holds = isMasterOfTerminals(target);
+        return !holds;
+    });
+    return holds;
+}
+
+std::optional<int32_t> FactsFromKernel::unitProcess(int32_t pid) {
+    const FileDescriptor process = open(pid);
+    const auto environment = process ? readBelow(process, "environ", m_buffer) : std::nullopt;
+    return environment ? ProcFiles::parseUnitProcess(*environment) : std::nullopt;
+}
+
+std::optional<std::vector<std::string>> FactsFromKernel::arguments(int32_t pid) {
+    const FileDescriptor process = open(pid);
+    const auto owner = process ? ownerOf(process) : std::nullopt;
+    const auto record = owner ? readBelow(process, "cmdline", m_buffer) : std::nullopt;
+    const bool isWhole = record && record->size() <= KernelTable::mostOfArguments(*owner);
+    return isWhole ? std::optional(ProcFiles::parseArguments(*record)) : std::nullopt;
+}
+
+std::optional<std::string> FactsFromKernel::executable(int32_t pid) {
+    const FileDescriptor process = open(pid);
+    return process ? readLinkBelow(process, "exe") : std::nullopt;
+}
+
+std::optional<int64_t> FactsFromKernel::residentKB(int32_t pid) {
+    const FileDescriptor process = open(pid);
+    auto record = process ? readBelow(process, "statm", m_buffer) : std::nullopt;
+    if (!record) {
+        return std::nullopt;
+    }
+    static_cast<void>(Text::takeWord(*record)); // the size of its address space
+    const auto pages = Text::parseInteger<int64_t>(Text::takeWord(*record));
+    return pages ? std::optional(KernelTable::kibibytesOf(*pages)) : std::nullopt;
+}
+
+Folders FactsFromKernel::folders(std::span<const int32_t> pids) {
+    Folders folders;
+    for (const int32_t pid : pids) {
+        const FileDescriptor process = open(pid);
+        if (auto folder = process ? readLinkBelow(process, "cwd") : std::nullopt) {
+            folders.byPID.emplace(pid, *std::move(folder));
+        }
+    }
+    return folders;
+}
+
+Listeners FactsFromKernel::listeners(const std::set<int>& ports, std::span<const int32_t> candidates) {
+    const PortsByInode portsByInode = listenersOn(ports);
+    Listeners listeners;
+    std::unordered_set<uint64_t> missing;
+    for (const auto& [inode, port] : portsByInode) {
+        missing.insert(inode);
+    }
+    const auto lookAt = [&](int32_t pid) {
+        forEachDescriptor(open(pid), [&](const FileDescriptor&, const char*, std::string_view target) {
+            const auto inode = ProcFiles::parseSocketName(target);
+            const auto found = inode ? portsByInode.find(*inode) : portsByInode.end();
+            if (found != portsByInode.end()) {
+                listeners.byPID[pid].insert(found->second);
+                missing.erase(found->first);
+            }
+            return true;
+        });
+    };
+    const std::unordered_set<int32_t> first(candidates.begin(), candidates.end());
+    for (const int32_t pid : portsByInode.empty() ? std::unordered_set<int32_t>() : first) {
+        lookAt(pid);
+    }
+    for (const ProcessFacts& process : m_processes) {
+        if (missing.empty()) {
+            break;
+        }
+        if (!first.contains(process.pid)) {
+            lookAt(process.pid);
+        }
+    }
+    return listeners;
+}
+
+std::vector<OpenDescriptor> FactsFromKernel::openDescriptors(std::span<const int32_t> pids) {
+    std::vector<OpenDescriptor> descriptors;
+    for (const int32_t pid : pids) {
+        forEachDescriptor(
+            open(pid), [&](const FileDescriptor& folder, const char* number, std::string_view target) {
+                descriptors.push_back({.type = typeOf(folder, number), .name = std::string(target)});
+                return true;
+            });
+    }
+    return descriptors;
+}
+
+std::unique_ptr<Facts> kernelFacts() {
+    return std::make_unique<FactsFromKernel>();
+}
+
+} // namespace VintrelCore::Platform

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "VintrelCore/platform/Facts.h"
+#include "VintrelCore/platform/ProcFiles.h"
+#include "VintrelCore/platform/linux/ProcFolder.h"
+
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+namespace VintrelCore::Platform {
+
+/// Facts read from /proc and from the kernel's dump of sockets. Nothing here waits for a mount.
+class FactsFromKernel : public Facts {
+public:
+    /// Reads the table.
+    FactsFromKernel();
+
+    [[nodiscard]] std::span<const ProcessFacts> processes() override { return m_processes; }
+
+    [[nodiscard]] Shortfall shortfall() override;
+    [[nodiscard]] KernelView kernelView() override;
+    [[nodiscard]] std::optional<std::vector<std::string>> arguments(int32_t pid) override;
+    [[nodiscard]] std::optional<std::string> executable(int32_t pid) override;
+    [[nodiscard]] std::optional<int64_t> residentKB(int32_t pid) override;
+    [[nodiscard]] Folders folders(std::span<const int32_t> pids) override;
+    [[nodiscard]] Listeners listeners(const std::set<int>& ports,
+                                      std::span<const int32_t> candidates) override;
+    [[nodiscard]] std::vector<OpenDescriptor> openDescriptors(std::span<const int32_t> pids) override;
+
+private:
+    using PortsByInode = std::unordered_map<uint64_t, int>;
+
+    /// The folder of a process of the table; none when it has ended, also when its number is another one's.
+    [[nodiscard]] FileDescriptor open(int32_t pid);
+    [[nodiscard]] std::optional<KernelFacts> readFacts(int32_t pid);
+    [[nodiscard]] bool holdsTerminal(int32_t pid);
+    [[nodiscard]] std::optional<int32_t> unitProcess(int32_t pid);
+
+    ProcFolder m_proc;
+    std::vector<char> m_buffer; // for one file at a time
+    std::vector<ProcessFacts> m_processes;
+    /// By pid. The rest of the records is in `m_processes`.
+    std::unordered_map<int32_t, ProcFiles::Stat> m_stats;
+};
+
+} // namespace VintrelCore::Platform

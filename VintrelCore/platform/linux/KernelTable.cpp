@@ -1,0 +1,95 @@
+#include "VintrelCore/platform/linux/KernelTable.h"
+
+#include "VintrelCore/base/Text.h"
+#include "VintrelCore/platform/ProcText.h"
+#include "VintrelCore/platform/linux/KernelClock.h"
+
+#include <algorithm>
+#include <string>
+#include <utility>
+
+#include <locale.h>
+#include <unistd.h>
+#include <wctype.h>
+
+namespace VintrelCore::Platform::KernelTable {
+
+namespace {
+
+constexpr std::string_view defunct = " <defunct>";
+
+/// As the C library has it in the locale in which tools are run.
+bool isPrintable(char32_t character) {
+    static const locale_t utf8 = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+    return utf8 == nullptr || ::iswprint_l(static_cast<wint_t>(character), utf8) != 0;
+}
+
+} // namespace
+
+size_t mostOfArguments(int32_t owner) {
+    constexpr size_t ofOnesOwn = size_t{128} << 10;
+    constexpr size_t ofOthers = size_t{4} << 10;
+    return owner == currentUserID() ? ofOnesOwn : ofOthers;
+}
+
+int64_t kibibytesOf(int64_t pages) {
+    static const int64_t pageSize = ::sysconf(_SC_PAGESIZE);
+    return std::max<int64_t>(pages, 0) * pageSize / 1'024;
+}
+
+Reader::Reader(const ProcFolder& proc, std::span<char> buffer) : m_proc(proc), m_buffer(buffer) {}
+
+std::optional<Row> Reader::read(int32_t pid) {
+    const FileDescriptor process = m_proc.open(pid);
+    const auto record = process ? readBelow(process, "stat", m_buffer) : std::nullopt;
+    const auto stat = record ? ProcFiles::parseStat(*record) : std::nullopt;
+    const auto name = record ? ProcFiles::parseName(*record) : std::nullopt;
+    if (!stat || !name) {
+        return std::nullopt;
+    }
+    ProcessFacts facts{.pid = pid, .ppid = stat->parent, .name = ProcText::name(*name, isPrintable)};
+    facts.isZombie = stat->state == 'Z';
+    const std::string inBrackets = "[" + facts.name + "]";
+    std::optional<std::string> command =
+        facts.isZombie ? inBrackets + std::string(defunct) : commandOf(process, inBrackets);
+    if (!command) {
+        return std::nullopt;
+    }
+    facts.command = *std::move(command);
+    facts.name = Text::trimmed(facts.name);
+    tell(facts, *stat, process);
+    return Row{.facts = std::move(facts), .stat = *stat};
+}
+
+/// Absent when the process has ended meanwhile.
+std::optional<std::string> Reader::commandOf(const FileDescriptor& process, const std::string& inBrackets) {
+    const auto owner = ownerOf(process);
+    if (!owner) {
+        return std::nullopt;
+    }
+    const size_t most = mostOfArguments(*owner);
+    auto record = readBelow(process, "cmdline", m_buffer.first(most + 1));
+    if (!record) {
+        return std::nullopt;
+    }
+    if (record->empty()) {
+        return inBrackets; // a process of the kernel's own, or one that is about to end
+    }
+    if (record->size() > most) {
+        record = Text::withoutCutCharacter(record->substr(0, most));
+    }
+    return ProcText::commandLine(*record, isPrintable);
+}
+
+void Reader::tell(ProcessFacts& facts, const ProcFiles::Stat& stat, const FileDescriptor& process) {
+    const auto ticks = static_cast<double>(KernelClock::ticksPerSecond());
+    const double age = std::max(0.0, static_cast<double>(KernelClock::ticksSinceBoot()) / ticks -
+                                         static_cast<double>(stat.startTicks) / ticks);
+    facts.elapsed = ProcText::elapsed(static_cast<int64_t>(age));
+    facts.tty = m_terminals.nameOf(stat.terminal, process);
+    facts.cpuPercent = ProcText::cpuPercent(static_cast<double>(stat.usedTicks) / ticks, age);
+    facts.rss = std::to_string(kibibytesOf(stat.residentPages));
+    facts.startTime = KernelClock::timeOfTicks(static_cast<int64_t>(stat.startTicks));
+}
+
+} // namespace VintrelCore::Platform::KernelTable

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "VintrelCore/base/FileDescriptor.h"
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// /proc, opened once, and what is read below it. Internal to platform/linux/.
+///
+/// The folder of a process is opened before anything in it is read. It stays that process's: when the process
+/// ends and its number becomes another one's, reads fail, and never tell of the other one.
+namespace VintrelCore::Platform {
+
+class ProcFolder {
+public:
+    ProcFolder();
+
+    /// False where there is no /proc.
+    [[nodiscard]] bool isOpen() const { return static_cast<bool>(m_folder); }
+
+    /// The numbers of all processes that can be seen, rising.
+    [[nodiscard]] std::vector<int32_t> pids() const;
+
+    /// The folder of a process; none when there is no such process.
+    [[nodiscard]] FileDescriptor open(int32_t pid) const;
+
+private:
+    FileDescriptor m_folder;
+};
+
+/// The first bytes of a file that the kernel writes in one piece, as far as they fit into `buffer`: a view
+/// into it. Absent when it cannot be read.
+[[nodiscard]] std::optional<std::string_view> readBelow(const FileDescriptor& folder, const char* name,
+                                                        std::span<char> buffer);
+
+/// What a link leads to, as text; absent when it cannot be read or does not fit into a path.
+[[nodiscard]] std::optional<std::string> readLinkBelow(const FileDescriptor& folder, const char* name);
+
+/// The effective user id of a process, by its folder; absent when it has ended.
+[[nodiscard]] std::optional<int32_t> ownerOf(const FileDescriptor& process);
+
+/// Calls `action` with the folder of the descriptors and the name and target of each, by rising number, until
+/// it returns false. Nothing is called for a process that may not be looked into.
+void forEachDescriptor(const FileDescriptor& process,
+                       const std::function<bool(const FileDescriptor& folder, const char* number,
+                                                std::string_view target)>& action);
+
+} // namespace VintrelCore::Platform
