@@ -1,0 +1,123 @@
+// What the kernel's facts hold where processes come and go, and where little may be seen. In a process
+// namespace of its own.
+#include "VintrelCore/platform/linux/ListeningSockets.h"
+#include "tests/core/context/ListeningSocket.h"
+#include "tests/core/context/ReplacedTool.h"
+#include "tests/core/platform/Numbers.h"
+#include "tests/system/BothTables.h"
+#include "tests/system/OddProcesses.h"
+
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <sys/mount.h>
+#include <unistd.h>
+
+using namespace VintrelCore;
+using namespace VintrelTests;
+
+namespace {
+
+constexpr uid_t otherAccount = 4'242;
+
+using Sockets = std::vector<ProcFiles::ListeningSocket>;
+
+bool contains(const std::optional<Sockets>& sockets, int port) {
+    return sockets && std::ranges::find(*sockets, port, &ProcFiles::ListeningSocket::port) != sockets->end();
+}
+
+Sockets sorted(Sockets sockets) {
+    std::ranges::sort(sockets, {}, &ProcFiles::ListeningSocket::inode);
+    return sockets;
+}
+
+/// Where /proc is mounted anew, strangers' processes are hidden.
+void hideStrangers(const char* how) {
+    haveMountsOfOnesOwn();
+    mustWork(::mount("proc", "/proc", "proc", 0, how) == 0, how);
+    mustWork(::setgid(otherAccount) == 0 && ::setuid(otherAccount) == 0, "account");
+}
+
+} // namespace
+
+TEST(KernelFacts, listenersAreTheSameByDumpAndByTable) {
+    const ListeningSocket one;
+    const ListeningSocket another;
+    const auto dumped = Platform::ListeningSockets::dumped();
+    const auto tabled = Platform::ListeningSockets::tabled();
+    ASSERT_TRUE(contains(dumped, one.port()) && contains(dumped, another.port()));
+    EXPECT_EQ(sorted(*dumped), sorted(tabled.value_or(Sockets())));
+}
+
+TEST(KernelFacts, tellNothingOfAProcessThatGotANumberSince) {
+    std::optional<OddProcesses> odd(std::in_place);
+    const int32_t pid = odd->addCopy("the one of the table", [] { listenOn(5173, AF_INET); });
+    const auto facts = Platform::kernelFacts();
+    ASSERT_TRUE(facts->arguments(pid) && facts->executable(pid) && facts->residentKB(pid));
+    ASSERT_EQ(facts->folders({&pid, 1}).byPID.size(), 1U);
+    ASSERT_FALSE(facts->openDescriptors({&pid, 1}).empty());
+    ASSERT_TRUE(facts->kernelView().factsOf(pid));
+    odd.reset();
+    ::usleep(20'000); // starts are counted in hundredths of a second
+    const auto stranger = WithNumber::start(pid);
+    ASSERT_TRUE(stranger);
+    listenOn(5173, AF_INET);
+
+    EXPECT_FALSE(facts->arguments(pid) || facts->executable(pid) || facts->residentKB(pid));
+    EXPECT_TRUE(facts->folders({&pid, 1}).byPID.empty());
+    EXPECT_TRUE(facts->openDescriptors({&pid, 1}).empty());
+    EXPECT_FALSE(facts->kernelView().factsOf(pid));
+    EXPECT_FALSE(facts->listeners({5173}, {&pid, 1}).byPID.contains(pid));
+}
+
+TEST(KernelFacts, tellNothingOfWhatIsNoProcess) {
+    const auto facts = Platform::kernelFacts();
+    for (const int32_t pid : {0, -1, INT32_MIN, INT32_MAX}) {
+        EXPECT_FALSE(facts->arguments(pid) || facts->executable(pid) || facts->residentKB(pid)) << pid;
+        EXPECT_TRUE(facts->folders({&pid, 1}).byPID.empty() && facts->openDescriptors({&pid, 1}).empty())
+            << pid;
+    }
+}
+
+TEST(KernelFactsDeathTest, areThoseOfTheToolsForAnAccountThatMaySeeLittle) {
+    for (const char* const how : {"", "hidepid=1", "hidepid=2"}) {
+        const auto compare = [how] {
+            OddProcesses strange;
+            strange.addShell("a stranger's", "sh", {"Läden"});
+            hideStrangers(how);
+            OddProcesses odd;
+            odd.addShell("one's own", "sh", {"Läden"});
+            odd.addZombie("one's own zombie");
+            compareAll(odd);
+            const auto kernel = byPID(Platform::kernelFacts()->processes());
+            const auto tools = byPID(ToolFacts({}).processes());
+            const int32_t stranger = strange.pids().front();
+            EXPECT_EQ(kernel.contains(stranger), tools.contains(stranger));
+            EXPECT_EQ(kernel.contains(stranger), std::string_view(how).empty());
+            const auto facts = Platform::kernelFacts();
+            EXPECT_TRUE(facts->folders({&stranger, 1}).byPID.empty());
+            EXPECT_TRUE(facts->openDescriptors({&stranger, 1}).empty());
+            exitWithVerdict();
+        };
+        EXPECT_EXIT(compare(), ::testing::ExitedWithCode(0), "") << how;
+    }
+}
+
+TEST(KernelFactsDeathTest, sayThatTheyAreNoneWithoutTheKernelsFolder) {
+    const auto look = [] {
+        haveMountsOfOnesOwn();
+        mustWork(::umount2("/proc", MNT_DETACH) == 0, "no /proc");
+        for (; ::umount2("/proc", MNT_DETACH) == 0;) { // there may be others below it
+        }
+        const auto facts = Platform::kernelFacts();
+        EXPECT_TRUE(facts->processes().empty());
+        EXPECT_EQ(facts->shortfall().fault, Shell::Fault::broken);
+        EXPECT_TRUE(facts->listeners({5173}, {}).byPID.empty());
+        exitWithVerdict();
+    };
+    EXPECT_EXIT(look(), ::testing::ExitedWithCode(0), "");
+}
