@@ -29,7 +29,6 @@ struct ProcessFacts {
     std::string command;
     std::string name{};    ///< the short name of its program, as ps prints it
     bool isZombie = false; ///< its first thread has ended, and its parent has not looked yet
-    std::optional<ProcStartTime> startTime{}; ///< absent when it has ended or its start cannot be told
 
     bool operator==(const ProcessFacts&) const = default;
 };
@@ -83,6 +82,9 @@ public:
 
     /// What its parent column has to be corrected with. Refers to this object.
     [[nodiscard]] virtual KernelView kernelView() = 0;
+
+    /// When a process of the table started.
+    [[nodiscard]] virtual std::optional<ProcStartTime> startTime(int32_t pid) = 0;
 
     /// The exact arguments, the program's name first; none for a process of the kernel's own. Absent when
     /// they cannot be had.

@@ -100,10 +100,12 @@ std::optional<ProcessItem> makeItem(std::string_view line, const ItemOptions& op
     if (!fields) {
         return std::nullopt;
     }
+    const MemoryProvider asPrinted;
     return ItemMaker({.elapsedThreshold = options.elapsedThreshold,
                       .registeredPIDs = options.registeredPIDs,
                       .customRules = options.customRules,
-                      .startTimeProvider = options.startTimeProvider})
+                      .startTimeProvider = options.startTimeProvider,
+                      .memoryProvider = asPrinted})
         .make(*fields);
 }
 
@@ -174,7 +176,7 @@ std::optional<ProcessItem> ItemMaker::makeWith(const PSLine& line, Detect detect
                      .tty = std::string(line.tty),
                      .kind = *kind,
                      .cpuPercent = Text::parseDecimal(line.pcpu).value_or(0),
-                     .rssKB = Text::parseInteger<int64_t>(line.rss).value_or(0),
+                     .rssKB = memoryOf(line),
                      .startTime = startTimeOf(line.pid),
                      .customLabel = std::move(customLabel)};
     item.riskTier = tierOf(item);
@@ -183,6 +185,11 @@ std::optional<ProcessItem> ItemMaker::makeWith(const PSLine& line, Detect detect
 
 std::optional<ProcStartTime> ItemMaker::startTimeOf(int32_t pid) const {
     return m_inputs.startTimeProvider ? m_inputs.startTimeProvider(pid) : std::nullopt;
+}
+
+int64_t ItemMaker::memoryOf(const PSLine& line) const {
+    const auto better = m_inputs.memoryProvider ? m_inputs.memoryProvider(line.pid) : std::nullopt;
+    return better ? *better : Text::parseInteger<int64_t>(line.rss).value_or(0);
 }
 
 } // namespace VintrelCore::ScanCore

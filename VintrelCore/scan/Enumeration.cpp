@@ -26,7 +26,8 @@ public:
           m_maker({.elapsedThreshold = options.elapsedThreshold,
                    .registeredPIDs = m_registered,
                    .customRules = options.customRules,
-                   .startTimeProvider = options.startTimeProvider}) {}
+                   .startTimeProvider = options.startTimeProvider,
+                   .memoryProvider = options.memoryProvider}) {}
 
     [[nodiscard]] std::vector<ProcessItem> itemsOf(std::string_view psOutput) const {
         std::vector<ProcessItem> items;

@@ -15,6 +15,7 @@ public:
         const PIDSet& registeredPIDs;
         std::span<const CustomRule> customRules;
         const StartTimeProvider& startTimeProvider;
+        const MemoryProvider& memoryProvider;
     };
 
     /// Refers to the inputs, which must outlive it.
@@ -39,6 +40,7 @@ private:
     [[nodiscard]] std::optional<ProcessItem> makeWith(const SnapshotRecord& record, Detect detect) const;
 
     [[nodiscard]] std::optional<ProcStartTime> startTimeOf(int32_t pid) const;
+    [[nodiscard]] int64_t memoryOf(const PSLine& line) const;
 
     Inputs m_inputs;
     CustomRuleMatcher m_customRules;

@@ -4,6 +4,13 @@
 
 namespace VintrelCore {
 
+ProcessLookup ProcessLookup::of(Platform::Facts& facts) {
+    return {.argumentsOf = [&facts](int32_t pid) { return facts.arguments(pid); },
+            .executableOf = [&facts](int32_t pid) { return facts.executable(pid); },
+            .holdsTerminal = facts.kernelView().holdsTerminal,
+            .wasInSnapshot = [](int32_t) { return true; }};
+}
+
 ProcessLookup ProcessLookup::since(std::optional<ProcStartTime> began) {
     return {.argumentsOf = Platform::arguments,
             .executableOf = Platform::executable,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "VintrelCore/model/ProcStartTime.h"
+#include "VintrelCore/platform/Facts.h"
 
 #include <cstdint>
 #include <functional>
@@ -26,6 +27,10 @@ struct ProcessLookup {
     /// Whether what was read up to now under that number was about the process of the snapshot, and not about
     /// one that has got its number since. To be asked after reading.
     std::function<bool(int32_t pid)> wasInSnapshot = [](int32_t) { return false; };
+
+    /// Those of the facts, which tell nothing of any other process than the one in their table. Refers to
+    /// them.
+    [[nodiscard]] static ProcessLookup of(Platform::Facts& facts);
 
     /// The real ones, for a snapshot that was begun at that moment; absent where such moments cannot be
     /// compared.

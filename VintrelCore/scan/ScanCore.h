@@ -11,6 +11,7 @@
 #include "VintrelCore/scan/SnapshotRecord.h"
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <set>
 #include <span>
@@ -25,6 +26,10 @@ namespace VintrelCore::ScanCore {
 
 /// The set of pids that own something, or that the user has dismissed.
 using PIDSet = std::unordered_set<int32_t>;
+
+/// Looks up the resident memory of a process in KiB, where that is known better than its line tells; absent
+/// otherwise.
+using MemoryProvider = std::function<std::optional<int64_t>(int32_t pid)>;
 
 /// Seconds after which a process counts as old, unless the user says otherwise.
 inline constexpr double defaultElapsedThreshold = 1800;
@@ -104,6 +109,7 @@ struct EnumerateOptions {
     std::set<ProcessKind> disabledKinds{};
     std::vector<CustomRule> customRules{};
     StartTimeProvider startTimeProvider{};
+    MemoryProvider memoryProvider{};
 };
 
 /// The candidates, in the order of ps.

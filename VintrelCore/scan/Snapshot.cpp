@@ -5,6 +5,9 @@
 
 namespace VintrelCore {
 
+Snapshot::Snapshot(Platform::Facts& facts)
+    : m_facts(&facts), m_records(snapshotRecords(facts.processes(), facts.kernelView())) {}
+
 Shell::Fault Snapshot::take(const Shell::Outcome& ps) {
     if (ps.fault() != Shell::Fault::none) {
         return ps.fault();
@@ -24,7 +27,11 @@ Shell::Fault Snapshot::take(const Shell::Outcome& ps) {
 
 ScanCore::Candidates Snapshot::candidates(ScanCore::EnumerateOptions options) const {
     options.startTimeProvider = [this](int32_t pid) { return startTime(pid); };
-    auto candidates = ScanCore::candidatesIn(m_records, options, ProcessLookup::since(m_began));
+    if (m_facts != nullptr) {
+        options.memoryProvider = [this](int32_t pid) { return m_facts->residentKB(pid); };
+    }
+    auto candidates = ScanCore::candidatesIn(
+        m_records, options, m_facts != nullptr ? ProcessLookup::of(*m_facts) : ProcessLookup::since(m_began));
     std::erase_if(candidates.items, [](const ProcessItem& item) { return !item.startTime; });
     return candidates;
 }
@@ -41,6 +48,9 @@ std::unordered_map<int32_t, std::string> Snapshot::managersOf(std::span<const Pr
 }
 
 std::optional<ProcStartTime> Snapshot::startTime(int32_t pid) const {
+    if (m_facts != nullptr) {
+        return m_facts->startTime(pid);
+    }
     const auto known = m_starts.find(pid);
     const auto start = known != m_starts.end() ? std::optional(known->second) : Platform::startTime(pid);
     return start && (!m_began || *start < *m_began) ? start : std::nullopt;

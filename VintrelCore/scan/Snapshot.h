@@ -3,6 +3,7 @@
 #include "VintrelCore/base/Shell.h"
 #include "VintrelCore/model/ProcStartTime.h"
 #include "VintrelCore/model/ProcessItem.h"
+#include "VintrelCore/platform/Facts.h"
 #include "VintrelCore/platform/Platform.h"
 #include "VintrelCore/scan/RecordPipeline.h"
 #include "VintrelCore/scan/ScanCore.h"
@@ -20,15 +21,18 @@ namespace VintrelCore {
 /// The process table of one moment, taken by this program, and the candidates in it.
 class Snapshot {
 public:
-    /// To be made before ps is started.
+    /// To be made before ps is started, where `take` gets its output.
     Snapshot() = default;
+
+    /// Of a table of facts. Refers to them.
+    explicit Snapshot(Platform::Facts& facts);
 
     /// Takes over what ps printed (`ScanCore::psCommand`). With a fault, nothing is known.
     [[nodiscard]] Shell::Fault take(const Shell::Outcome& ps);
 
-    /// What `ScanCore::enumerate` finds in this snapshot; `options` need no records and no provider of start
-    /// times. Left out are those whose start cannot be had: they are gone, or they started after ps did, and
-    /// its line may be about a predecessor of that number.
+    /// What `ScanCore::enumerate` finds in this snapshot; `options` need no records and no provider of
+    /// anything. Left out are those whose start cannot be had: they are gone, or they started after ps did,
+    /// and its line may be about a predecessor of that number.
     [[nodiscard]] ScanCore::Candidates candidates(ScanCore::EnumerateOptions options) const;
 
     /// Who looks after those of the items that somebody looks after, by pid.
@@ -38,6 +42,7 @@ public:
 private:
     [[nodiscard]] std::optional<ProcStartTime> startTime(int32_t pid) const;
 
+    Platform::Facts* m_facts = nullptr;
     std::optional<ProcStartTime> m_began = Platform::startTimeOfNow();
     std::vector<SnapshotRecord> m_records;
     /// The kernel's records are read once: what the parents are corrected with tells the start as well.

@@ -7,6 +7,7 @@
 #include "VintrelCore/scan/ScanCore.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace VintrelCore {
 
@@ -22,10 +23,10 @@ bool isZombie(const ScanCore::PSLine& line, const Platform::KernelView& kernel) 
 }
 
 /// The program's own tools run while ps does, and the engine's client would look like somebody's.
-bool isOwnTool(const ScanCore::PSLine& line, const Platform::KernelView& kernel) {
-    const std::string_view program = line.args.substr(0, line.args.find(' '));
+bool isOwnTool(std::string_view command, int32_t ppid, const Platform::KernelView& kernel) {
+    const std::string_view program = command.substr(0, command.find(' '));
     const auto clients = Platform::dockerCandidates();
-    return line.ppid == kernel.ownPID && std::ranges::find(clients, program) != clients.end();
+    return ppid == kernel.ownPID && std::ranges::find(clients, program) != clients.end();
 }
 
 /// For a process in its first moments procps may print an age of millions of days, which would make it old.
@@ -36,6 +37,16 @@ std::string_view possibleAge(std::string_view etime, const Platform::KernelView&
     return isImpossible ? "0" : etime;
 }
 
+/// Whatever the source is.
+std::vector<SnapshotRecord> corrected(std::vector<SnapshotRecord> records,
+                                      const Platform::KernelView& kernel) {
+    OrphanedShells shells(records);
+    Parentage::correct(records, kernel);
+    shells.fold();
+    RunnerShells::fold(records);
+    return records;
+}
+
 } // namespace
 
 std::vector<SnapshotRecord> snapshotRecords(std::string_view psOutput, const Platform::KernelView& kernel) {
@@ -43,7 +54,7 @@ std::vector<SnapshotRecord> snapshotRecords(std::string_view psOutput, const Pla
     records.reserve(static_cast<size_t>(std::ranges::count(psOutput, '\n')) + 1);
     while (const auto text = Text::takeLine(psOutput)) {
         const auto line = ScanCore::parsePSLine(*text);
-        if (line && !isOwnTool(*line, kernel) && !isZombie(*line, kernel)) {
+        if (line && !isOwnTool(line->args, line->ppid, kernel) && !isZombie(*line, kernel)) {
             records.push_back({.pid = line->pid,
                                .ppid = line->ppid,
                                .elapsed = std::string(possibleAge(line->etime, kernel)),
@@ -53,11 +64,26 @@ std::vector<SnapshotRecord> snapshotRecords(std::string_view psOutput, const Pla
                                .command = std::string(line->args)});
         }
     }
-    OrphanedShells shells(records);
-    Parentage::correct(records, kernel);
-    shells.fold();
-    RunnerShells::fold(records);
-    return records;
+    return corrected(std::move(records), kernel);
+}
+
+std::vector<SnapshotRecord> snapshotRecords(std::span<const Platform::ProcessFacts> processes,
+                                            const Platform::KernelView& kernel) {
+    std::vector<SnapshotRecord> records;
+    records.reserve(processes.size());
+    for (const Platform::ProcessFacts& process : processes) {
+        if (!process.isZombie && !process.command.empty() &&
+            !isOwnTool(process.command, process.ppid, kernel)) {
+            records.push_back({.pid = process.pid,
+                               .ppid = process.ppid,
+                               .elapsed = std::string(possibleAge(process.elapsed, kernel)),
+                               .tty = process.tty,
+                               .cpuPercent = process.cpuPercent,
+                               .rss = process.rss,
+                               .command = process.command});
+        }
+    }
+    return corrected(std::move(records), kernel);
 }
 
 } // namespace VintrelCore

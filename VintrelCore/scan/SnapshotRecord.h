@@ -1,8 +1,10 @@
 #pragma once
 
+#include "VintrelCore/platform/Facts.h"
 #include "VintrelCore/platform/Platform.h"
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -37,6 +39,10 @@ struct SnapshotRecord {
 /// never to process 1; and services, terminal multiplexers and container shims do have parent 1 and are no
 /// strays.
 [[nodiscard]] std::vector<SnapshotRecord> snapshotRecords(std::string_view psOutput,
+                                                          const Platform::KernelView& kernel);
+
+/// The same for a table of facts.
+[[nodiscard]] std::vector<SnapshotRecord> snapshotRecords(std::span<const Platform::ProcessFacts> processes,
                                                           const Platform::KernelView& kernel);
 
 } // namespace VintrelCore

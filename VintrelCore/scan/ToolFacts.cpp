@@ -8,6 +8,7 @@
 #include "VintrelCore/scan/ScanCore.h"
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 namespace VintrelCore {
@@ -75,7 +76,6 @@ void ToolFacts::take(const Shell::Outcome& ps) {
         if (!line) {
             continue;
         }
-        const auto start = Platform::startTime(line->pid);
         m_processes.push_back({.pid = line->pid,
                                .ppid = line->ppid,
                                .elapsed = std::string(line->etime),
@@ -84,9 +84,6 @@ void ToolFacts::take(const Shell::Outcome& ps) {
                                .rss = std::string(line->rss),
                                .command = std::string(line->args),
                                .isZombie = isZombie(*line, kernel)});
-        if (start && (!m_began || *start < *m_began)) { // else its line may be about a predecessor
-            m_processes.back().startTime = start;
-        }
     }
     std::ranges::sort(m_processes, {}, &Platform::ProcessFacts::pid);
     if (m_processes.empty() && m_shortfall.fault == Shell::Fault::none) {
@@ -108,20 +105,20 @@ void ToolFacts::takeNames(const Shell::Outcome& ps) {
     }
 }
 
-bool ToolFacts::isInTable(int32_t pid) const {
-    const auto process = std::ranges::lower_bound(m_processes, pid, {}, &Platform::ProcessFacts::pid);
-    return process != m_processes.end() && process->pid == pid && process->startTime &&
-           Platform::startTime(pid) == process->startTime;
+std::optional<ProcStartTime> ToolFacts::startTime(int32_t pid) {
+    // The process that was there before ps was started, and still is, is the one that its line is about.
+    const auto start = Platform::startTime(pid);
+    return start && (!m_began || *start < *m_began) ? start : std::nullopt;
 }
 
 std::optional<std::vector<std::string>> ToolFacts::arguments(int32_t pid) {
     auto arguments = Platform::arguments(pid);
-    return isInTable(pid) ? std::move(arguments) : std::nullopt;
+    return startTime(pid) ? std::move(arguments) : std::nullopt;
 }
 
 std::optional<std::string> ToolFacts::executable(int32_t pid) {
     auto executable = Platform::executable(pid);
-    return isInTable(pid) ? std::move(executable) : std::nullopt;
+    return startTime(pid) ? std::move(executable) : std::nullopt;
 }
 
 std::optional<int64_t> ToolFacts::residentKB(int32_t pid) {
@@ -134,7 +131,10 @@ Platform::Folders ToolFacts::folders(std::span<const int32_t> pids) {
     if (pids.empty()) {
         return {};
     }
-    const auto answer = Lsof::Query(CwdResolver::lsofArguments(pids), m_tools.lsof).finish(m_tools.interrupt);
+    Lsof::Query query(CwdResolver::lsofArguments(pids), m_tools.lsof);
+    const std::array<Shell::Run*, 2> runs{&query.run(), &m_listeners.run()};
+    Shell::await(runs, &query.run(), m_tools.interrupt);
+    const Lsof::Answer answer = query.finish(m_tools.interrupt);
     Platform::Folders folders{.byPID = CwdResolver::parseCwds(answer.output),
                               .shortfall = shortfallOf(answer)};
     for (auto& [pid, directory] : folders.byPID) {

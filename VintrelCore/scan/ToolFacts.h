@@ -31,6 +31,7 @@ public:
 
     [[nodiscard]] Platform::KernelView kernelView() override { return Platform::kernelView(); }
 
+    [[nodiscard]] std::optional<ProcStartTime> startTime(int32_t pid) override;
     [[nodiscard]] std::optional<std::vector<std::string>> arguments(int32_t pid) override;
     [[nodiscard]] std::optional<std::string> executable(int32_t pid) override;
     [[nodiscard]] std::optional<int64_t> residentKB(int32_t pid) override;
@@ -43,9 +44,6 @@ public:
 private:
     void take(const Shell::Outcome& ps);
     void takeNames(const Shell::Outcome& ps);
-    /// Whether the number still is that of the process in the table. To be asked after reading.
-    [[nodiscard]] bool isInTable(int32_t pid) const;
-
     Tools m_tools;
     std::optional<ProcStartTime> m_began = Platform::startTimeOfNow(); // before ps is started
     std::optional<Shell::Run> m_ps;

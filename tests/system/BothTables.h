@@ -35,7 +35,7 @@ class Tables {
 public:
     Tables()
         : m_before(byPID(VintrelCore::Platform::kernelFacts()->processes())),
-          m_tools(byPID(VintrelCore::ToolFacts({}).processes())) {
+          m_tools(byPID(m_toolFacts.processes())) {
         m_kernel = VintrelCore::Platform::kernelFacts();
         m_after = byPID(m_kernel->processes());
     }
@@ -56,7 +56,7 @@ public:
         EXPECT_EQ(kernel.command, tools.command);
         EXPECT_EQ(kernel.name, tools.name);
         EXPECT_EQ(kernel.isZombie, tools.isZombie);
-        EXPECT_EQ(kernel.startTime, tools.startTime);
+        EXPECT_EQ(m_kernel->startTime(pid), m_toolFacts.startTime(pid));
         compareWhatMoves(m_before.at(pid), tools, kernel);
         if (!kernel.isZombie) {
             EXPECT_EQ(m_kernel->residentKB(pid), VintrelCore::Text::parseInteger<int64_t>(tools.rss));
@@ -76,6 +76,7 @@ private:
     }
 
     std::map<int32_t, ProcessFacts> m_before;
+    VintrelCore::ToolFacts m_toolFacts{{}};
     std::map<int32_t, ProcessFacts> m_tools;
     std::unique_ptr<VintrelCore::Platform::Facts> m_kernel;
     std::map<int32_t, ProcessFacts> m_after;

@@ -1,9 +1,13 @@
 // What the kernel tells, held against what ps makes of it, over processes as odd as they come. In a
 // process namespace of its own.
+#include "VintrelCore/scan/SnapshotRecord.h"
+#include "tests/support/Stray.h"
 #include "tests/system/BothTables.h"
 #include "tests/system/OddProcesses.h"
 
 #include <ctime>
+#include <list>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -19,6 +23,19 @@ using namespace std::string_literals;
 namespace {
 
 constexpr uid_t otherAccount = 4'242;
+
+/// What the rules make of facts, in words.
+std::map<int32_t, std::string> recordsOf(Platform::Facts& facts) {
+    const auto list = [](const std::vector<int32_t>& pids) { return testing::PrintToString(pids); };
+    std::map<int32_t, std::string> records;
+    for (const SnapshotRecord& record : snapshotRecords(facts.processes(), facts.kernelView())) {
+        records.emplace(record.pid, record.command + " of " + std::to_string(record.ppid) + " managed by '" +
+                                        record.managedBy + "' runner " + std::to_string(record.isRunner) +
+                                        " " + list(record.foldedShells) + list(record.onlyChildren) +
+                                        list(record.shellsAbove) + std::to_string(record.onlyChildOf));
+    }
+    return records;
+}
 
 /// Texts in every encoding and none.
 std::vector<std::string> oddTexts() {
@@ -155,6 +172,35 @@ TEST(FactsFromBoth, tellTheSameOfOtherAccounts) {
     odd.addShell("another account's of many arguments", "sh",
                  std::vector<std::string>(40, std::string(100, 'x')), becomeOther);
     compareAll(odd);
+}
+
+TEST(FactsFromBoth, leadToTheSameRecords) {
+    std::list<Stray> strays;
+    strays.emplace_back(StrayOptions{.argv = {"vitest", "--watch"}});
+    strays.emplace_back(StrayOptions{.argv = {"vitest"}, .leader = true});
+    strays.emplace_back(StrayOptions{.argv = {"vitest"}, .terminal = "open"});
+    strays.emplace_back(StrayOptions{.argv = {"vitest"}, .adopter = true});
+    strays.emplace_back(StrayOptions{.argv = {"vitest"}, .zombie = true});
+    strays.emplace_back(
+        StrayOptions{.argv = {"npm run dev", "--below", "sh", "-c", "vite", "--below", "node", "vite"}});
+    strays.emplace_back(
+        StrayOptions{.argv = {"sh", "-c", "vite", "--below", "node", "vite"}, .adopter = true});
+
+    ToolFacts tools({});
+    const auto byTools = recordsOf(tools);
+    const auto kernel = Platform::kernelFacts();
+    const auto byKernel = recordsOf(*kernel);
+    for (const Stray& stray : strays) {
+        EXPECT_EQ(byKernel.contains(stray.pid()), byTools.contains(stray.pid())) << stray.pid();
+    }
+    size_t compared = 0;
+    for (const auto& [pid, record] : byTools) {
+        if (const auto other = byKernel.find(pid); other != byKernel.end()) { // else it is ps or lsof
+            EXPECT_EQ(other->second, record) << pid;
+            ++compared;
+        }
+    }
+    EXPECT_GE(compared, strays.size());
 }
 
 TEST(FactsFromBoth, tellOnlyTheBeginningOfAnotherAccountsLongArguments) {

@@ -128,6 +128,13 @@ std::optional<int32_t> FactsFromKernel::unitProcess(int32_t pid) {
     return environment ? ProcFiles::parseUnitProcess(*environment) : std::nullopt;
 }
 
+std::optional<ProcStartTime> FactsFromKernel::startTime(int32_t pid) {
+    const auto known = m_stats.find(pid);
+    return known != m_stats.end()
+               ? std::optional(KernelClock::timeOfTicks(static_cast<int64_t>(known->second.startTicks)))
+               : std::nullopt;
+}
+
 std::optional<std::vector<std::string>> FactsFromKernel::arguments(int32_t pid) {
     const FileDescriptor process = open(pid);
     const auto owner = process ? ownerOf(process) : std::nullopt;

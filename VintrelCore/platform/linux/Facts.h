@@ -20,6 +20,7 @@ public:
 
     [[nodiscard]] Shortfall shortfall() override;
     [[nodiscard]] KernelView kernelView() override;
+    [[nodiscard]] std::optional<ProcStartTime> startTime(int32_t pid) override;
     [[nodiscard]] std::optional<std::vector<std::string>> arguments(int32_t pid) override;
     [[nodiscard]] std::optional<std::string> executable(int32_t pid) override;
     [[nodiscard]] std::optional<int64_t> residentKB(int32_t pid) override;

@@ -89,7 +89,6 @@ void Reader::tell(ProcessFacts& facts, const ProcFiles::Stat& stat, const FileDe
     facts.tty = m_terminals.nameOf(stat.terminal, process);
     facts.cpuPercent = ProcText::cpuPercent(static_cast<double>(stat.usedTicks) / ticks, age);
     facts.rss = std::to_string(kibibytesOf(stat.residentPages));
-    facts.startTime = KernelClock::timeOfTicks(static_cast<int64_t>(stat.startTicks));
 }
 
 } // namespace VintrelCore::Platform::KernelTable
