@@ -2,10 +2,12 @@
 
 #include "VintrelCore/base/Shell.h"
 #include "VintrelCore/context/PortRegistry.h"
+#include "VintrelCore/platform/Facts.h"
 #include "VintrelCore/scan/Protection.h"
 #include "VintrelCore/scan/Snapshot.h"
+#include "VintrelCore/scan/ToolFacts.h"
 
-#include <array>
+#include <memory>
 #include <optional>
 #include <utility>
 
@@ -20,63 +22,70 @@ public:
         : m_rules(rules), m_world(world), m_ignores(SortedIgnores::parse(rules.ignoredNames)) {}
 
     Result run() {
-        Shell::Command psCommand = ScanCore::psCommand();
-        psCommand.executable = m_world.ps;
-        Shell::Run ps(psCommand);
-        Lsof::Query listeners(PortRegistry::lsofArguments(), m_world.lsof);
-        const std::array<Shell::Run*, 2> first{&ps, &listeners.run()};
-        Shell::await(first, &ps, m_world.interrupt);
-        if (!takeSnapshot(ps)) {
+        const auto facts = factsOf(m_world);
+        if (!takeTable(*facts)) {
             return std::move(m_result);
         }
+        const auto pids = findCandidates(*facts);
+        std::optional<Platform::Folders> folders;
+        if (!pids.empty()) {
+            folders = facts->folders(pids);
+            note(folders->shortfall);
+        }
+        takePorts(facts->listeners(PortRegistry::portsOfNow(), pids));
+        if (folders && !m_result.interrupted) {
+            takeDirectories(std::move(folders->byPID));
+        }
+        return std::move(m_result);
+    }
 
-        // Ports change how risky a candidate is, never which candidates there are: no need to wait for them
-        // here.
-        m_result.items = m_snapshot
+private:
+    static std::unique_ptr<Platform::Facts> factsOf(const World& world) {
+        auto facts = world.asksKernel ? Platform::kernelFacts() : nullptr;
+        if (!facts) {
+            facts = std::make_unique<ToolFacts>(ToolFacts::Tools{
+                .ps = world.ps, .lsof = world.lsof, .interrupt = world.interrupt, .tellsNames = false});
+        }
+        return facts;
+    }
+
+    bool takeTable(Platform::Facts& facts) {
+        const Platform::Shortfall shortfall = facts.shortfall();
+        m_result.interrupted = shortfall.interrupted;
+        m_result.faults.ps = shortfall.fault;
+        return shortfall.fault == Shell::Fault::none && !shortfall.interrupted;
+    }
+
+    /// Ports change how risky a candidate is, never which candidates there are: no need to wait for them
+    /// here.
+    std::vector<int32_t> findCandidates(Platform::Facts& facts) {
+        m_result.items = Snapshot(facts)
                              .candidates({.elapsedThreshold = m_rules.elapsedThreshold,
                                           .registeredPIDs = ScanCore::PIDSet(),
                                           .ignoredNames = m_ignores.names,
                                           .disabledKinds = m_rules.disabledKinds,
                                           .customRules = m_rules.customRules})
                              .items;
-        std::optional<Lsof::Query> directories;
-        if (!m_result.items.empty()) {
-            directories.emplace(CwdResolver::lsofArguments(allPIDsOf(m_result.items)), m_world.lsof);
-            const std::array<Shell::Run*, 2> second{&listeners.run(), &directories->run()};
-            Shell::await(second, nullptr, m_world.interrupt);
+        return allPIDsOf(m_result.items);
+    }
+
+    void takePorts(const Platform::Listeners& listeners) {
+        note(listeners.shortfall);
+        ScanCore::PIDSet listening;
+        for (const auto& [pid, ports] : listeners.byPID) {
+            listening.insert(pid);
         }
-        takePorts(listeners);
-        if (directories && !m_result.interrupted) {
-            takeDirectories(*directories);
-        }
-        return std::move(m_result);
+        ScanCore::applyRegisteredPorts(m_result.items, listening);
     }
 
-private:
-    bool takeSnapshot(Shell::Run& ps) {
-        const Shell::Outcome outcome = ps.take();
-        m_result.interrupted = outcome.interrupted;
-        m_result.faults.ps = m_snapshot.take(outcome);
-        return m_result.faults.ps == Shell::Fault::none && !m_result.interrupted;
-    }
-
-    void takePorts(Lsof::Query& listeners) {
-        const Lsof::Answer answer = listeners.finish(m_world.interrupt);
-        note(answer);
-        ScanCore::applyRegisteredPorts(m_result.items, PortRegistry::listeningPIDs(answer.output));
-    }
-
-    void takeDirectories(Lsof::Query& directories) {
-        const Lsof::Answer answer = directories.finish(m_world.interrupt);
-        note(answer);
+    void takeDirectories(CwdResolver::Directories directories) {
         Protection protection{.entries = m_rules.protectedProjects, .home = resolvedFolder(m_world.home)};
         if (!m_result.faults.metDeadMount) {
             protection.resolved = Protection::resolve(protection.entries, protection.home);
         }
-        m_result.cwds = CwdResolver::processCwds({.forPIDs = allPIDsOf(m_result.items),
-                                                  .lsofOutput = answer.output,
-                                                  .home = protection.home,
-                                                  .mayTouchFiles = !m_result.faults.metDeadMount});
+        m_result.cwds =
+            CwdResolver::cwdsOf(std::move(directories),
+                                {.home = protection.home, .mayTouchFiles = !m_result.faults.metDeadMount});
         m_result.faults.foldersUnknown = m_result.cwds.empty();
         m_result.items = ScanCore::applyScopedIgnores(m_result.items, m_result.cwds, m_ignores.scoped);
         for (const ProcessItem& item : m_result.items) {
@@ -94,15 +103,14 @@ private:
         return record && !record->isZombie && (!item.startTime || record->startTime == *item.startTime);
     }
 
-    void note(const Lsof::Answer& answer) {
-        m_result.faults.note(answer);
-        m_result.interrupted = m_result.interrupted || answer.interrupted;
+    void note(const Platform::Shortfall& shortfall) {
+        m_result.faults.note(shortfall);
+        m_result.interrupted = m_result.interrupted || shortfall.interrupted;
     }
 
     const ScanRules& m_rules;
     const World& m_world;
     SortedIgnores m_ignores;
-    Snapshot m_snapshot; // made before ps is started
     Result m_result;
 };
 

@@ -43,11 +43,6 @@ std::optional<PortSet> parseUserPorts(const std::string& bytes) {
     return ports;
 }
 
-PortSet portsOfNow() {
-    constexpr size_t largestFile = size_t{1} << 20;
-    return mergedPorts(registeredPorts, File::read(userPortsFileURL(), largestFile));
-}
-
 } // namespace
 
 const PortSet registeredPorts{5182, 8001, 5181, 8011, 3001, 8003, 4000, 8000, 4002, 5501, 5173, 5120, 5899,
@@ -64,6 +59,11 @@ PortSet mergedPorts(const PortSet& builtIn, const std::optional<std::string>& us
         ports.merge(*added);
     }
     return ports;
+}
+
+PortSet portsOfNow() {
+    constexpr size_t largestFile = size_t{1} << 20;
+    return mergedPorts(registeredPorts, File::read(userPortsFileURL(), largestFile));
 }
 
 std::optional<Listener> parseListenerLine(std::string_view line, const std::optional<PortSet>& ports) {

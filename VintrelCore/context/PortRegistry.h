@@ -24,6 +24,9 @@ extern const PortSet registeredPorts;
 /// The built-in ports and those of the user's file; the built-in ones alone when the bytes are no such JSON.
 [[nodiscard]] PortSet mergedPorts(const PortSet& builtIn, const std::optional<std::string>& userJSON);
 
+/// The built-in ports and those that the user's file adds now.
+[[nodiscard]] PortSet portsOfNow();
+
 struct Listener {
     int32_t pid = 0;
     int port = 0;

@@ -30,10 +30,14 @@ std::optional<std::string> complaintAboutLsof(const ScanFaults& faults) {
 }
 
 void ScanFaults::note(const Lsof::Answer& answer) {
+    note(Platform::Shortfall{.fault = answer.fault, .metDeadMount = answer.metDeadMount});
+}
+
+void ScanFaults::note(const Platform::Shortfall& shortfall) {
     if (lsof == Shell::Fault::none) {
-        lsof = answer.fault;
+        lsof = shortfall.fault;
     }
-    metDeadMount = metDeadMount || answer.metDeadMount;
+    metDeadMount = metDeadMount || shortfall.metDeadMount;
 }
 
 std::optional<std::string> reasonNotToClean(const ScanFaults& faults, const ScanRules& rules,

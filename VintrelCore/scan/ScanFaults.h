@@ -2,6 +2,7 @@
 
 #include "VintrelCore/base/Shell.h"
 #include "VintrelCore/context/Lsof.h"
+#include "VintrelCore/platform/Facts.h"
 #include "VintrelCore/scan/ScanRules.h"
 
 #include <optional>
@@ -21,6 +22,7 @@ struct ScanFaults {
 
     /// Adds what was wrong with one of lsof's answers.
     void note(const Lsof::Answer& answer);
+    void note(const Platform::Shortfall& shortfall);
 };
 
 /// What to tell people about ps, if anything.

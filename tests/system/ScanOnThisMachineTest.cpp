@@ -7,6 +7,7 @@
 #include "tests/support/TemporaryFolder.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <list>
 
@@ -24,7 +25,9 @@ class ScanOnThisMachine : public ::testing::Test {
 protected:
     ScanOnThisMachine() { m_folder.makeFolder("shop/.git"); }
 
-    [[nodiscard]] CLIScan::World world() const { return {.home = m_folder.path()}; }
+    [[nodiscard]] CLIScan::World world(bool asksKernel = false) const {
+        return {.home = m_folder.path(), .asksKernel = asksKernel};
+    }
 
     [[nodiscard]] bool lists(const CLIScan::Result& result) const {
         return std::ranges::find(result.items, m_stray.pid(), &ProcessItem::pid) != result.items.end();
@@ -45,6 +48,31 @@ TEST_F(ScanOnThisMachine, findsTheStrayAndItsProject) {
     EXPECT_EQ(result.cwds.at(m_stray.pid()),
               (ProcessCwd{.label = "shop/web", .fullPath = "~/shop/web", .projectRoot = "~/shop"}));
     EXPECT_TRUE(result.protectedPIDs.contains(m_stray.pid()));
+}
+
+TEST_F(ScanOnThisMachine, givesTheSameWhetherTheKernelOrTheToolsAreAsked) {
+    const Stray listening({.argv = {"vitest", "--api"}, .port = freeRegisteredPort()});
+    const Stray runner({.argv = {"npm run dev", "--below", "sh", "-c", "vite", "--below", "node", "vite"}});
+    const Stray deleted({.argv = {"jest"}, .cwd = m_folder.makeFolder("shop/gone")});
+    std::filesystem::remove(m_folder.path() / "shop/gone");
+    const ScanRules rules{
+        .elapsedThreshold = 0, .ignoredNames = {"nothing @ ~/shop"}, .protectedProjects = {"~/shop"}};
+    auto byTools = CLIScan::scan(rules, world());
+    auto byKernel = CLIScan::scan(rules, world(true));
+    EXPECT_EQ(byKernel.faults, byTools.faults);
+    EXPECT_EQ(byKernel.protectedPIDs, byTools.protectedPIDs);
+    EXPECT_EQ(byKernel.unknownFolderPIDs, byTools.unknownFolderPIDs);
+    for (const Stray* stray : std::array<const Stray*, 4>{&m_stray, &listening, &runner, &deleted}) {
+        const auto itemIn = [stray](const CLIScan::Result& result) {
+            const auto found = std::ranges::find(result.items, stray->pid(), &ProcessItem::pid);
+            auto item = found != result.items.end() ? *found : ProcessItem();
+            item.elapsed = item.cpuPercent = 0; // they move on
+            return item;
+        };
+        EXPECT_EQ(itemIn(byKernel), itemIn(byTools)) << stray->pid();
+        EXPECT_EQ(itemIn(byKernel).pid, stray->pid());
+        EXPECT_EQ(byKernel.cwds.at(stray->pid()), byTools.cwds.at(stray->pid())) << stray->pid();
+    }
 }
 
 TEST_F(ScanOnThisMachine, findsTheHomeFolderBehindALink) {
