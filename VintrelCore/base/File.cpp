@@ -62,6 +62,12 @@ std::optional<std::string> readKernelFile(const std::string& path, size_t maxByt
     return bytes ? std::optional(*std::move(bytes)) : std::nullopt;
 }
 
+std::optional<std::string> readKernelList(const std::string& path, size_t maxBytes) {
+    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    auto bytes = file ? readAll(file, maxBytes, false) : std::unexpected(errno);
+    return bytes ? std::optional(*std::move(bytes)) : std::nullopt;
+}
+
 bool exists(const std::string& path) {
     struct stat status{};
     return ::stat(path.c_str(), &status) == 0;

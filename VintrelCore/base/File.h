@@ -19,6 +19,9 @@ namespace VintrelCore::File {
 /// of them.
 [[nodiscard]] std::optional<std::string> readKernelFile(const std::string& path, size_t maxBytes);
 
+/// The same for a list that the kernel hands out piece by piece: only nothing at all is its end.
+[[nodiscard]] std::optional<std::string> readKernelList(const std::string& path, size_t maxBytes);
+
 /// Whether there is anything at `path`, links followed.
 [[nodiscard]] bool exists(const std::string& path);
 

@@ -38,6 +38,10 @@ namespace VintrelCore::Platform {
 /// Where programs keep a user's data; Vintrel's own folder stands in it. "" without a home.
 [[nodiscard]] std::string dataFolder();
 
+/// Folders on which a file system is mounted that asks a program or another machine: looking at a file below
+/// one may take for ever.
+[[nodiscard]] std::vector<std::string> mountsThatMayHang();
+
 // Processes.
 
 /// The real user id of this process.

@@ -118,6 +118,51 @@ std::vector<ListeningSocket> parseListeningSockets(std::string_view table) {
     return sockets;
 }
 
+namespace {
+
+/// Blanks, tabs, line breaks and backslashes stand as three octal digits behind a backslash.
+std::string unescaped(std::string_view field) {
+    constexpr size_t digits = 3;
+    std::string text;
+    while (!field.empty()) {
+        unsigned value = 0;
+        const char* const start = field.data() + 1;
+        const bool isEscape = field.front() == '\\' && field.size() > digits &&
+                              std::from_chars(start, start + digits, value, 8).ptr == start + digits;
+        text += isEscape ? static_cast<char>(value) : field.front();
+        field.remove_prefix(isEscape ? digits + 1 : 1);
+    }
+    return text;
+}
+
+} // namespace
+
+std::vector<Mount> parseMounts(std::string_view mountinfo) {
+    std::vector<Mount> mounts;
+    while (auto line = Text::takeLine(mountinfo)) {
+        // 36 35 98:0 /root /point options [more ...] - type source options
+        std::array<std::string_view, 5> fields;
+        for (std::string_view& field : fields) {
+            field = Text::takeWord(*line);
+        }
+        for (std::string_view word = Text::takeWord(*line); !word.empty() && word != "-";) {
+            word = Text::takeWord(*line);
+        }
+        const std::string_view type = Text::takeWord(*line);
+        if (fields.back().starts_with('/') && !type.empty()) {
+            mounts.push_back({.point = unescaped(fields.back()), .type = std::string(type)});
+        }
+    }
+    return mounts;
+}
+
+bool asksOthers(std::string_view fileSystem) {
+    constexpr auto types = std::to_array<std::string_view>(
+        {"nfs", "nfs4", "cifs", "smb3", "smbfs", "ceph", "9p", "afs", "coda", "lustre", "orangefs", "beegfs",
+         "ncpfs", "virtiofs", "vboxsf", "prl_fs", "autofs", "fuse", "fuseblk"});
+    return fileSystem.starts_with("fuse.") || std::ranges::find(types, fileSystem) != types.end();
+}
+
 std::optional<uint64_t> parseSocketName(std::string_view descriptor) {
     constexpr std::string_view opening = "socket:[";
     if (!descriptor.starts_with(opening) || !descriptor.ends_with(']')) {

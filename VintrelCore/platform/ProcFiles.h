@@ -45,6 +45,19 @@ struct ListeningSocket {
 /// The inode of "socket:[4711]", as a descriptor is named; absent when it is no socket.
 [[nodiscard]] std::optional<uint64_t> parseSocketName(std::string_view descriptor);
 
+struct Mount {
+    std::string point; ///< the folder
+    std::string type;  ///< of the file system
+
+    bool operator==(const Mount&) const = default;
+};
+
+/// Those in "mountinfo", in its order; lines that are malformed are skipped.
+[[nodiscard]] std::vector<Mount> parseMounts(std::string_view mountinfo);
+
+/// Whether a file system of that type asks a program or another machine, which may not answer.
+[[nodiscard]] bool asksOthers(std::string_view fileSystem);
+
 /// The real user id from "status"; absent when it is not there.
 [[nodiscard]] std::optional<int32_t> parseUserID(std::string_view status);
 

@@ -1,7 +1,10 @@
 #include "VintrelCore/platform/Platform.h"
 
+#include <algorithm>
 #include <array>
 
+#include <sys/mount.h>
+#include <sys/param.h>
 #include <sys/proc.h>
 #include <sys/sysctl.h>
 #include <unistd.h>
@@ -42,6 +45,22 @@ std::span<const std::string_view> dockerCandidates() {
 
 std::string settingsFolder() {
     return {}; // they are in the system's own store
+}
+
+std::vector<std::string> mountsThatMayHang() {
+    // The system's own list: `getmntinfo` keeps it in memory of its own, for one thread.
+    const int count = ::getfsstat(nullptr, 0, MNT_NOWAIT);
+    std::vector<struct statfs> mounts(static_cast<size_t>(std::max(count, 0)));
+    const int found =
+        ::getfsstat(mounts.data(), static_cast<int>(mounts.size() * sizeof(struct statfs)), MNT_NOWAIT);
+    mounts.resize(static_cast<size_t>(std::clamp(found, 0, std::max(count, 0))));
+    std::vector<std::string> points;
+    for (const struct statfs& mount : mounts) {
+        if ((mount.f_flags & MNT_LOCAL) == 0) {
+            points.emplace_back(mount.f_mntonname);
+        }
+    }
+    return points;
 }
 
 std::string dataFolder() {

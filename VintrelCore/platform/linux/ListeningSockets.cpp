@@ -1,5 +1,6 @@
 #include "VintrelCore/platform/linux/ListeningSockets.h"
 
+#include "VintrelCore/base/File.h"
 #include "VintrelCore/base/FileDescriptor.h"
 
 #include <algorithm>
@@ -9,12 +10,10 @@
 #include <string>
 
 #include <arpa/inet.h>
-#include <fcntl.h>
 #include <linux/inet_diag.h>
 #include <linux/netlink.h>
 #include <linux/sock_diag.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 namespace VintrelCore::Platform::ListeningSockets {
 
@@ -84,23 +83,9 @@ bool receive(const FileDescriptor& netlink, Sockets& sockets) {
     }
 }
 
-/// The whole of a file whose text the kernel hands out piece by piece.
 std::optional<std::string> readTable(const char* path) {
-    const FileDescriptor file(::open(path, O_RDONLY | O_CLOEXEC));
-    if (!file) {
-        return std::nullopt;
-    }
-    std::string table;
-    std::array<char, size_t{32} << 10>
-        buffer; // NOLINT(cppcoreguidelines-pro-type-member-init): filled by read
-    for (ssize_t count = 1; count != 0;) {
-        count = ::read(file.get(), buffer.data(), buffer.size());
-        if (count < 0 && errno != EINTR) {
-            return std::nullopt;
-        }
-        table.append(buffer.data(), static_cast<size_t>(std::max<ssize_t>(count, 0)));
-    }
-    return table;
+    constexpr size_t largestTable = size_t{64} << 20; // some 400,000 connections
+    return File::readKernelList(path, largestTable);
 }
 
 } // namespace

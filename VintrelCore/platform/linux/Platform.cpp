@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 #include <unistd.h>
 
@@ -104,6 +105,18 @@ std::span<const std::string_view> dockerCandidates() {
 
 std::string settingsFolder() {
     return baseFolder("XDG_CONFIG_HOME", "/.config");
+}
+
+std::vector<std::string> mountsThatMayHang() {
+    constexpr size_t largestList = size_t{16} << 20;
+    const auto list = File::readKernelList("/proc/self/mountinfo", largestList);
+    std::vector<std::string> points;
+    for (ProcFiles::Mount& mount : ProcFiles::parseMounts(list.value_or(""))) {
+        if (ProcFiles::asksOthers(mount.type)) {
+            points.push_back(std::move(mount.point));
+        }
+    }
+    return points;
 }
 
 std::string dataFolder() {

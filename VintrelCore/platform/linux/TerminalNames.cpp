@@ -46,7 +46,7 @@ const std::string& TerminalNames::nameOf(uint32_t device, const FileDescriptor& 
 std::vector<TerminalNames::Driver> TerminalNames::readDrivers() {
     constexpr size_t largestTable = size_t{64} << 10;
     std::vector<Driver> drivers;
-    const auto table = File::readKernelFile("/proc/tty/drivers", largestTable);
+    const auto table = File::readKernelList("/proc/tty/drivers", largestTable);
     std::string_view rest = table ? *table : std::string_view();
     while (auto line = Text::takeLine(rest)) {
         // pty_slave /dev/pts 136 0-1048575 pty:slave

@@ -141,3 +141,30 @@ TEST(ParseSocketName, takesTheNumberOfASocketOnly) {
         EXPECT_EQ(ProcFiles::parseSocketName(other), std::nullopt) << other;
     }
 }
+
+TEST(ParseMounts, findsPointAndTypeOfEach) {
+    using Mounts = std::vector<ProcFiles::Mount>;
+    EXPECT_EQ(
+        ProcFiles::parseMounts("36 35 98:0 / / rw,noatime - ext4 /dev/root rw\n"
+                               "37 36 0:40 /x /mnt/data rw shared:1 master:2 - nfs4 server:/x rw,vers=4\n"
+                               "38 36 0:41 / /run/user/1000/gvfs rw - fuse.gvfsd-fuse gvfsd-fuse rw\n"),
+        (Mounts{{.point = "/", .type = "ext4"},
+                {.point = "/mnt/data", .type = "nfs4"},
+                {.point = "/run/user/1000/gvfs", .type = "fuse.gvfsd-fuse"}}));
+    EXPECT_EQ(ProcFiles::parseMounts("1 2 3:4 / /my\\040files\\134x\\011 rw - cifs //server/x rw\n"),
+              (Mounts{{.point = "/my files\\x\t", .type = "cifs"}}));
+    EXPECT_EQ(ProcFiles::parseMounts("1 2 3:4 / /a\\ rw - nfs x rw\n"),
+              (Mounts{{.point = "/a\\", .type = "nfs"}}));
+    EXPECT_EQ(ProcFiles::parseMounts("\n1 2 3:4 / /x rw shared:1\n1 2 3:4 / relative rw - nfs x rw\n-\n"),
+              Mounts{});
+}
+
+TEST(AsksOthers, isTrueOfNetworksAndOfPrograms) {
+    for (const char* type : {"nfs", "nfs4", "cifs", "fuse", "fuse.sshfs", "fuseblk", "9p", "autofs"}) {
+        EXPECT_TRUE(ProcFiles::asksOthers(type)) << type;
+    }
+    for (const char* type :
+         {"ext4", "btrfs", "tmpfs", "overlay", "proc", "nfsd", "fusectl", "rpc_pipefs", ""}) {
+        EXPECT_FALSE(ProcFiles::asksOthers(type)) << type;
+    }
+}
