@@ -32,6 +32,9 @@ void take(Stat& stat, int field, int64_t value) {
     case 22:
         stat.startTicks = static_cast<uint64_t>(value);
         break;
+    case 23: // the size of its address space
+        stat.hasMemory = value != 0;
+        break;
     case 24:
         stat.residentPages = value;
         break;

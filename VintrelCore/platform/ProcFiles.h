@@ -18,6 +18,7 @@ struct Stat {
     int32_t threadCount = 1;
     uint64_t usedTicks = 0;  ///< of processor time, its own and the kernel's for it, in clock ticks
     uint64_t startTicks = 0; ///< clock ticks between boot and the start of the process
+    bool hasMemory = true; ///< false for the kernel's own, and for what is about to end: no arguments either
     int64_t residentPages = 0;
 };
 

@@ -24,11 +24,14 @@ namespace {
 
 constexpr uid_t otherAccount = 4'242;
 
-/// What the rules make of facts, in words.
+/// What the rules make of facts, in words. Without this process's own children: tools are among them.
 std::map<int32_t, std::string> recordsOf(Platform::Facts& facts) {
     const auto list = [](const std::vector<int32_t>& pids) { return testing::PrintToString(pids); };
     std::map<int32_t, std::string> records;
     for (const SnapshotRecord& record : snapshotRecords(facts.processes(), facts.kernelView())) {
+        if (record.ppid == ::getpid()) {
+            continue;
+        }
         records.emplace(record.pid, record.command + " of " + std::to_string(record.ppid) + " managed by '" +
                                         record.managedBy + "' runner " + std::to_string(record.isRunner) +
                                         " " + list(record.foldedShells) + list(record.onlyChildren) +
@@ -195,7 +198,7 @@ TEST(FactsFromBoth, leadToTheSameRecords) {
     }
     size_t compared = 0;
     for (const auto& [pid, record] : byTools) {
-        if (const auto other = byKernel.find(pid); other != byKernel.end()) { // else it is ps or lsof
+        if (const auto other = byKernel.find(pid); other != byKernel.end()) { // else it has ended since
             EXPECT_EQ(other->second, record) << pid;
             ++compared;
         }

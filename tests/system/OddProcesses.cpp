@@ -2,6 +2,7 @@
 
 #include "VintrelCore/base/File.h"
 #include "VintrelCore/base/Text.h"
+#include "VintrelCore/platform/ProcFiles.h"
 #include "tests/support/Process.h"
 
 #include <algorithm>
@@ -40,6 +41,19 @@ void must(bool succeeded, const char* what) {
     if (!succeeded) {
         std::perror(what);
         std::_Exit(EXIT_FAILURE);
+    }
+}
+
+/// Waits until the record of a process has this state.
+void awaitState(int32_t pid, char state, const std::string& what) {
+    const auto hasState = [pid, state] {
+        const auto record =
+            VintrelCore::File::readKernelFile("/proc/" + std::to_string(pid) + "/stat", size_t{4} << 10);
+        const auto stat = record ? VintrelCore::ProcFiles::parseStat(*record) : std::nullopt;
+        return stat && stat->state == state;
+    };
+    if (!eventually(hasState)) {
+        throw std::runtime_error("could not be made: " + what);
     }
 }
 
@@ -120,7 +134,7 @@ int32_t OddProcesses::add(const std::string& what, const std::function<void(int 
 
 int32_t OddProcesses::addShell(const std::string& what, const std::string& name,
                                const std::vector<std::string>& words, const std::function<void()>& before) {
-    return add(what, [&](int ready) {
+    const int32_t pid = add(what, [&](int ready) {
         ::dup2(m_waitingEnd.get(), STDIN_FILENO);
         before();
         std::vector<std::string> all{name, "-c", "read _"};
@@ -133,14 +147,18 @@ int32_t OddProcesses::addShell(const std::string& what, const std::string& name,
         ::execv("/bin/sh", argv.data());
         static_cast<void>(::write(ready, "!", 1));
     });
+    awaitState(pid, 'S', what);
+    return pid;
 }
 
 int32_t OddProcesses::addCopy(const std::string& what, const std::function<void()>& become) {
-    return add(what, [&](int ready) {
+    const int32_t pid = add(what, [&](int ready) {
         become();
         ::close(ready);
         waitForEver();
     });
+    awaitState(pid, 'S', what);
+    return pid;
 }
 
 int32_t OddProcesses::addZombie(const std::string& what, const std::function<void()>& become) {
@@ -161,14 +179,7 @@ int32_t OddProcesses::addWithoutFirstThread(const std::string& what) {
         ::close(ready);
         ::syscall(SYS_exit, 0); // of this thread alone
     });
-    const auto hasEnded = [pid] {
-        const auto record =
-            VintrelCore::File::readKernelFile("/proc/" + std::to_string(pid) + "/stat", size_t{4} << 10);
-        return record && record->contains(") Z ");
-    };
-    if (!eventually(hasEnded)) {
-        throw std::runtime_error("could not be made: " + what);
-    }
+    awaitState(pid, 'Z', what);
     return pid;
 }
 

@@ -23,9 +23,9 @@ bool isMasterOfTerminals(std::string_view file) {
 }
 
 /// In lsof's words, as far as they matter here. The file's own system is not asked: it may not answer.
-std::string typeOf(const FileDescriptor& folder, const char* number) {
+std::string typeOf(int folder, const char* number) {
     struct statx status{};
-    if (::statx(folder.get(), number, AT_STATX_DONT_SYNC | AT_NO_AUTOMOUNT, 0, &status) != 0) {
+    if (::statx(folder, number, AT_STATX_DONT_SYNC | AT_NO_AUTOMOUNT, 0, &status) != 0) {
         return "unknown";
     }
     switch (status.stx_mode & S_IFMT) {
@@ -81,24 +81,47 @@ Shortfall FactsFromKernel::shortfall() {
 KernelView FactsFromKernel::kernelView() {
     KernelView view = Platform::kernelView();
     view.factsOf = [this](int32_t pid) { return readFacts(pid); };
-    view.holdsTerminal = [this](int32_t pid) { return holdsTerminal(pid); };
+    view.holdsTerminal = [this](int32_t pid) { return heldBy(pid).isMasterOfTerminals; };
     view.unitProcessOf = [this](int32_t pid) { return unitProcess(pid); };
     return view;
 }
 
-FileDescriptor FactsFromKernel::open(int32_t pid) {
-    const auto known = m_stats.find(pid);
-    if (known == m_stats.end()) {
-        return {};
+const FileDescriptor& FactsFromKernel::open(int32_t pid) {
+    constexpr size_t mostOpened = 128; // of the thousand that a process may have at least
+    static const FileDescriptor none;
+    const auto opened = m_opened.find(pid);
+    if (opened != m_opened.end()) {
+        return opened->second;
     }
-    FileDescriptor process = m_proc.open(pid);
+    const auto known = m_stats.find(pid);
+    FileDescriptor process = known != m_stats.end() ? m_proc.open(pid) : FileDescriptor();
     const auto record = process ? readBelow(process, "stat", m_buffer) : std::nullopt;
     const auto stat = record ? ProcFiles::parseStat(*record) : std::nullopt;
-    return stat && stat->startTicks == known->second.startTicks ? std::move(process) : FileDescriptor();
+    if (!stat || stat->startTicks != known->second.startTicks) {
+        return none;
+    }
+    if (m_opened.size() >= mostOpened) {
+        m_opened.clear();
+    }
+    return m_opened.emplace(pid, std::move(process)).first->second;
+}
+
+const FactsFromKernel::Held& FactsFromKernel::heldBy(int32_t pid) {
+    const auto [known, isNew] = m_held.try_emplace(pid);
+    Held& held = known->second;
+    if (isNew) {
+        forEachDescriptor(open(pid), [&held](int, const char*, std::string_view target) {
+            held.isMasterOfTerminals = held.isMasterOfTerminals || isMasterOfTerminals(target);
+            if (const auto socket = ProcFiles::parseSocketName(target)) {
+                held.sockets.push_back(*socket);
+            }
+        });
+    }
+    return held;
 }
 
 std::optional<KernelFacts> FactsFromKernel::readFacts(int32_t pid) {
-    const FileDescriptor process = open(pid);
+    const FileDescriptor& process = open(pid);
     const auto status = process ? readBelow(process, "status", m_buffer) : std::nullopt;
     const auto userID = status ? ProcFiles::parseUserID(*status) : std::nullopt;
     const auto cgroups = userID ? readBelow(process, "cgroup", m_buffer) : std::nullopt;
@@ -113,17 +136,8 @@ std::optional<KernelFacts> FactsFromKernel::readFacts(int32_t pid) {
                        .controlGroup = ProcFiles::parseControlGroup(*cgroups)};
 }
 
-bool FactsFromKernel::holdsTerminal(int32_t pid) {
-    bool holds = false;
-    forEachDescriptor(open(pid), [&holds](const FileDescriptor&, const char*, std::string_view target) {
-        holds = isMasterOfTerminals(target);
-        return !holds;
-    });
-    return holds;
-}
-
 std::optional<int32_t> FactsFromKernel::unitProcess(int32_t pid) {
-    const FileDescriptor process = open(pid);
+    const FileDescriptor& process = open(pid);
     const auto environment = process ? readBelow(process, "environ", m_buffer) : std::nullopt;
     return environment ? ProcFiles::parseUnitProcess(*environment) : std::nullopt;
 }
@@ -136,7 +150,7 @@ std::optional<ProcStartTime> FactsFromKernel::startTime(int32_t pid) {
 }
 
 std::optional<std::vector<std::string>> FactsFromKernel::arguments(int32_t pid) {
-    const FileDescriptor process = open(pid);
+    const FileDescriptor& process = open(pid);
     const auto owner = process ? ownerOf(process) : std::nullopt;
     const auto record = owner ? readBelow(process, "cmdline", m_buffer) : std::nullopt;
     const bool isWhole = record && record->size() <= KernelTable::mostOfArguments(*owner);
@@ -144,12 +158,12 @@ std::optional<std::vector<std::string>> FactsFromKernel::arguments(int32_t pid) 
 }
 
 std::optional<std::string> FactsFromKernel::executable(int32_t pid) {
-    const FileDescriptor process = open(pid);
+    const FileDescriptor& process = open(pid);
     return process ? readLinkBelow(process, "exe") : std::nullopt;
 }
 
 std::optional<int64_t> FactsFromKernel::residentKB(int32_t pid) {
-    const FileDescriptor process = open(pid);
+    const FileDescriptor& process = open(pid);
     auto record = process ? readBelow(process, "statm", m_buffer) : std::nullopt;
     if (!record) {
         return std::nullopt;
@@ -162,7 +176,7 @@ std::optional<int64_t> FactsFromKernel::residentKB(int32_t pid) {
 Folders FactsFromKernel::folders(std::span<const int32_t> pids) {
     Folders folders;
     for (const int32_t pid : pids) {
-        const FileDescriptor process = open(pid);
+        const FileDescriptor& process = open(pid);
         if (auto folder = process ? readLinkBelow(process, "cwd") : std::nullopt) {
             folders.byPID.emplace(pid, *std::move(folder));
         }
@@ -178,15 +192,12 @@ Listeners FactsFromKernel::listeners(const std::set<int>& ports, std::span<const
         missing.insert(inode);
     }
     const auto lookAt = [&](int32_t pid) {
-        forEachDescriptor(open(pid), [&](const FileDescriptor&, const char*, std::string_view target) {
-            const auto inode = ProcFiles::parseSocketName(target);
-            const auto found = inode ? portsByInode.find(*inode) : portsByInode.end();
-            if (found != portsByInode.end()) {
+        for (const uint64_t socket : heldBy(pid).sockets) {
+            if (const auto found = portsByInode.find(socket); found != portsByInode.end()) {
                 listeners.byPID[pid].insert(found->second);
-                missing.erase(found->first);
+                missing.erase(socket);
             }
-            return true;
-        });
+        }
     };
     const std::unordered_set<int32_t> first(candidates.begin(), candidates.end());
     for (const int32_t pid : portsByInode.empty() ? std::unordered_set<int32_t>() : first) {
@@ -206,11 +217,9 @@ Listeners FactsFromKernel::listeners(const std::set<int>& ports, std::span<const
 std::vector<OpenDescriptor> FactsFromKernel::openDescriptors(std::span<const int32_t> pids) {
     std::vector<OpenDescriptor> descriptors;
     for (const int32_t pid : pids) {
-        forEachDescriptor(
-            open(pid), [&](const FileDescriptor& folder, const char* number, std::string_view target) {
-                descriptors.push_back({.type = typeOf(folder, number), .name = std::string(target)});
-                return true;
-            });
+        forEachDescriptor(open(pid), [&](int folder, const char* number, std::string_view target) {
+            descriptors.push_back({.type = typeOf(folder, number), .name = std::string(target)});
+        });
     }
     return descriptors;
 }

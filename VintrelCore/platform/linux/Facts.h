@@ -32,10 +32,17 @@ public:
 private:
     using PortsByInode = std::unordered_map<uint64_t, int>;
 
+    /// What descriptors tell; a process is looked through once.
+    struct Held {
+        bool isMasterOfTerminals = false;
+        std::vector<uint64_t> sockets{};
+    };
+
     /// The folder of a process of the table; none when it has ended, also when its number is another one's.
-    [[nodiscard]] FileDescriptor open(int32_t pid);
+    /// Until the next one is opened.
+    [[nodiscard]] const FileDescriptor& open(int32_t pid);
+    [[nodiscard]] const Held& heldBy(int32_t pid);
     [[nodiscard]] std::optional<KernelFacts> readFacts(int32_t pid);
-    [[nodiscard]] bool holdsTerminal(int32_t pid);
     [[nodiscard]] std::optional<int32_t> unitProcess(int32_t pid);
 
     ProcFolder m_proc;
@@ -43,6 +50,9 @@ private:
     std::vector<ProcessFacts> m_processes;
     /// By pid. The rest of the records is in `m_processes`.
     std::unordered_map<int32_t, ProcFiles::Stat> m_stats;
+    /// Folders of the table's processes: several things are asked of the same few.
+    std::unordered_map<int32_t, FileDescriptor> m_opened;
+    std::unordered_map<int32_t, Held> m_held;
 };
 
 } // namespace VintrelCore::Platform

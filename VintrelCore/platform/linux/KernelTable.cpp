@@ -17,6 +17,7 @@ namespace VintrelCore::Platform::KernelTable {
 namespace {
 
 constexpr std::string_view defunct = " <defunct>";
+constexpr size_t mostOfStrangersArguments = size_t{4} << 10;
 
 /// As the C library has it in the locale in which tools are run.
 bool isPrintable(char32_t character) {
@@ -28,8 +29,7 @@ bool isPrintable(char32_t character) {
 
 size_t mostOfArguments(int32_t owner) {
     constexpr size_t ofOnesOwn = size_t{128} << 10;
-    constexpr size_t ofOthers = size_t{4} << 10;
-    return owner == currentUserID() ? ofOnesOwn : ofOthers;
+    return owner == currentUserID() ? ofOnesOwn : mostOfStrangersArguments;
 }
 
 int64_t kibibytesOf(int64_t pages) {
@@ -50,8 +50,12 @@ std::optional<Row> Reader::read(int32_t pid) {
     ProcessFacts facts{.pid = pid, .ppid = stat->parent, .name = ProcText::name(*name, isPrintable)};
     facts.isZombie = stat->state == 'Z';
     const std::string inBrackets = "[" + facts.name + "]";
-    std::optional<std::string> command =
-        facts.isZombie ? inBrackets + std::string(defunct) : commandOf(process, inBrackets);
+    std::optional<std::string> command = inBrackets;
+    if (facts.isZombie) {
+        command->append(defunct);
+    } else if (stat->hasMemory) {
+        command = commandOf(process, inBrackets);
+    }
     if (!command) {
         return std::nullopt;
     }
@@ -63,20 +67,18 @@ std::optional<Row> Reader::read(int32_t pid) {
 
 /// Absent when the process has ended meanwhile.
 std::optional<std::string> Reader::commandOf(const FileDescriptor& process, const std::string& inBrackets) {
-    const auto owner = ownerOf(process);
-    if (!owner) {
-        return std::nullopt;
-    }
-    const size_t most = mostOfArguments(*owner);
-    auto record = readBelow(process, "cmdline", m_buffer.first(most + 1));
+    auto record = readBelow(process, "cmdline", m_buffer);
     if (!record) {
         return std::nullopt;
     }
     if (record->empty()) {
-        return inBrackets; // a process of the kernel's own, or one that is about to end
+        return inBrackets; // it is about to end
     }
-    if (record->size() > most) {
-        record = Text::withoutCutCharacter(record->substr(0, most));
+    if (record->size() > mostOfStrangersArguments) { // as few have
+        const auto owner = ownerOf(process);
+        const size_t most = owner ? mostOfArguments(*owner) : mostOfStrangersArguments;
+        const bool isWhole = record->size() <= most;
+        record = isWhole ? *record : Text::withoutCutCharacter(record->substr(0, most));
     }
     return ProcText::commandLine(*record, isPrintable);
 }

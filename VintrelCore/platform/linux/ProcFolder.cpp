@@ -8,6 +8,7 @@
 #include <charconv>
 #include <climits>
 #include <memory>
+#include <utility>
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -24,19 +25,26 @@ struct CloseListing {
     void operator()(DIR* listing) const { ::closedir(listing); }
 };
 
-/// Calls `action` with the name of each entry until it returns false.
-void forEachEntry(FileDescriptor folder, const std::function<bool(const char* name)>& action) {
+/// Calls `action` with the folder and the name of each entry.
+void forEachEntry(FileDescriptor folder, const std::function<void(int folder, const char* name)>& action) {
     const std::unique_ptr<DIR, CloseListing> listing(::fdopendir(folder.get()));
     if (!listing) {
         return;
     }
-    static_cast<void>(folder.release());
+    const int number = folder.release();
     while (const dirent* const entry =
                ::readdir(listing.get())) { // NOLINT(concurrency-mt-unsafe): its own listing
-        if (entry->d_name[0] != '.' && !action(entry->d_name)) {
-            return;
+        if (entry->d_name[0] != '.') {
+            action(number, entry->d_name);
         }
     }
+}
+
+std::optional<std::string> readLink(int folder, const char* name) {
+    std::array<char, PATH_MAX> target; // NOLINT(cppcoreguidelines-pro-type-member-init): filled by readlinkat
+    const ssize_t length = ::readlinkat(folder, name, target.data(), target.size());
+    const bool isWhole = length > 0 && static_cast<size_t>(length) < target.size();
+    return isWhole ? std::optional(std::string(target.data(), static_cast<size_t>(length))) : std::nullopt;
 }
 
 } // namespace
@@ -46,11 +54,10 @@ ProcFolder::ProcFolder() : m_folder(::open("/proc", O_RDONLY | openFolder)) {}
 std::vector<int32_t> ProcFolder::pids() const {
     std::vector<int32_t> pids;
     forEachEntry(FileDescriptor(::openat(m_folder.get(), ".", O_RDONLY | openFolder)),
-                 [&pids](const char* name) {
+                 [&pids](int, const char* name) {
                      if (const auto pid = Text::parseInteger<int32_t>(name)) {
                          pids.push_back(*pid);
                      }
-                     return true;
                  });
     std::ranges::sort(pids);
     return pids;
@@ -77,10 +84,7 @@ std::optional<std::string_view> readBelow(const FileDescriptor& folder, const ch
 }
 
 std::optional<std::string> readLinkBelow(const FileDescriptor& folder, const char* name) {
-    std::array<char, PATH_MAX> target; // NOLINT(cppcoreguidelines-pro-type-member-init): filled by readlinkat
-    const ssize_t length = ::readlinkat(folder.get(), name, target.data(), target.size());
-    const bool isWhole = length > 0 && static_cast<size_t>(length) < target.size();
-    return isWhole ? std::optional(std::string(target.data(), static_cast<size_t>(length))) : std::nullopt;
+    return readLink(folder.get(), name);
 }
 
 std::optional<int32_t> ownerOf(const FileDescriptor& process) {
@@ -89,16 +93,14 @@ std::optional<int32_t> ownerOf(const FileDescriptor& process) {
                                                 : std::nullopt;
 }
 
-void forEachDescriptor(const FileDescriptor& process,
-                       const std::function<bool(const FileDescriptor& folder, const char* number,
-                                                std::string_view target)>& action) {
-    const FileDescriptor folder(::openat(process.get(), "fd", O_RDONLY | openFolder));
-    if (!folder) {
-        return;
-    }
-    forEachEntry(FileDescriptor(::openat(folder.get(), ".", O_RDONLY | openFolder)), [&](const char* number) {
-        const auto target = readLinkBelow(folder, number); // it may have been closed meanwhile
-        return !target || action(folder, number, *target);
+void forEachDescriptor(
+    const FileDescriptor& process,
+    const std::function<void(int folder, const char* number, std::string_view target)>& action) {
+    FileDescriptor descriptors(::openat(process.get(), "fd", O_RDONLY | openFolder));
+    forEachEntry(std::move(descriptors), [&action](int folder, const char* number) {
+        if (const auto target = readLink(folder, number)) { // it may have been closed meanwhile
+            action(folder, number, *target);
+        }
     });
 }
 

@@ -44,10 +44,10 @@ private:
 /// The effective user id of a process, by its folder; absent when it has ended.
 [[nodiscard]] std::optional<int32_t> ownerOf(const FileDescriptor& process);
 
-/// Calls `action` with the folder of the descriptors and the name and target of each, by rising number, until
-/// it returns false. Nothing is called for a process that may not be looked into.
-void forEachDescriptor(const FileDescriptor& process,
-                       const std::function<bool(const FileDescriptor& folder, const char* number,
-                                                std::string_view target)>& action);
+/// Calls `action` with the folder of the descriptors and the name and target of each, by rising number.
+/// Nothing is called for a process that may not be looked into.
+void forEachDescriptor(
+    const FileDescriptor& process,
+    const std::function<void(int folder, const char* number, std::string_view target)>& action);
 
 } // namespace VintrelCore::Platform

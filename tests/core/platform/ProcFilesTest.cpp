@@ -27,6 +27,10 @@ TEST(ParseStat, findsStateSessionAndStart) {
     EXPECT_EQ(stat->parent, 1);
     EXPECT_EQ(stat->terminal, 0U);
     EXPECT_EQ(stat->residentPages, 250);
+    EXPECT_TRUE(stat->hasMemory);
+    const auto kernels =
+        ProcFiles::parseStat("2 (kthreadd) S 0 0 0 0 -1 2129984 0 0 0 0 0 3 0 0 20 0 1 0 1 0 0 1\n");
+    EXPECT_TRUE(kernels && !kernels->hasMemory);
 }
 
 TEST(ParseStat, readsTheDeviceOfATerminalWhateverItsSign) {
