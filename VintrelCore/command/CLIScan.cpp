@@ -2,6 +2,8 @@
 
 #include "VintrelCore/base/Shell.h"
 #include "VintrelCore/context/PortRegistry.h"
+#include "VintrelCore/context/RepositorySearch.h"
+#include "VintrelCore/context/SlowMounts.h"
 #include "VintrelCore/platform/Facts.h"
 #include "VintrelCore/scan/Protection.h"
 #include "VintrelCore/scan/Snapshot.h"
@@ -79,13 +81,20 @@ private:
     }
 
     void takeDirectories(CwdResolver::Directories directories) {
-        Protection protection{.entries = m_rules.protectedProjects, .home = resolvedFolder(m_world.home)};
-        if (!m_result.faults.metDeadMount) {
-            protection.resolved = Protection::resolve(protection.entries, protection.home);
-        }
+        const Protection protection = findProtection();
+        const RepositorySearch repositories(directories, m_slowMounts, m_world.interrupt);
+        const bool mayTouchFiles = !m_result.faults.metDeadMount || m_world.asksKernel;
         m_result.cwds =
             CwdResolver::cwdsOf(std::move(directories),
-                                {.home = protection.home, .mayTouchFiles = !m_result.faults.metDeadMount});
+                                {.home = protection.home,
+                                 .gitRootFinder =
+                                     [&](const std::string& directory) {
+                                         return mayTouchFiles ? repositories.rootOf(directory) : std::nullopt;
+                                     },
+                                 .mayTouch =
+                                     [&](const std::string& directory) {
+                                         return mayTouchFiles && !m_slowMounts.hold(directory);
+                                     }});
         m_result.faults.foldersUnknown = m_result.cwds.empty();
         m_result.items = ScanCore::applyScopedIgnores(m_result.items, m_result.cwds, m_ignores.scoped);
         for (const ProcessItem& item : m_result.items) {
@@ -95,6 +104,18 @@ private:
                 m_result.unknownFolderPIDs.insert(item.pid);
             }
         }
+    }
+
+    Protection findProtection() {
+        Protection unresolved{.entries = m_rules.protectedProjects, .home = m_world.home};
+        if (m_result.faults.metDeadMount) { // as lsof found out
+            unresolved.home = resolvedFolder(m_world.home);
+            return unresolved;
+        }
+        auto found =
+            Protection::found(m_rules.protectedProjects, m_world.home, m_slowMounts, m_world.interrupt);
+        m_result.faults.metDeadMount = !found;
+        return found ? *std::move(found) : unresolved;
     }
 
     /// Whether a candidate has not ended since the snapshot: then its folder would be unknown, too.
@@ -111,6 +132,8 @@ private:
     const ScanRules& m_rules;
     const World& m_world;
     SortedIgnores m_ignores;
+    /// lsof has looked at all mounts before anything else does.
+    SlowMounts m_slowMounts{m_world.asksKernel ? Platform::mountsThatMayHang() : std::vector<std::string>()};
     Result m_result;
 };
 

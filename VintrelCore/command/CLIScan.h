@@ -21,8 +21,7 @@ struct World {
     std::string ps = Platform::psPath();
     std::string lsof = Lsof::path();
     std::string home = Platform::homeFolder();
-    /// Whether the kernel is asked instead of the tools, where it tells. Unlike lsof it does not find out
-    /// which mounts are dead: looking for repositories there may hang.
+    /// Whether the kernel is asked instead of the tools, where it tells.
     bool asksKernel = false;
     int interrupt = -1; ///< a descriptor that becomes readable when the scan is to stop; negative for none
 };

@@ -127,9 +127,11 @@ CwdMap processCwds(const ProcessCwdsOptions& options) {
     for (auto& [pid, directory] : directories) {
         dropAnnotation(directory, mayTouchFiles);
     }
-    return cwdsOf(
-        std::move(directories),
-        {.home = options.home, .gitRootFinder = options.gitRootFinder, .mayTouchFiles = mayTouchFiles});
+    const GitRootFinder none = [](const std::string&) { return std::nullopt; };
+    return cwdsOf(std::move(directories),
+                  {.home = options.home,
+                   .gitRootFinder = mayTouchFiles ? options.gitRootFinder : none,
+                   .mayTouch = [mayTouchFiles](const std::string&) { return mayTouchFiles; }});
 }
 
 CwdMap cwdsOf(Directories directories, const CwdsOfOptions& options) {
@@ -137,9 +139,12 @@ CwdMap cwdsOf(Directories directories, const CwdsOfOptions& options) {
     const std::string home = options.home.value_or("");
     std::unordered_map<std::string, std::optional<std::string>> gitRoots; // many processes share a directory
     for (auto& [pid, directory] : directories) {
-        shorten(directory, lengthWithoutDeletedEnding(directory), options.mayTouchFiles);
+        const size_t length = lengthWithoutDeletedEnding(directory);
+        if (length < directory.size()) { // else nothing is to be asked
+            shorten(directory, length, options.mayTouch(directory));
+        }
         const auto [known, isNew] = gitRoots.try_emplace(directory);
-        if (isNew && options.mayTouchFiles) {
+        if (isNew) {
             known->second = options.gitRootFinder(directory);
         }
         const std::optional<std::string>& gitRoot = known->second;

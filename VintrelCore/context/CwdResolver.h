@@ -63,7 +63,8 @@ using Directories = std::unordered_map<int32_t, std::string>;
 struct CwdsOfOptions {
     std::optional<std::string> home{}; ///< the folder to write as "~"
     GitRootFinder gitRootFinder = findGitRoot;
-    bool mayTouchFiles = true; ///< as in `ProcessCwdsOptions`
+    /// Whether it may be looked whether a directory exists: not where a mount may never answer.
+    std::function<bool(const std::string& directory)> mayTouch = [](const std::string&) { return true; };
 };
 
 /// An entry for each of the directories, which are named as the kernel does it: a deleted one has "

@@ -1,11 +1,65 @@
 #include "VintrelCore/scan/Protection.h"
 
+#include "VintrelCore/base/Text.h"
+#include "VintrelCore/platform/TimedQuestion.h"
+
 #include <algorithm>
 #include <filesystem>
 #include <iterator>
 #include <system_error>
+#include <utility>
 
 namespace VintrelCore {
+
+namespace {
+
+/// The folder that an entry names; "" for what is no path.
+std::string pathOf(const std::string& entry, const std::string& home) {
+    const bool isBelowHome = entry == "~" || entry.starts_with("~/");
+    std::string path = isBelowHome ? home + entry.substr(1) : entry;
+    return path.starts_with('/') ? path : std::string();
+}
+
+bool isReached(const SlowMounts& mounts, const std::vector<std::string>& entries, const std::string& home) {
+    return mounts.areReachedFrom(home) || std::ranges::any_of(entries, [&](const std::string& entry) {
+               return mounts.areReachedFrom(pathOf(entry, home));
+           });
+}
+
+Protection followed(std::vector<std::string> entries, const std::string& home) {
+    Protection protection{.entries = std::move(entries), .home = resolvedFolder(home)};
+    protection.resolved = Protection::resolve(protection.entries, protection.home);
+    return protection;
+}
+
+/// The home folder, then entry and form by turns, each with a zero byte behind it: no path holds one.
+std::string inWords(const Protection& protection) {
+    std::string words = protection.home + '\0';
+    for (const auto& [entry, form] : protection.resolved) {
+        words += entry + '\0' + form + '\0';
+    }
+    return words;
+}
+
+} // namespace
+
+std::optional<Protection> Protection::found(std::vector<std::string> entries, const std::string& home,
+                                            const SlowMounts& mounts, int interrupt) {
+    if (!isReached(mounts, entries, home)) {
+        return followed(std::move(entries), home);
+    }
+    Platform::TimedQuestion question([&] { return inWords(followed(entries, home)); });
+    const auto answer = question.wait(interrupt);
+    if (!answer) {
+        return std::nullopt;
+    }
+    const auto words = Text::split(*answer, '\0');
+    Protection protection{.entries = std::move(entries), .home = std::string(words.front())};
+    for (size_t word = 1; word + 1 < words.size(); word += 2) {
+        protection.resolved.emplace(words[word], words[word + 1]);
+    }
+    return protection;
+}
 
 bool Protection::covers(const std::string& entry, std::string_view fullPath) const {
     const auto form = resolved.find(entry);
@@ -25,9 +79,8 @@ bool Protection::covers(const ProcessItem& item, const CwdResolver::CwdMap& cwds
 Protection::Forms Protection::resolve(std::span<const std::string> entries, const std::string& home) {
     Forms forms;
     for (const std::string& entry : entries) {
-        const bool isBelowHome = entry == "~" || entry.starts_with("~/");
-        const std::string path = isBelowHome ? home + entry.substr(1) : entry;
-        if (!path.starts_with('/')) {
+        const std::string path = pathOf(entry, home);
+        if (path.empty()) {
             continue;
         }
         if (std::string form = resolvedFolder(path); form != path) {

@@ -1,9 +1,11 @@
 #pragma once
 
 #include "VintrelCore/context/CwdResolver.h"
+#include "VintrelCore/context/SlowMounts.h"
 #include "VintrelCore/model/ProcessItem.h"
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -29,6 +31,12 @@ struct Protection {
     /// Whether the row, or anything folded into it, works in a protected folder. Who is in none that is known
     /// is not protected.
     [[nodiscard]] bool covers(const ProcessItem& item, const CwdResolver::CwdMap& cwds) const;
+
+    /// With all links followed, those of the home folder, too. Where they lead to a mount that may not
+    /// answer, a copy of this process follows them, for a second; absent when that was not enough.
+    [[nodiscard]] static std::optional<Protection> found(std::vector<std::string> entries,
+                                                         const std::string& home, const SlowMounts& mounts,
+                                                         int interrupt = -1);
 
     /// Follows the entries' links on disk, which blocks where a mount does not answer.
     [[nodiscard]] static Forms resolve(std::span<const std::string> entries, const std::string& home);
