@@ -25,6 +25,7 @@ struct FoldedProcess {
     int32_t pid = 0;
     std::optional<ProcStartTime> startTime{}; ///< absent when it could not be read
     FoldedAs as = FoldedAs::part;
+    std::string command{};
 
     /// Whether it is the same process, whatever it is to the row.
     bool operator==(const FoldedProcess& other) const {
@@ -47,6 +48,7 @@ struct ProcessItem {
     std::optional<ProcStartTime> startTime{}; ///< absent when no provider was given or it failed
     std::optional<std::string> customLabel{}; ///< the label of the user's rule that matched
     std::vector<FoldedProcess> folded{};      ///< what the row stands for beside its own process
+    std::string runnerCommand{}; ///< of the row's own process, where `command` is another's; else ""
 
     bool operator==(const ProcessItem&) const = default;
 
@@ -62,6 +64,11 @@ struct ProcessItem {
 
     /// The process that the command and the kind are of: the row's own, or one that is folded into it.
     [[nodiscard]] int32_t shownPID() const;
+
+    /// The command line of the row's own process.
+    [[nodiscard]] const std::string& ownCommand() const {
+        return runnerCommand.empty() ? command : runnerCommand;
+    }
 
     /// The user's label, or else that of the kind.
     [[nodiscard]] std::string_view displayLabel() const;

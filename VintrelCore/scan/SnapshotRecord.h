@@ -9,6 +9,12 @@
 
 namespace VintrelCore {
 
+/// A shell that is part of the row of a package runner, or of what it started itself.
+struct FoldedShell {
+    int32_t pid = 0;
+    std::string command{}; ///< as ps printed it
+};
+
 /// One process of a snapshot that this program took itself: a line of ps, corrected by what the kernel knows.
 /// A type of its own, so that raw lines cannot be taken for corrected ones.
 struct SnapshotRecord {
@@ -20,13 +26,15 @@ struct SnapshotRecord {
     std::string cpuPercent;
     std::string rss;
     std::string command;
-    std::string managedBy{}; ///< the unit or host program that looks after it; "" when none is known
-    bool isRunner = false;   ///< a package runner that has children
-    std::vector<int32_t> foldedShells{}; ///< shells between this package runner and what it started
+    std::string managedBy{};     ///< the unit or host program that looks after it; "" when none is known
+    bool isRunner = false;       ///< a package runner that has children
+    bool startedSeveral = false; ///< this package runner, or one of its shells, has several children
+    std::vector<FoldedShell>
+        foldedShells{}; ///< shells between this package runner and what it started, the outer ones first
     /// What such a shell started alone, or this runner did: its, whatever it is.
     std::vector<int32_t> onlyChildren{};
-    std::vector<int32_t> shellsAbove{}; ///< shells that started this orphan, the outermost first
-    int32_t onlyChildOf = 0;            ///< the folded shell that started this process alone; 0 for none
+    std::vector<FoldedShell> shellsAbove{}; ///< shells that started this orphan, the outermost first
+    int32_t onlyChildOf = 0;                ///< the folded shell that started this process alone; 0 for none
 };
 
 /// Turns the raw output of `ScanCore::runPS` into records, in its order: zombies and this program's own tools

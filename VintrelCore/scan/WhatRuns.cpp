@@ -266,6 +266,27 @@ bool isPlaywrightMCPBrowser(std::string_view line) {
     return isHelperInWords(CommandWords::wordsOf(line));
 }
 
+bool isToldOneThing(std::span<const std::string> arguments) {
+    const std::vector<std::string_view> words = CommandWords::wordsOf(arguments);
+    const GoBetween* const shell =
+        words.empty() ? nullptr : GoBetweens::find(ToolNames::lastComponent(programOf(words)));
+    if (shell == nullptr || shell->sort != Sort::shell) {
+        return false;
+    }
+    OptionWalk walk(*shell, Words(words).subspan(1));
+    if (walk.next() != OptionWalk::Stop::operand || !walk.isTextNext()) {
+        return false;
+    }
+    int lasting = 0;
+    ShellText commands(walk.value());
+    while (const auto command = commands.nextCommand()) {
+        const std::vector<std::string_view> all(command->begin(), command->end());
+        const Words left = withoutPrefixes(all);
+        lasting += left.empty() || runsNothingLasting(left.front()) ? 0 : 1;
+    }
+    return lasting <= 1;
+}
+
 RiskTier tierOf(RiskTier tier, Found found) {
     return found == Found::nowhere ? std::max(tier, RiskTier::moderate) : tier;
 }
