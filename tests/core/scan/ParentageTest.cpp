@@ -5,6 +5,7 @@
 #include "tests/support/Snapshots.h"
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -59,10 +60,10 @@ SnapshotRecord corrected(const Candidate& candidate, Surroundings around = {}) {
     kernel[69] = {.userID = 1000,
                   .state = 'S',
                   .sessionID = 69,
-                  .startTime = {.sec = 1},
+                  .startTime = {.sec = 60},
                   .controlGroup = "/user@1000.service/init.scope"};
     kernel[80] = {
-        .userID = 1000, .state = 'S', .sessionID = 80, .startTime = {.sec = 2}, .controlGroup = "/x.scope"};
+        .userID = 1000, .state = 'S', .sessionID = 80, .startTime = {.sec = 61}, .controlGroup = "/x.scope"};
     kernel[strayPID] = {.userID = candidate.user,
                         .state = candidate.state,
                         .sessionID = candidate.session,
@@ -349,6 +350,46 @@ TEST(Parentage, aContainersProcessOneHasWorkInItsSessionAndOrphansInOthers) {
     Surroundings hidden{.processOne = "sleep infinity"}; // the kernel does not tell its session
     EXPECT_EQ(corrected({.session = 7}, hidden).ppid, 0);
     EXPECT_EQ(corrected({.session = 7}, hidden).managedBy, "sleep");
+}
+
+namespace {
+
+constexpr ProcStartTime containersStart{.sec = 50, .usec = 500'000};
+
+/// A container whose process 1 has put its command, number 7, into a session of its own.
+Surroundings containerWithACommandInItsOwnSession(ProcStartTime commandsStart) {
+    Surroundings around{.processOne = "/usr/bin/dumb-init -- bash start.sh"};
+    around.kernel[1] = {.userID = 1000, .state = 'S', .sessionID = 1, .startTime = containersStart};
+    around.others.push_back(record(7, 1, "bash start.sh"));
+    around.kernel[7] = {.userID = 1000, .state = 'S', .sessionID = 7, .startTime = commandsStart};
+    return around;
+}
+
+} // namespace
+
+TEST(Parentage, theSessionOfAContainersCommandIsItsWorkToo) {
+    const ProcStartTime atOnce{.sec = 51, .usec = 400'000};
+    const auto container = containerWithACommandInItsOwnSession(atOnce);
+    EXPECT_EQ(corrected({.session = 7}, container).ppid, 0);
+    EXPECT_EQ(corrected({.session = 7}, container).managedBy, "dumb-init");
+    EXPECT_EQ(corrected({.session = 1}, container).ppid, 0);
+    EXPECT_EQ(corrected({.session = 8}, container).ppid, 1) << "left behind by docker exec";
+}
+
+TEST(Parentage, theSessionOfWhatCameToAContainerLaterIsNotItsWork) {
+    // Such as an editor's server that was started into it and then orphaned.
+    const auto late = containerWithACommandInItsOwnSession({.sec = 51, .usec = 600'000});
+    EXPECT_EQ(corrected({.session = 7}, late).ppid, 1);
+
+    auto second = containerWithACommandInItsOwnSession({.sec = 51});
+    second.others.push_back(record(6, 1, "sh -c vitest"));
+    second.kernel[6] = {
+        .userID = 1000, .state = 'S', .sessionID = 1, .startTime = {.sec = 50, .usec = 600'000}};
+    EXPECT_EQ(corrected({.session = 7}, second).ppid, 1) << "the command is in the session of process 1";
+
+    auto member = containerWithACommandInItsOwnSession({.sec = 51});
+    member.kernel[7].sessionID = 5;
+    EXPECT_EQ(corrected({.session = 5}, member).ppid, 1) << "the command does not lead that session";
 }
 
 TEST(IsAdopter, isAnOfficeAndNotAName) {
