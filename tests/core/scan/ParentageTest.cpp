@@ -4,7 +4,9 @@
 #include "VintrelCore/scan/ControlGroup.h"
 #include "tests/support/Snapshots.h"
 
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -26,6 +28,7 @@ struct Candidate {
     int32_t session = follower;
     int32_t user = 1000;
     char state = 'S';
+    int32_t processGroup = strayPID;
 };
 
 SnapshotRecord record(int32_t pid, int32_t ppid, const std::string& command) {
@@ -59,12 +62,13 @@ SnapshotRecord corrected(const Candidate& candidate, Surroundings around = {}) {
     kernel[69] = {.userID = 1000,
                   .state = 'S',
                   .sessionID = 69,
-                  .startTime = {.sec = 1},
+                  .startTime = {.sec = 60},
                   .controlGroup = "/user@1000.service/init.scope"};
     kernel[80] = {
-        .userID = 1000, .state = 'S', .sessionID = 80, .startTime = {.sec = 2}, .controlGroup = "/x.scope"};
+        .userID = 1000, .state = 'S', .sessionID = 80, .startTime = {.sec = 61}, .controlGroup = "/x.scope"};
     kernel[strayPID] = {.userID = candidate.user,
                         .state = candidate.state,
+                        .processGroupID = candidate.processGroup,
                         .sessionID = candidate.session,
                         .startTime = {.sec = 100},
                         .controlGroup = candidate.controlGroup};
@@ -265,6 +269,75 @@ TEST(Parentage, besideTheApplicationOfAScopeThereAreOrphans) {
     EXPECT_EQ(corrected(leader, younger).ppid, 1);
 }
 
+TEST(Parentage, whatAnApplicationMayHaveDetachedInItsScopeStaysWithItHoweverOldTheScope) {
+    // The process of the scope's name is gone. That the leader is left of an application that was closed, and
+    // is not the application, which forked itself away after an update of an hour, shows in nothing.
+    const std::string group = userManager + "app-gnome-code-400.scope";
+    const Candidate leader{.parent = 69, .controlGroup = group, .session = sessionLeader};
+    for (const int64_t start : {99, 60, 1}) {
+        Surroundings around;
+        around.kernel.setControlGroupStart(group, {.sec = start});
+        EXPECT_EQ(corrected(leader, around).managedBy, "app-gnome-code-400.scope") << start;
+
+        addNeighbour(around, 450, 450, 99, group); // detached before it
+        EXPECT_EQ(corrected(leader, std::move(around)).ppid, 1) << start;
+    }
+}
+
+TEST(Parentage, anApplicationThatForkedTwiceIsNoOrphanInItsService) {
+    // The second time it gave up its session's lead. Its session is of a process that is gone, and neither
+    // that of the process with which the service began nor divided into a shell's jobs.
+    const std::string group = userManager + "app-code@aa11.service";
+    const Candidate application{.parent = 69, .controlGroup = group, .session = 499, .processGroup = 499};
+    Surroundings around;
+    around.kernel.setUnitProcess(strayPID, 498);
+    addNeighbour(around, 400, 399, 50, group); // left by a former run
+    EXPECT_EQ(corrected(application, around).managedBy, "app-code@aa11.service");
+
+    Candidate other = application;
+    other.processGroup = strayPID;
+    EXPECT_EQ(corrected(other, around).ppid, 1) << "a job of a shell";
+    other = application;
+    other.session = other.processGroup = 498;
+    EXPECT_EQ(corrected(other, around).ppid, 1) << "in the session of what has ended";
+
+    Surroundings led = around;
+    addNeighbour(led, 499, 499, 90, group);
+    EXPECT_EQ(corrected(application, led).ppid, 1) << "its session has a leader";
+    Surroundings running = around;
+    addNeighbour(running, 498, 498, 90, group);
+    EXPECT_EQ(corrected(application, running).ppid, 1) << "the application runs beside it";
+    Surroundings untold;
+    EXPECT_EQ(corrected(application, untold).ppid, 1) << "nothing tells with which process it began";
+}
+
+TEST(Parentage, whatBeganWithItsUnitMayBeTheApplicationThatForkedItselfAway) {
+    const auto parentAt = [](const std::string& unit, std::optional<ProcStartTime> unitStart,
+                             bool runsBeside) {
+        const std::string group = userManager + unit;
+        Surroundings around;
+        around.kernel.setUnitProcess(strayPID, 498);
+        if (unitStart) {
+            around.kernel.setControlGroupStart(group, *unitStart);
+        }
+        if (runsBeside) {
+            addNeighbour(around, 498, 498, 95, group);
+        }
+        return corrected({.parent = 69, .controlGroup = group, .session = 498, .processGroup = 498},
+                         std::move(around))
+            .ppid;
+    };
+    for (const char* unit : {"app-gnome-gvim-498.scope", "app-gvim@aa11.service"}) {
+        EXPECT_EQ(parentAt(unit, ProcStartTime{.sec = 99}, false), 0) << unit;
+        EXPECT_EQ(parentAt(unit, ProcStartTime{.sec = 90}, false), 0) << unit;
+        EXPECT_EQ(parentAt(unit, ProcStartTime{.sec = 101}, false), 0) << unit << ", moved into it";
+        EXPECT_EQ(parentAt(unit, ProcStartTime{.sec = 80}, false), 1) << unit;
+        EXPECT_EQ(parentAt(unit, std::nullopt, false), 1) << unit;
+        EXPECT_EQ(parentAt(unit, ProcStartTime{.sec = 99}, true), 1) << unit;
+    }
+    EXPECT_EQ(parentAt("vte-spawn-498.scope", ProcStartTime{.sec = 99}, false), 1);
+}
+
 TEST(Parentage, hostProgramsLookAfterTheirOwn) {
     for (const char* command :
          {"tmux new -d vitest", "tmux: server", "/usr/bin/tmux", "screen -S x",
@@ -349,6 +422,46 @@ TEST(Parentage, aContainersProcessOneHasWorkInItsSessionAndOrphansInOthers) {
     Surroundings hidden{.processOne = "sleep infinity"}; // the kernel does not tell its session
     EXPECT_EQ(corrected({.session = 7}, hidden).ppid, 0);
     EXPECT_EQ(corrected({.session = 7}, hidden).managedBy, "sleep");
+}
+
+namespace {
+
+constexpr ProcStartTime containersStart{.sec = 50, .usec = 500'000};
+
+/// A container whose process 1 has put its command, number 7, into a session of its own.
+Surroundings containerWithACommandInItsOwnSession(ProcStartTime commandsStart) {
+    Surroundings around{.processOne = "/usr/bin/dumb-init -- bash start.sh"};
+    around.kernel[1] = {.userID = 1000, .state = 'S', .sessionID = 1, .startTime = containersStart};
+    around.others.push_back(record(7, 1, "bash start.sh"));
+    around.kernel[7] = {.userID = 1000, .state = 'S', .sessionID = 7, .startTime = commandsStart};
+    return around;
+}
+
+} // namespace
+
+TEST(Parentage, theSessionOfAContainersCommandIsItsWorkToo) {
+    const ProcStartTime atOnce{.sec = 51, .usec = 400'000};
+    const auto container = containerWithACommandInItsOwnSession(atOnce);
+    EXPECT_EQ(corrected({.session = 7}, container).ppid, 0);
+    EXPECT_EQ(corrected({.session = 7}, container).managedBy, "dumb-init");
+    EXPECT_EQ(corrected({.session = 1}, container).ppid, 0);
+    EXPECT_EQ(corrected({.session = 8}, container).ppid, 1) << "left behind by docker exec";
+}
+
+TEST(Parentage, theSessionOfWhatCameToAContainerLaterIsNotItsWork) {
+    // Such as an editor's server that was started into it and then orphaned.
+    const auto late = containerWithACommandInItsOwnSession({.sec = 51, .usec = 600'000});
+    EXPECT_EQ(corrected({.session = 7}, late).ppid, 1);
+
+    auto second = containerWithACommandInItsOwnSession({.sec = 51});
+    second.others.push_back(record(6, 1, "sh -c vitest"));
+    second.kernel[6] = {
+        .userID = 1000, .state = 'S', .sessionID = 1, .startTime = {.sec = 50, .usec = 600'000}};
+    EXPECT_EQ(corrected({.session = 7}, second).ppid, 1) << "the command is in the session of process 1";
+
+    auto member = containerWithACommandInItsOwnSession({.sec = 51});
+    member.kernel[7].sessionID = 5;
+    EXPECT_EQ(corrected({.session = 5}, member).ppid, 1) << "the command does not lead that session";
 }
 
 TEST(IsAdopter, isAnOfficeAndNotAName) {
