@@ -4,6 +4,7 @@
 #include "VintrelCore/scan/CommandWords.h"
 #include "VintrelCore/scan/GoBetweens.h"
 #include "VintrelCore/scan/OptionWalk.h"
+#include "VintrelCore/scan/ShellCommands.h"
 #include "VintrelCore/scan/ShellText.h"
 #include "VintrelCore/scan/ToolNames.h"
 
@@ -43,26 +44,6 @@ bool isAllowed(const GoBetween& program, Callee callee) {
     return false;
 }
 
-/// Words of a shell's that start nothing lasting: they prepare, wait or filter, and say nothing about what
-/// runs.
-bool runsNothingLasting(std::string_view program) {
-    constexpr std::string_view listed =
-        "cd pushd popd export set unset source . true false : exit return wait sleep trap echo printf umask "
-        "ulimit shopt setopt pwd read test [ [[ local declare typeset alias for case in esac fi done } "
-        "tee tail head cat grep sed awk sort uniq wc cut tr date mkdir touch nvm";
-    return CommandWords::isListed(listed, program);
-}
-
-/// Takes what may stand before a command in a shell's text off its front.
-Words withoutPrefixes(Words words) {
-    constexpr std::string_view listed = "exec command builtin time ! { if then elif else while until do";
-    while (!words.empty() &&
-           (CommandWords::isAssignment(words.front()) || CommandWords::isListed(listed, words.front()))) {
-        words = words.subspan(1);
-    }
-    return words;
-}
-
 /// Looks for the tool of one kind.
 class Search {
 public:
@@ -93,6 +74,9 @@ public:
     }
 
 private:
+    /// What a shell's text runs beside what runs nothing lasting.
+    enum class TextRuns : uint8_t { nothing, tool, other };
+
     /// For interpreters and runners, which are told by name what to run.
     [[nodiscard]] Found inNamed(const GoBetween& program, const Command& command, int depth) const {
         if (program.sort == Sort::interpreter && !command.arguments.empty() &&
@@ -174,28 +158,41 @@ private:
         if (program.sort == Sort::shell) {
             return inScript(walk, command, depth);
         }
+        if (program.runsInShell) {
+            std::string text(walk.value());
+            return inText(text.append(" ").append(CommandWords::joined(walk.rest())), depth);
+        }
         return launched(in({walk.value(), walk.rest(), command.isExact}, Callee::any, depth));
     }
 
     /// The tool must be in every command that lasts: a shell that also runs something else is not the tool's.
     [[nodiscard]] Found inText(std::string_view text, int depth) const {
-        Found result = Found::nowhere;
+        return runBy(text, depth) == TextRuns::tool ? Found::launched : Found::nowhere;
+    }
+
+    [[nodiscard]] TextRuns runBy(std::string_view text, int depth) const {
+        TextRuns result = TextRuns::nothing;
         ShellText commands(text);
         while (const auto command = commands.nextCommand()) {
             const std::vector<std::string_view> all(command->begin(), command->end());
-            const Words words = withoutPrefixes(all);
-            if (words.empty() || runsNothingLasting(words.front())) {
-                continue;
-            }
-            const bool isEvaluated = words.front() == "eval" && depth > 0;
-            const Found found = isEvaluated ? inText(CommandWords::joined(words.subspan(1)), depth - 1)
-                                            : in({words.front(), words.subspan(1)}, Callee::any, depth);
-            if (found == Found::nowhere) {
-                return Found::nowhere;
-            }
-            result = Found::launched;
+            result = std::max(result, runBy(ShellCommands::withoutPrefixes(all), commands.isFed(), depth));
         }
-        return result;
+        return commands.mayHideCommands() ? TextRuns::other : result;
+    }
+
+    [[nodiscard]] TextRuns runBy(Words words, bool isFed, int depth) const {
+        if (ShellCommands::runsNothingLasting(words, isFed)) {
+            return TextRuns::nothing;
+        }
+        if (depth > 0 && words.front() == "eval") {
+            return runBy(CommandWords::joined(words.subspan(1)), depth - 1);
+        }
+        if (depth > 0 && words.front() == "trap" && words.size() > 1) {
+            const bool isNoText = words[1].empty() || words[1] == "-";
+            return isNoText ? TextRuns::nothing : runBy(words[1], depth - 1);
+        }
+        const Found found = in({words.front(), words.subspan(1)}, Callee::any, depth);
+        return found == Found::nowhere ? TextRuns::other : TextRuns::tool;
     }
 
     /// In a line that was joined, the text ends only with the line.

@@ -143,6 +143,40 @@ TEST(WhatRuns, isNoToolInAShellThatRunsSomethingElseToo) {
     EXPECT_EQ(whereIs(vitest, {"sh", "-c", "vitest < <(./backup.sh)"}), "nowhere");
 }
 
+TEST(WhatRuns, isNoToolInAShellThatReadsAFileFirst) {
+    EXPECT_EQ(whereIs(vitest, {"sh", "-c", ". ./start-all.sh; vitest"}), "nowhere");
+    EXPECT_EQ(whereIs(vitest, {"bash", "-c", "source ./env.sh && vitest"}), "nowhere");
+    EXPECT_EQ(whereIs(vitest, {"bash", "-c", "vitest && source ./env.sh"}), "nowhere");
+}
+
+TEST(WhatRuns, isNoToolInAShellWhoseTrapRunsSomethingElse) {
+    EXPECT_EQ(whereIs(vitest, {"sh", "-c", "trap ./backup.sh EXIT; vitest"}), "nowhere");
+    EXPECT_EQ(whereIs(vitest, {"sh", "-c", "trap 'exit 1' INT; trap - TERM; trap '' HUP; vitest"}),
+              "launched");
+}
+
+TEST(WhatRuns, isNoToolInAShellWhoseTextMayHideCommands) {
+    EXPECT_EQ(whereIs(vitest, {"sh", "-c", "vitest --port \"$(./server)\""}), "nowhere");
+    EXPECT_EQ(whereIs(vitest, {"sh", "-c", "vitest --port \"$PORT\""}), "launched");
+    EXPECT_EQ(whereIs(vitest, {"sh", "-c", "vitest() { sleep 9999; }; vitest"}), "nowhere");
+    EXPECT_EQ(whereIs(vitest, {"sh", "-c", "vitest <<EOF\necho it's\nEOF\n./server"}), "nowhere");
+}
+
+TEST(WhatRuns, filtersSayNothingWhereTheyReadWhatTheToolWrites) {
+    EXPECT_EQ(whereIs(vitest, {"sh", "-c", "vitest | grep -v x | tee log"}), "launched");
+    EXPECT_EQ(whereIs(vitest, {"sh", "-c", "vitest > >(tee log)"}), "launched");
+    EXPECT_EQ(whereIs(vitest, {"sh", "-c", "vitest || cat /dev/ttyUSB0"}), "nowhere");
+    EXPECT_EQ(whereIs(vitest, {"sh", "-c", "tail -f log & vitest"}), "nowhere");
+}
+
+TEST(WhatRuns, isWhatAVersionOfNodeIsChosenFor) {
+    EXPECT_EQ(whereIs(vitest, {"bash", "-c", "nvm use 20 && vitest"}), "launched");
+    EXPECT_EQ(whereIs(vitest, {"bash", "-c", "nvm exec v20.1 npx vitest"}), "launched");
+    EXPECT_EQ(whereIs(vitest, {"bash", "-c", "nvm exec 20 node server.js; vitest"}), "nowhere");
+    EXPECT_EQ(whereIs(vitest, {"bash", "-c", "nvm exec less vitest"}), "nowhere"); // of a file's version
+    EXPECT_EQ(whereIs(vitest, {"bash", "-c", "nvm run 20 vitest"}), "nowhere");
+}
+
 TEST(WhatRuns, ofAHelperBrowserIsItsProfile) {
     const std::string ofServer = "/home/dev/.cache/ms-playwright-mcp/mcp-chrome-1";
     const std::string besideBrowsers = "/home/dev/.cache/ms-playwright/mcp-chrome";
