@@ -29,16 +29,34 @@ struct Command {
     bool isExact = true; ///< false when blanks within arguments cannot be told from those between them
 };
 
-/// Which programs that run others may be what an interpreter or a package runner runs.
-enum class Callee { any, scriptOrInterpreter, script };
+/// How a command came to be named: what that proves.
+enum class As : uint8_t {
+    program,   ///< what the kernel was told
+    launched,  ///< what a launcher, a shell or a runner of any program starts
+    ofProject, ///< what a runner starts that takes scripts of the project's, too
+    script,    ///< a file that an interpreter or a shell reads
+    module,
+};
 
-bool isAllowed(const GoBetween& program, Callee callee) {
-    switch (callee) {
-    case Callee::any:
+/// A command's name, or a path to where programs are installed. Any other file is a project's own, which may
+/// be named like any program ("tests/playwright", "time.py").
+bool isNoProjectsOwn(std::string_view program) {
+    const bool isFile =
+        program.contains('/') ? !program.starts_with('@') : ToolNames::hasScriptSuffix(program);
+    return !isFile || ToolNames::isInstalled(program);
+}
+
+bool isAllowed(const GoBetween& program, std::string_view path, As as) {
+    switch (as) {
+    case As::program:
         return true;
-    case Callee::scriptOrInterpreter:
-        return program.isScript || program.sort == Sort::interpreter;
-    case Callee::script:
+    case As::launched:
+        return program.sort == Sort::browser || isNoProjectsOwn(path); // by its profile a browser is known
+    case As::ofProject:
+        return isNoProjectsOwn(path) && (program.isScript || program.sort == Sort::interpreter);
+    case As::script:
+        return program.isScript && ToolNames::isInstalled(path);
+    case As::module:
         return program.isScript;
     }
     return false;
@@ -49,15 +67,15 @@ class Search {
 public:
     explicit Search(ProcessKind kind) : m_kind(kind) {}
 
-    [[nodiscard]] Found in(const Command& command, Callee callee = Callee::any, int depth = deepest) const {
+    [[nodiscard]] Found in(const Command& command, As as = As::program, int depth = deepest) const {
         if (depth == 0) {
             return Found::nowhere;
         }
-        if (ToolNames::isToolsFile(m_kind, command.program)) {
+        if (isTool(command.program, as)) {
             return Found::program;
         }
         const GoBetween* const program = GoBetweens::find(ToolNames::lastComponent(command.program));
-        if (program == nullptr || !isAllowed(*program, callee)) {
+        if (program == nullptr || !isAllowed(*program, command.program, as)) {
             return Found::nowhere;
         }
         switch (program->sort) {
@@ -77,6 +95,16 @@ private:
     /// What a shell's text runs beside what runs nothing lasting.
     enum class TextRuns : uint8_t { nothing, tool, other };
 
+    [[nodiscard]] bool isTool(std::string_view program, As as) const {
+        if (as == As::script) {
+            return ToolNames::isToolsScript(m_kind, program);
+        }
+        if (as == As::module) {
+            return ToolNames::isToolsModule(m_kind, program);
+        }
+        return (as == As::program || isNoProjectsOwn(program)) && ToolNames::isToolsFile(m_kind, program);
+    }
+
     /// For interpreters and runners, which are told by name what to run.
     [[nodiscard]] Found inNamed(const GoBetween& program, const Command& command, int depth) const {
         if (program.sort == Sort::interpreter && !command.arguments.empty() &&
@@ -90,9 +118,9 @@ private:
         switch (walk.next()) {
         case OptionWalk::Stop::operand:
             return program.sort == Sort::runner ? inPackage(program, walk, command, depth)
-                                                : inScript(walk, command, depth);
+                                                : inScript(As::script, walk, command, depth);
         case OptionWalk::Stop::module:
-            return inModule(walk, command, depth);
+            return inScript(As::module, walk, command, depth);
         case OptionWalk::Stop::text:
             return inText(textOf(walk, command), depth);
         case OptionWalk::Stop::code:
@@ -108,14 +136,9 @@ private:
         return ToolNames::isToolsFile(m_kind, name) ? Found::script : Found::nowhere;
     }
 
-    [[nodiscard]] Found inScript(const OptionWalk& walk, const Command& command, int depth) const {
-        const Found found = in({walk.value(), walk.rest(), command.isExact}, Callee::script, depth);
+    [[nodiscard]] Found inScript(As as, const OptionWalk& walk, const Command& command, int depth) const {
+        const Found found = in({walk.value(), walk.rest(), command.isExact}, as, depth);
         return found == Found::program ? Found::script : found;
-    }
-
-    [[nodiscard]] Found inModule(const OptionWalk& walk, const Command& command, int depth) const {
-        return ToolNames::isToolsModule(m_kind, walk.value()) ? Found::script
-                                                              : inScript(walk, command, depth);
     }
 
     [[nodiscard]] Found inPackage(const GoBetween& program, const OptionWalk& walk, const Command& command,
@@ -126,11 +149,14 @@ private:
         }
         const GoBetween* const goBetween = GoBetweens::find(ToolNames::lastComponent(package));
         if (goBetween == nullptr) {
-            const bool isInPackage = ToolNames::isToolsPackage(m_kind, walk.package());
+            // Beside the package's commands, a runner starts any other program. Test runners' commands have
+            // the tool's name; those of MCP servers have "mcp" in theirs.
+            const bool isServers = package.contains("mcp") && !package.contains('/');
+            const bool isInPackage = isServers && ToolNames::isToolsPackage(m_kind, walk.package());
             return isInPackage ? Found::package : Found::nowhere;
         }
-        const Callee callee = program.runsAnyProgram ? Callee::any : Callee::scriptOrInterpreter;
-        const Found found = in({package, walk.rest(), command.isExact}, callee, depth);
+        const As as = program.runsAnyProgram ? As::launched : As::ofProject;
+        const Found found = in({package, walk.rest(), command.isExact}, as, depth);
         return found == Found::program ? Found::package : found;
     }
 
@@ -156,13 +182,13 @@ private:
             return Found::nowhere;
         }
         if (program.sort == Sort::shell) {
-            return inScript(walk, command, depth);
+            return inScript(As::script, walk, command, depth);
         }
         if (program.runsInShell) {
             std::string text(walk.value());
             return inText(text.append(" ").append(CommandWords::joined(walk.rest())), depth);
         }
-        return launched(in({walk.value(), walk.rest(), command.isExact}, Callee::any, depth));
+        return launched(in({walk.value(), walk.rest(), command.isExact}, As::launched, depth));
     }
 
     /// The tool must be in every command that lasts: a shell that also runs something else is not the tool's.
@@ -191,7 +217,7 @@ private:
             const bool isNoText = words[1].empty() || words[1] == "-";
             return isNoText ? TextRuns::nothing : runBy(words[1], depth - 1);
         }
-        const Found found = in({words.front(), words.subspan(1)}, Callee::any, depth);
+        const Found found = in({words.front(), words.subspan(1)}, As::launched, depth);
         return found == Found::nowhere ? TextRuns::other : TextRuns::tool;
     }
 
