@@ -304,10 +304,10 @@ bool isToldOneThing(std::span<const std::string> arguments) {
     ShellText commands(walk.value());
     while (const auto command = commands.nextCommand()) {
         const std::vector<std::string_view> all(command->begin(), command->end());
-        const Words left = withoutPrefixes(all);
-        lasting += left.empty() || runsNothingLasting(left.front()) ? 0 : 1;
+        const Words left = ShellCommands::withoutPrefixes(all);
+        lasting += ShellCommands::runsNothingLasting(left, commands.isFed()) ? 0 : 1;
     }
-    return lasting <= 1;
+    return lasting <= 1 && !commands.mayHideCommands();
 }
 
 RiskTier tierOf(RiskTier tier, Found found) {
