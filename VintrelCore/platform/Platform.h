@@ -78,6 +78,7 @@ struct ProcessRecord {
 struct KernelFacts {
     int32_t userID = -1;        ///< the real user id
     char state = '?';           ///< as ps prints it: R, S, D, Z (a zombie), T ...
+    int32_t processGroupID = 0; ///< the pid of the process group's leader
     int32_t sessionID = 0;      ///< the pid of the session's leader
     ProcStartTime startTime{};  ///< as `startTime` gives it
     std::string controlGroup{}; ///< the path of its control group; "" where there are none
@@ -103,6 +104,10 @@ struct KernelView {
     std::function<std::optional<int32_t>(int32_t pid)> unitProcessOf = [](int32_t) {
         return std::optional<int32_t>();
     };
+    /// When a control group was made; as reliable as the clock then was. Absent where the system does not
+    /// keep it.
+    std::function<std::optional<ProcStartTime>(const std::string& controlGroup)> controlGroupStart =
+        [](const std::string&) { return std::optional<ProcStartTime>(); };
 };
 
 /// The real one.

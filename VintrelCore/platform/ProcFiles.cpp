@@ -18,6 +18,7 @@ std::optional<Stat> parseStat(std::string_view record) {
         return std::nullopt;
     }
     Stat stat{.state = state.front()};
+    constexpr int processGroupField = 5;
     constexpr int sessionField = 6;
     constexpr int userTimeField = 14;
     constexpr int systemTimeField = 15;
@@ -29,7 +30,9 @@ std::optional<Stat> parseStat(std::string_view record) {
         if (!value || (field == startField && *value < 0)) {
             return std::nullopt;
         }
-        if (field == sessionField) {
+        if (field == processGroupField) {
+            stat.processGroupID = static_cast<int32_t>(*value);
+        } else if (field == sessionField) {
             stat.sessionID = static_cast<int32_t>(*value);
         } else if (field == userTimeField || field == systemTimeField) {
             stat.usedTicks += static_cast<uint64_t>(std::max<int64_t>(*value, 0));

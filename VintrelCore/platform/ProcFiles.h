@@ -12,6 +12,7 @@ namespace VintrelCore::ProcFiles {
 
 struct Stat {
     char state = '?';
+    int32_t processGroupID = 0;
     int32_t sessionID = 0;
     int32_t threadCount = 1;
     uint64_t usedTicks = 0;  ///< of processor time, its own and the kernel's for it, in clock ticks

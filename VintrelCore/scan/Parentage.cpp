@@ -25,6 +25,9 @@ using Platform::KernelFacts;
 constexpr int32_t orphansParent = 1;
 constexpr int32_t noParentWorthNaming = 0;
 
+/// Seconds within which an application forks itself away, at a login on a busy machine.
+constexpr int64_t longestStart = 10;
+
 /// Seconds within which process 1 of a container starts what it was told to.
 constexpr int64_t longestContainersStart = 1;
 
@@ -233,13 +236,34 @@ private:
         if (first == record.pid) {
             return true;
         }
-        const bool leadsItsSession = facts.sessionID == record.pid;
-        if (!leadsItsSession || (first && isBeside(*first, facts))) {
+        if (first && isBeside(*first, facts)) {
             return false;
         }
+        const bool leadsItsSession = facts.sessionID == record.pid;
+        if (!leadsItsSession) {
+            return first && (beganWithItsUnit(facts) || (isInService && isForkedTwice(facts, *first)));
+        }
         // An application that forks itself away leads a session. In a service it may have leftovers of the
-        // run before it beside it; a scope is for one run only.
+        // run before it beside it; a scope is for one run only. That its oldest leader was left there by an
+        // application that is closed cannot be known: one that began with an update, or a question for a
+        // password, forks itself away as long after the scope was made.
         return isInService || std::get<2>(m_oldest.at(facts.controlGroup)) == record.pid;
+    }
+
+    /// Whether it started so soon that it may be what the unit was made for, forked away. The service manager
+    /// would know; the kernel does not. What an application leaves behind was rarely started by then.
+    [[nodiscard]] bool beganWithItsUnit(const KernelFacts& facts) const {
+        const auto unitStart = m_kernel.controlGroupStart(facts.controlGroup);
+        return unitStart && isWithin(longestStart, facts.startTime, *unitStart);
+    }
+
+    /// Whether it may be a service that has taken a session and then, by forking again, left its lead: the
+    /// session is not that of the process with which the service began, its leader is gone, and no shell has
+    /// divided it into jobs. Holds beside leftovers of a former run, too, for which the control group is
+    /// older.
+    [[nodiscard]] bool isForkedTwice(const KernelFacts& facts, int32_t first) const {
+        return facts.sessionID != first && facts.processGroupID == facts.sessionID &&
+               !m_kernel.factsOf(facts.sessionID);
     }
 
     /// Whether the process that a unit was started with still runs in it.

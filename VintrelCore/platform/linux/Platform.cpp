@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace VintrelCore::Platform {
@@ -74,6 +75,7 @@ std::optional<KernelFacts> readKernelFacts(int32_t pid) {
     }
     return KernelFacts{.userID = *userID,
                        .state = stat->state,
+                       .processGroupID = stat->processGroupID,
                        .sessionID = stat->sessionID,
                        .startTime = timeOf(*stat),
                        .controlGroup = ProcFiles::parseControlGroup(*cgroups)};
@@ -100,6 +102,21 @@ std::optional<int32_t> readUnitProcess(int32_t pid) {
     const auto environment =
         File::readKernelFile("/proc/" + std::to_string(pid) + "/environ", maxEnvironment);
     return environment ? ProcFiles::parseUnitProcess(*environment) : std::nullopt;
+}
+
+/// The folder of a control group of an account other than root's notes when it was made as the time of its
+/// last access, which nothing changes afterwards; the folders of root's note when they were last looked up.
+std::optional<ProcStartTime> readControlGroupStart(const std::string& controlGroup) {
+    // Of several hierarchies, the one that `ProcFiles::parseControlGroup` prefers.
+    for (const std::string_view hierarchy :
+         {"/sys/fs/cgroup/systemd", "/sys/fs/cgroup/unified", "/sys/fs/cgroup"}) {
+        struct stat folder{};
+        if (::stat((std::string(hierarchy) + controlGroup).c_str(), &folder) == 0) {
+            const ProcStartTime made{.sec = folder.st_atim.tv_sec, .usec = folder.st_atim.tv_nsec / 1'000};
+            return folder.st_uid != 0 ? std::optional(made) : std::nullopt;
+        }
+    }
+    return std::nullopt;
 }
 
 /// A folder by the base directory rules: the variable's, or else this one below home.
@@ -178,7 +195,8 @@ KernelView kernelView() {
                 static_cast<double>(clockMicroseconds(CLOCK_BOOTTIME)) / microsecondsPerSecond,
             .factsOf = readKernelFacts,
             .holdsTerminal = readHoldsTerminal,
-            .unitProcessOf = readUnitProcess};
+            .unitProcessOf = readUnitProcess,
+            .controlGroupStart = readControlGroupStart};
 }
 
 } // namespace VintrelCore::Platform

@@ -21,6 +21,7 @@ TEST(ParseStat, findsStateSessionAndStart) {
     const auto stat = ProcFiles::parseStat(statOf("node"));
     ASSERT_TRUE(stat);
     EXPECT_EQ(stat->state, 'S');
+    EXPECT_EQ(stat->processGroupID, 55);
     EXPECT_EQ(stat->sessionID, 77);
     EXPECT_EQ(stat->startTicks, 4200U);
     EXPECT_EQ(stat->usedTicks, 10U) << "7 of its own, 3 of the kernel's";
