@@ -1,11 +1,23 @@
 #include "VintrelCore/scan/Protection.h"
 
+#include "VintrelCore/platform/Platform.h"
+
 #include <algorithm>
 #include <filesystem>
 #include <iterator>
+#include <optional>
 #include <system_error>
 
 namespace VintrelCore {
+
+namespace {
+
+bool lives(int32_t pid, const std::optional<ProcStartTime>& startTime) {
+    const auto record = Platform::processRecord(pid);
+    return record && !record->isZombie && (!startTime || record->startTime == *startTime);
+}
+
+} // namespace
 
 bool Protection::covers(const std::string& entry, std::string_view fullPath) const {
     const auto form = resolved.find(entry);
@@ -37,8 +49,26 @@ Protection::Forms Protection::resolve(std::span<const std::string> entries, cons
     return forms;
 }
 
-bool isFolderUnknown(const ProcessItem& item, const CwdResolver::CwdMap& cwds) {
-    return std::ranges::any_of(allPIDsOf({&item, 1}), [&cwds](int32_t pid) { return !cwds.contains(pid); });
+ScanCore::PIDSet endedAmong(std::span<const ProcessItem> items, const CwdResolver::CwdMap& cwds) {
+    ScanCore::PIDSet ended;
+    const auto note = [&](int32_t pid, const std::optional<ProcStartTime>& startTime) {
+        if (!cwds.contains(pid) && !lives(pid, startTime)) {
+            ended.insert(pid);
+        }
+    };
+    for (const ProcessItem& item : items) {
+        note(item.pid, item.startTime);
+        for (const FoldedProcess& process : item.folded) {
+            note(process.pid, process.startTime);
+        }
+    }
+    return ended;
+}
+
+bool isFolderUnknown(const ProcessItem& item, const CwdResolver::CwdMap& cwds,
+                     const ScanCore::PIDSet& ended) {
+    return std::ranges::any_of(allPIDsOf({&item, 1}),
+                               [&](int32_t pid) { return !cwds.contains(pid) && !ended.contains(pid); });
 }
 
 std::string resolvedFolder(const std::string& path) {
