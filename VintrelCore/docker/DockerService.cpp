@@ -17,12 +17,20 @@ namespace {
 /// An engine may accept and never answer.
 constexpr std::chrono::seconds askingDeadline{10};
 
-/// The engine itself gives a container ten seconds to stop.
+/// For what changes a container of which nothing is known.
 constexpr std::chrono::seconds changingDeadline{30};
+
+/// What the engine may take beside the container's own time to stop.
+constexpr std::chrono::seconds stoppingReserve{10};
 
 bool changesAContainer(const Arguments& arguments) {
     constexpr std::array<std::string_view, 3> verbs{"restart", "stop", "rm"};
     return !arguments.empty() && std::ranges::find(verbs, arguments.front()) != verbs.end();
+}
+
+bool stopsAContainer(const Arguments& arguments) {
+    constexpr size_t wordCount = 2; // the verb and one container
+    return arguments.size() == wordCount && (arguments.front() == "stop" || arguments.front() == "restart");
 }
 
 Arguments withFormat(Arguments arguments, std::string_view format) {
@@ -75,6 +83,21 @@ Shell::Command command(std::string client, Arguments arguments) {
     return {.executable = std::move(client), .arguments = std::move(arguments), .deadline = deadline};
 }
 
+Shell::Command command(std::string client, Arguments arguments, const ContainerStop& stop) {
+    return {.executable = std::move(client),
+            .arguments = std::move(arguments),
+            .deadline = std::chrono::seconds(stop.timeout) + stoppingReserve};
+}
+
+std::vector<ContainerStop> askAboutStops(const std::string& client, std::span<const std::string> containers,
+                                         int interrupt) {
+    Arguments inspect = withFormat({"inspect"}, DockerCore::inspectStopFormat);
+    inspect.insert(inspect.end(), containers.begin(), containers.end());
+    // Whatever its exit status: one that is gone must not hide the others.
+    const Shell::Outcome outcome = Shell::runToOutcome(command(client, std::move(inspect)), interrupt);
+    return outcome.completed() ? DockerCore::parseStops(outcome.output) : std::vector<ContainerStop>();
+}
+
 Shell::Result run(const Arguments& arguments, int interrupt) {
     const auto client = cliPath();
     if (!client) {
@@ -86,8 +109,18 @@ Shell::Result run(const Arguments& arguments, int interrupt) {
 }
 
 void perform(std::span<const Arguments> commands, int interrupt) {
+    const auto client = cliPath();
+    if (!client) {
+        return;
+    }
     for (const Arguments& arguments : commands) {
-        static_cast<void>(run(arguments, interrupt)); // what failed shows in the next listing
+        const auto stops = stopsAContainer(arguments)
+                               ? askAboutStops(*client, {&arguments.back(), 1}, interrupt)
+                               : std::vector<ContainerStop>();
+        // What failed shows in the next listing.
+        static_cast<void>(Shell::runToOutcome(stops.size() == 1 ? command(*client, arguments, stops.front())
+                                                                : command(*client, arguments),
+                                              interrupt));
     }
 }
 

@@ -35,11 +35,21 @@ cliPath(std::span<const std::string_view> candidates = Platform::dockerCandidate
 /// container.
 [[nodiscard]] Shell::Command command(std::string client, Arguments arguments);
 
+/// `command` for a change that stops a container: the client waits for as long as the engine does, and some
+/// more. When it misses even that deadline the engine goes on stopping it.
+[[nodiscard]] Shell::Command command(std::string client, Arguments arguments, const ContainerStop& stop);
+
 /// Runs the client; without one nothing is run, and the result is not ok. When the descriptor `interrupt` (if
 /// not negative) becomes readable, the client is taken down.
 [[nodiscard]] Shell::Result run(const Arguments& arguments, int interrupt = -1);
 
-/// Runs each of `commands` in turn, whatever becomes of the ones before.
+/// What the client says of these containers (ids or names) before they are stopped; those that it does not
+/// know are left out.
+[[nodiscard]] std::vector<ContainerStop>
+askAboutStops(const std::string& client, std::span<const std::string> containers, int interrupt = -1);
+
+/// Runs each of `commands` in turn, whatever becomes of the ones before. What stops a container has the time
+/// that the container takes.
 void perform(std::span<const Arguments> commands, int interrupt = -1);
 
 // What to ask the client for.

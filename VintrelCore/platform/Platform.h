@@ -82,6 +82,8 @@ struct KernelFacts {
     int32_t sessionID = 0;      ///< the pid of the session's leader
     ProcStartTime startTime{};  ///< as `startTime` gives it
     std::string controlGroup{}; ///< the path of its control group; "" where there are none
+    /// It is process 1 of a namespace other than this program's, such as a container's or a sandbox's.
+    bool isNamespacesFirst = false;
 };
 
 /// What the snapshot's parent column has to be corrected with.

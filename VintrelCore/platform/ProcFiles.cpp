@@ -78,6 +78,25 @@ std::optional<int32_t> parseThreadGroup(std::string_view status) {
     return numberOf("Tgid:", status);
 }
 
+bool parseIsNamespacesFirst(std::string_view status) {
+    constexpr std::string_view field = "NSpid:";
+    while (auto line = Text::takeLine(status)) {
+        if (line->starts_with(field)) {
+            line->remove_prefix(field.size());
+            // Its number in each namespace, from the one that reads to its own.
+            size_t count = 0;
+            std::string_view last;
+            for (auto word = Text::takeWord(*line, "\t "); !word.empty();
+                 word = Text::takeWord(*line, "\t ")) {
+                last = word;
+                ++count;
+            }
+            return count > 1 && last == "1";
+        }
+    }
+    return false;
+}
+
 std::optional<int32_t> parsePID(std::string_view descriptorInfo) {
     return numberOf("Pid:", descriptorInfo);
 }

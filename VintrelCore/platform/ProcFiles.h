@@ -32,6 +32,9 @@ struct Stat {
 /// The process that a thread belongs to, from "status"; absent when it is not there.
 [[nodiscard]] std::optional<int32_t> parseThreadGroup(std::string_view status);
 
+/// Whether a process is process 1 of a namespace below the one in which "status" was read.
+[[nodiscard]] bool parseIsNamespacesFirst(std::string_view status);
+
 /// The process behind a descriptor for processes, from its "fdinfo"; absent when it is not there.
 [[nodiscard]] std::optional<int32_t> parsePID(std::string_view descriptorInfo);
 

@@ -78,7 +78,8 @@ std::optional<KernelFacts> readKernelFacts(int32_t pid) {
                        .processGroupID = stat->processGroupID,
                        .sessionID = stat->sessionID,
                        .startTime = timeOf(*stat),
-                       .controlGroup = ProcFiles::parseControlGroup(*cgroups)};
+                       .controlGroup = ProcFiles::parseControlGroup(*cgroups),
+                       .isNamespacesFirst = ProcFiles::parseIsNamespacesFirst(*status)};
 }
 
 bool isMasterOfTerminals(const std::filesystem::path& file) {

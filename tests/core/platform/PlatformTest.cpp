@@ -107,6 +107,19 @@ TEST(KernelView, knowsThisProcess) {
     EXPECT_EQ(view.factsOf(1 << 30), std::nullopt);
 }
 
+TEST(KernelView, knowsTheFirstProcessOfAnotherNamespace) {
+    VINTREL_NEEDS_ROOT();
+    const auto view = Platform::kernelView();
+    EXPECT_FALSE(view.factsOf(::getpid())->isNamespacesFirst);
+    // The shell is process 1 there, and tells what it is called here.
+    VintrelTests::Process outer({.argv = {"unshare", "--pid", "--fork", "--kill-child", "sh", "-c",
+                                          "read -r pid rest </proc/self/stat; sleep 60 & echo $pid; wait"}});
+    const int32_t first = std::stoi(outer.readLine());
+    ASSERT_TRUE(view.factsOf(first));
+    EXPECT_TRUE(view.factsOf(first)->isNamespacesFirst);
+    EXPECT_FALSE(view.factsOf(outer.pid())->isNamespacesFirst);
+}
+
 TEST(ProcessWords, areTheExactArgumentsAndTheFileThatRuns) {
     const std::vector<std::string> given{"print-then-hang", "two words", "", "line\nbreak"};
     const auto child = ChildProcess::start(VINTREL_TEST_TOOL, given, {});

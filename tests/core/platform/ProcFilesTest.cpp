@@ -87,3 +87,17 @@ TEST(ParseControlGroup, copesWithOddPaths) {
     EXPECT_EQ(ProcFiles::parseControlGroup("4:memory:/x\n"), "");
     EXPECT_EQ(ProcFiles::parseControlGroup("garbage\n\n:"), "");
 }
+
+TEST(ParseIsNamespacesFirst, isOneWhoseLastNumberOfSeveralIsOne) {
+    const auto isFirst = [](const std::string& numbers) {
+        return ProcFiles::parseIsNamespacesFirst("Name:\tsh\nNStgid:\t9\t1\nNSpid:" + numbers +
+                                                 "\nNSpgid:\t1\n");
+    };
+    EXPECT_TRUE(isFirst("\t4242\t1"));
+    EXPECT_TRUE(isFirst("\t4242\t17\t1"));
+    EXPECT_FALSE(isFirst("\t4242\t17"));
+    EXPECT_FALSE(isFirst("\t4242\t1\t17"));
+    EXPECT_FALSE(isFirst("\t1")) << "process 1 of the namespace that reads";
+    EXPECT_FALSE(isFirst(""));
+    EXPECT_FALSE(ProcFiles::parseIsNamespacesFirst("Name:\tsh\n"));
+}
