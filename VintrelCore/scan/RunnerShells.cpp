@@ -86,7 +86,7 @@ public:
         handOverChildren();
         std::unordered_set<int32_t> folded;
         for (const Shell& shell : shells) {
-            SnapshotRecord& record = m_records[shell.index];
+            const SnapshotRecord& record = m_records[shell.index];
             SnapshotRecord& runner = m_records[shell.runner];
             runner.startedSeveral |= hasSeveralChildren(record) || hasSeveralChildren(runner);
             runner.foldedShells.push_back({.pid = record.pid, .command = record.command});

@@ -151,8 +151,8 @@ private:
     };
 
     /// How the engine is asked, with the time that each container takes, and by its id where it is known.
-    std::vector<ContainerStopping> stoppingsOf(std::span<const ContainerRow> rows,
-                                               const std::string& client) const {
+    [[nodiscard]] std::vector<ContainerStopping> stoppingsOf(std::span<const ContainerRow> rows,
+                                                             const std::string& client) const {
         std::vector<std::string> names;
         std::ranges::transform(rows, std::back_inserter(names), &ContainerRow::container);
         const auto known = DockerService::askAboutStops(client, names, m_world.interrupt);
