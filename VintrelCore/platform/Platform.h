@@ -74,6 +74,10 @@ struct ProcessRecord {
 /// read.
 [[nodiscard]] std::optional<std::string> executable(int32_t pid);
 
+/// A variable among those that a process was started with; "" when it is not there, absent when they cannot
+/// be read.
+[[nodiscard]] std::optional<std::string> environmentValue(int32_t pid, std::string_view name);
+
 /// What the kernel knows of a process beyond what ps was asked for.
 struct KernelFacts {
     int32_t userID = -1;        ///< the real user id

@@ -101,15 +101,17 @@ std::optional<int32_t> parsePID(std::string_view descriptorInfo) {
     return numberOf("Pid:", descriptorInfo);
 }
 
-std::optional<int32_t> parseUnitProcess(std::string_view environment) {
-    constexpr std::string_view name = "SYSTEMD_EXEC_PID=";
+std::string_view environmentValue(std::string_view environment, std::string_view name) {
     for (std::string_view entry : Text::split(environment, '\0')) {
-        if (entry.starts_with(name)) {
-            entry.remove_prefix(name.size());
-            return Text::parseInteger<int32_t>(entry);
+        if (entry.starts_with(name) && entry.substr(name.size()).starts_with('=')) {
+            return entry.substr(name.size() + 1);
         }
     }
-    return std::nullopt;
+    return {};
+}
+
+std::optional<int32_t> parseUnitProcess(std::string_view environment) {
+    return Text::parseInteger<int32_t>(environmentValue(environment, "SYSTEMD_EXEC_PID"));
 }
 
 std::string parseControlGroup(std::string_view cgroups) {

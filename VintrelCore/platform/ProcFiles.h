@@ -38,6 +38,9 @@ struct Stat {
 /// The process behind a descriptor for processes, from its "fdinfo"; absent when it is not there.
 [[nodiscard]] std::optional<int32_t> parsePID(std::string_view descriptorInfo);
 
+/// The value of a variable in "environ" (proc(5)); "" when it is not there.
+[[nodiscard]] std::string_view environmentValue(std::string_view environment, std::string_view name);
+
 /// The process that systemd started a unit with, from "environ" (systemd.exec(5), SYSTEMD_EXEC_PID); absent
 /// when it is not there.
 [[nodiscard]] std::optional<int32_t> parseUnitProcess(std::string_view environment);

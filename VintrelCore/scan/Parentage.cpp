@@ -239,7 +239,11 @@ private:
         if (first && isBeside(*first, facts)) {
             return false;
         }
+        const bool isOldest = std::get<2>(m_oldest.at(facts.controlGroup)) == record.pid;
         const bool leadsItsSession = facts.sessionID == record.pid;
+        if (!leadsItsSession && !first && unit.name.starts_with("app-")) {
+            return !isInService && isOldest; // some desktops give a scope no number
+        }
         if (!leadsItsSession) {
             return first && (beganWithItsUnit(facts) || (isInService && isForkedTwice(facts, *first)));
         }
@@ -247,7 +251,7 @@ private:
         // run before it beside it; a scope is for one run only. That its oldest leader was left there by an
         // application that is closed cannot be known: one that began with an update, or a question for a
         // password, forks itself away as long after the scope was made.
-        return isInService || std::get<2>(m_oldest.at(facts.controlGroup)) == record.pid;
+        return isInService || isOldest;
     }
 
     /// Whether it started so soon that it may be what the unit was made for, forked away. The service manager

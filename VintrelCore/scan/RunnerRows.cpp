@@ -1,10 +1,13 @@
 #include "VintrelCore/scan/RunnerRows.h"
 
 #include "VintrelCore/base/Saturating.h"
+#include "VintrelCore/scan/CommandWords.h"
 #include "VintrelCore/scan/RunnerShells.h"
 #include "VintrelCore/scan/WhatRuns.h"
 
 #include <algorithm>
+#include <iterator>
+#include <string_view>
 #include <utility>
 
 namespace VintrelCore::ScanCore {
@@ -49,9 +52,28 @@ bool RunnerRows::mayLoseOther(const ProcessItem& item) const {
         const auto arguments = isShell ? m_lookup.argumentsInSnapshot(process.pid) : std::nullopt;
         return isShell && !(arguments && WhatRuns::isToldOneThing(*arguments));
     };
-    return !item.folded.empty() &&
-           (hosts(item.pid) || std::ranges::any_of(item.folded, hosts, &FoldedProcess::pid) ||
-            std::ranges::any_of(item.folded, goesOn));
+    return !item.folded.empty() && (runsBeforeAnother(item) || hosts(item.pid) ||
+                                    std::ranges::any_of(item.folded, hosts, &FoldedProcess::pid) ||
+                                    std::ranges::any_of(item.folded, goesOn));
+}
+
+/// "npm run deploy" runs the script "predeploy" first, and "npm publish" others.
+bool RunnerRows::runsBeforeAnother(const ProcessItem& item) const {
+    std::vector<std::string_view> commands{item.ownCommand()};
+    std::ranges::transform(item.folded, std::back_inserter(commands), &FoldedProcess::command);
+    if (std::ranges::none_of(commands, RunnerShells::isPackageRunner)) {
+        return false;
+    }
+    const auto script = m_lookup.runnersScriptOf(item.shownPID());
+    if (!script) {
+        return true; // it cannot be known
+    }
+    const auto isTold = [&script](std::string_view command) {
+        const auto words = CommandWords::wordsOf(command);
+        const bool isShort = *script == "test" && std::ranges::find(words, "t") != words.end();
+        return isShort || std::ranges::find(words, *script) != words.end();
+    };
+    return !script->empty() && *script != "npx" && std::ranges::none_of(commands, isTold);
 }
 
 void RunnerRows::add(const SnapshotRecord& record) {
@@ -69,7 +91,7 @@ void RunnerRows::add(const SnapshotRecord& record) {
             .record = &record,
             .isRunner = record.pid != 1 && (record.isRunner || RunnerShells::isPackageRunner(record.command)),
             .isCandidate = isCandidate,
-            .startedOthers = record.startedSeveral};
+            .startedOthers = record.mayRunMore};
     takeShells(row, record.shellsAbove, FoldedAs::starter);
     takeShells(row, record.foldedShells, FoldedAs::part);
     rate(row);
@@ -166,7 +188,7 @@ size_t RunnerRows::takeOnlyChildren(Row& runner) {
         const ProcessItem item = m_maker.makeOfKind(*record->second, ProcessKind::npm);
         if (!m_isDropped(item)) {
             take(runner.item, item, FoldedAs::part);
-            runner.startedOthers |= m_childCount.contains(pid); // which nothing is known of either
+            runner.startedOthers = true; // the runner's own words may name anything
             ++taken;
         }
     }

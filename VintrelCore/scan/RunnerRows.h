@@ -56,6 +56,9 @@ private:
     /// what one of its shells was told to run later.
     [[nodiscard]] bool mayLoseOther(const ProcessItem& item) const;
 
+    /// Whether the script that runs is not what the row's runners were told to run.
+    [[nodiscard]] bool runsBeforeAnother(const ProcessItem& item) const;
+
     const ItemMaker& m_maker;
     const ProcessLookup& m_lookup;
     const Predicate& m_isDropped;

@@ -69,6 +69,20 @@ const GoBetween* shellNamed(std::string_view program) {
     return CommandWords::isListed("sh dash bash", name) ? GoBetweens::find(name) : nullptr;
 }
 
+/// Whether a runner may take the place of a shell, as Yarn's newer versions do, for a script of several
+/// commands.
+bool runsScriptsItself(std::string_view command) {
+    const std::vector<std::string_view> words = CommandWords::wordsOf(command);
+    const auto isSuch = [](std::string_view word) {
+        return CommandWords::isListed("yarn yarnpkg pnpm pn deno",
+                                      ToolNames::plainName(ToolNames::lastComponent(word)));
+    };
+    const auto runsOneProgram = [](std::string_view word) {
+        return CommandWords::isListed("exec dlx x", word);
+    };
+    return std::ranges::any_of(words, isSuch) && std::ranges::none_of(words, runsOneProgram);
+}
+
 /// Works on the records of one snapshot.
 class Folder {
 public:
@@ -83,12 +97,13 @@ public:
             }
         }
         std::ranges::stable_sort(shells, {}, &Shell::depth);
+        noteOwnScripts();
         handOverChildren();
         std::unordered_set<int32_t> folded;
         for (const Shell& shell : shells) {
             const SnapshotRecord& record = m_records[shell.index];
             SnapshotRecord& runner = m_records[shell.runner];
-            runner.startedSeveral |= hasSeveralChildren(record) || hasSeveralChildren(runner);
+            runner.mayRunMore |= hasSeveralChildren(record) || hasSeveralChildren(runner);
             runner.foldedShells.push_back({.pid = record.pid, .command = record.command});
             folded.insert(record.pid);
         }
@@ -139,6 +154,16 @@ private:
             above = *parent;
         }
         return std::nullopt;
+    }
+
+    /// Runners that need no shell may have more to run when what they started has ended.
+    void noteOwnScripts() {
+        for (size_t index = 0; index < m_records.size(); ++index) {
+            const auto parent = parentOf(index);
+            if (parent && m_records[*parent].isRunner && !isToldText(m_records[index].command)) {
+                m_records[*parent].mayRunMore |= runsScriptsItself(m_records[*parent].command);
+            }
+        }
     }
 
     void handOverChildren() {

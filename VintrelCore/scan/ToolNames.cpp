@@ -103,16 +103,23 @@ bool isFolder(std::string_view path) {
     return name.empty() || name == "." || name == "..";
 }
 
-/// Whether a file lies where installed programs are called from. The bin folder that a relative path begins
-/// with is the project's own.
+/// Whether a file lies where installed programs are called from: a system's, a version manager's or a virtual
+/// environment's folder of programs. Any other folder called "bin" may be a project's own.
 bool isInBinFolder(std::string_view path) {
+    constexpr std::string_view systems = "usr opt bin snap nix";
     const auto components = componentsOf(path);
     if (components.size() < 2) {
         return false;
     }
     const std::string_view folder = components[components.size() - 2];
-    const bool isElsewhere = components.size() > 2 || path.starts_with('/');
-    return folder == ".bin" || (isElsewhere && (folder == "bin" || folder == "shims"));
+    if (folder != "bin" && folder != "shims") {
+        return folder == ".bin";
+    }
+    const auto isManagers = [](std::string_view component) {
+        return component.starts_with('.') || component.contains("env") || component.contains("conda");
+    };
+    return (path.starts_with('/') && CommandWords::isListed(systems, components.front())) ||
+           std::any_of(components.begin(), components.end() - 2, isManagers);
 }
 
 /// Yarn keeps itself in the projects that use it, as in ".yarn/releases/yarn-1.22.22.cjs".

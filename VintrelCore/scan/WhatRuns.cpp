@@ -62,13 +62,46 @@ bool isAllowed(const GoBetween& program, std::string_view path, As as) {
     return false;
 }
 
+/// Calls `look` with each command of a shell's text that lasts, and with the levels that are left. Commands
+/// in texts that it evaluates, or keeps for a signal, are its own. False when it may hide others.
+template <typename Look>
+bool visitLasting(std::string_view text, int depth, const Look& look) {
+    bool isAll = true;
+    ShellText commands(text);
+    while (const auto command = commands.nextCommand()) {
+        const std::vector<std::string_view> all(command->begin(), command->end());
+        const Words words = ShellCommands::withoutPrefixes(all);
+        if (ShellCommands::runsNothingLasting(words, commands.isFed())) {
+            continue;
+        }
+        if (depth > 0 && words.front() == "eval") {
+            isAll = visitLasting(CommandWords::joined(words.subspan(1)), depth - 1, look) && isAll;
+        } else if (depth > 0 && words.front() == "trap" && words.size() > 1) {
+            const bool isNoText = words[1].empty() || words[1] == "-";
+            isAll = (isNoText || visitLasting(words[1], depth - 1, look)) && isAll;
+        } else {
+            look(words, depth);
+        }
+    }
+    return isAll && !commands.mayHideCommands();
+}
+
+/// Whether Playwright's program opens a window in which a person works, rather than to run tests.
+bool isPlaywrightsWindow(ProcessKind kind, Words arguments) {
+    constexpr std::string_view listed =
+        "codegen open cr ff wk show-trace show-report screenshot pdf --ui --debug";
+    return kind == ProcessKind::playwrightTest &&
+           std::ranges::any_of(
+               arguments, [listed](std::string_view word) { return CommandWords::isListed(listed, word); });
+}
+
 /// Looks for the tool of one kind.
 class Search {
 public:
     explicit Search(ProcessKind kind) : m_kind(kind) {}
 
     [[nodiscard]] Found in(const Command& command, As as = As::program, int depth = deepest) const {
-        if (depth == 0) {
+        if (depth == 0 || isPlaywrightsWindow(m_kind, command.arguments)) {
             return Found::nowhere;
         }
         if (isTool(command.program, as)) {
@@ -198,27 +231,11 @@ private:
 
     [[nodiscard]] TextRuns runBy(std::string_view text, int depth) const {
         TextRuns result = TextRuns::nothing;
-        ShellText commands(text);
-        while (const auto command = commands.nextCommand()) {
-            const std::vector<std::string_view> all(command->begin(), command->end());
-            result = std::max(result, runBy(ShellCommands::withoutPrefixes(all), commands.isFed(), depth));
-        }
-        return commands.mayHideCommands() ? TextRuns::other : result;
-    }
-
-    [[nodiscard]] TextRuns runBy(Words words, bool isFed, int depth) const {
-        if (ShellCommands::runsNothingLasting(words, isFed)) {
-            return TextRuns::nothing;
-        }
-        if (depth > 0 && words.front() == "eval") {
-            return runBy(CommandWords::joined(words.subspan(1)), depth - 1);
-        }
-        if (depth > 0 && words.front() == "trap" && words.size() > 1) {
-            const bool isNoText = words[1].empty() || words[1] == "-";
-            return isNoText ? TextRuns::nothing : runBy(words[1], depth - 1);
-        }
-        const Found found = in({words.front(), words.subspan(1)}, As::launched, depth);
-        return found == Found::nowhere ? TextRuns::other : TextRuns::tool;
+        const auto look = [&](Words words, int left) {
+            const Found found = in({words.front(), words.subspan(1)}, As::launched, left);
+            result = std::max(result, found == Found::nowhere ? TextRuns::other : TextRuns::tool);
+        };
+        return visitLasting(text, depth, look) ? result : TextRuns::other;
     }
 
     /// In a line that was joined, the text ends only with the line.
@@ -301,13 +318,13 @@ bool isToldOneThing(std::span<const std::string> arguments) {
         return false;
     }
     int lasting = 0;
-    ShellText commands(walk.value());
-    while (const auto command = commands.nextCommand()) {
-        const std::vector<std::string_view> all(command->begin(), command->end());
-        const Words left = ShellCommands::withoutPrefixes(all);
-        lasting += ShellCommands::runsNothingLasting(left, commands.isFed()) ? 0 : 1;
-    }
-    return lasting <= 1 && !commands.mayHideCommands();
+    bool isPlain = true;
+    const auto look = [&](Words command, int /*left*/) {
+        ++lasting;
+        // In a loop, variables make several things of one.
+        isPlain = isPlain && std::ranges::none_of(command, [](auto word) { return word.contains('$'); });
+    };
+    return visitLasting(walk.value(), deepest, look) && isPlain && lasting <= 1;
 }
 
 RiskTier tierOf(RiskTier tier, Found found) {

@@ -98,10 +98,13 @@ bool readHoldsTerminal(int32_t pid) {
     return false;
 }
 
-std::optional<int32_t> readUnitProcess(int32_t pid) {
+std::optional<std::string> readEnvironment(int32_t pid) {
     constexpr size_t maxEnvironment = size_t{256} << 10;
-    const auto environment =
-        File::readKernelFile("/proc/" + std::to_string(pid) + "/environ", maxEnvironment);
+    return File::readKernelFile("/proc/" + std::to_string(pid) + "/environ", maxEnvironment);
+}
+
+std::optional<int32_t> readUnitProcess(int32_t pid) {
+    const auto environment = readEnvironment(pid);
     return environment ? ProcFiles::parseUnitProcess(*environment) : std::nullopt;
 }
 
@@ -177,6 +180,12 @@ std::optional<std::string> executable(int32_t pid) {
     std::array<char, PATH_MAX> path; // NOLINT(cppcoreguidelines-pro-type-member-init): filled by readlink
     const ssize_t length = ::readlink(procPath(pid, "exe").c_str(), path.data(), path.size());
     return length > 0 ? std::optional(std::string(path.data(), static_cast<size_t>(length))) : std::nullopt;
+}
+
+std::optional<std::string> environmentValue(int32_t pid, std::string_view name) {
+    const auto environment = readEnvironment(pid);
+    return environment ? std::optional(std::string(ProcFiles::environmentValue(*environment, name)))
+                       : std::nullopt;
 }
 
 std::optional<ProcStartTime> startTimeOfNow() {

@@ -187,7 +187,9 @@ TEST(RunnerRows, anotherChildOfARunnerKeepsTheRowFromBeingSafe) {
 
 TEST(RunnerRows, aShellThatWillRunSomethingElseKeepsTheRowFromBeingSafe) {
     for (const char* script :
-         {"vitest; node upload.js", "vitest && ./deploy", "while :; do vitest; ./sync; done"}) {
+         {"vitest; node upload.js", "vitest && ./deploy", "while :; do vitest; ./sync; done",
+          "eval \"vitest; ./deploy\"", "trap ./deploy EXIT; vitest",
+          "for t in vitest deploy; do npx $t; done", "while read c; do sh -c \"$c\"; done"}) {
         const auto rows = rowsOf(orphanedTree("npm test", script, "node (vitest)"), withOrphan(10));
         ASSERT_EQ(pidsOf(rows), (PIDs{10})) << script;
         EXPECT_EQ(rows[0].riskTier, RiskTier::moderate) << script;
@@ -229,6 +231,45 @@ TEST(RunnerRows, whatAProcessOfNoKindStartedKeepsTheRowFromBeingSafe) {
     const auto rows = rowsOf(tree, withOrphan(10));
     ASSERT_EQ(pidsOf(rows), (PIDs{10}));
     EXPECT_EQ(rows[0].riskTier, RiskTier::moderate);
+}
+
+TEST(RunnerRows, aScriptBeforeTheOneThatWasToldKeepsTheRowFromBeingSafe) {
+    const auto tierOf = [](const std::string& runner, const std::string& script) {
+        const VintrelTests::Found found{.scripts = {{12, script}}};
+        const auto rows =
+            rowsOf(orphanedTree(runner, "vitest run", "node (vitest)"), withOrphan(10), {}, found);
+        return rows.size() == 1 ? rows[0].riskTier : RiskTier::high;
+    };
+    EXPECT_EQ(tierOf("npm run deploy", "predeploy"), RiskTier::moderate);
+    EXPECT_EQ(tierOf("npm publish", "prepublishOnly"), RiskTier::moderate);
+    EXPECT_EQ(tierOf("pnpm -r publish", "prepublishOnly"), RiskTier::moderate);
+    EXPECT_EQ(tierOf("npm test", "pretest"), RiskTier::moderate);
+    EXPECT_EQ(tierOf("npm test", "test"), RiskTier::easy);
+    EXPECT_EQ(tierOf("npm t", "test"), RiskTier::easy);
+    EXPECT_EQ(tierOf("npm run test:unit", "test:unit"), RiskTier::easy);
+    EXPECT_EQ(tierOf("npm exec vitest", "npx"), RiskTier::easy);
+    EXPECT_EQ(tierOf("uv run vitest", ""), RiskTier::easy);
+}
+
+TEST(RunnerRows, aProcessOfNoKindIsNotSafeByTheNameOfItsScript) {
+    for (const char* runner : {"npm run jest", "npm run vitest"}) {
+        const auto rows = rowsOf(orphanedTree(runner, "mydb serve", "/usr/bin/mydb serve"), withOrphan(10));
+        ASSERT_EQ(pidsOf(rows), (PIDs{10})) << runner;
+        EXPECT_EQ(rows[0].riskTier, RiskTier::moderate) << runner;
+    }
+}
+
+TEST(RunnerRows, runnersThatNeedNoShellMayHaveMoreToRun) {
+    const auto tierOf = [](const std::string& runner) {
+        return rowsOf(processOne + ("10 1 02:00:00 ? 1.0 1000 " + runner + "\n") +
+                          "12 10 02:00:00 ? 2.0 2000 node (vitest)\n",
+                      withOrphan(10))[0]
+            .riskTier;
+    };
+    EXPECT_EQ(tierOf("node .yarn/releases/yarn-4.5.3.cjs test"), RiskTier::moderate);
+    EXPECT_EQ(tierOf("pnpm test"), RiskTier::moderate);
+    EXPECT_EQ(tierOf("pnpm exec vitest"), RiskTier::easy);
+    EXPECT_EQ(tierOf("npm test"), RiskTier::easy) << "with bash, which lets the last command take its place";
 }
 
 TEST(RunnerRows, aShellThatIsIgnoredOrDismissedIsNotPartOfTheRow) {

@@ -40,6 +40,7 @@ inline Arguments argumentsIn(std::string_view line) {
 struct Found {
     std::map<int32_t, Arguments> arguments{};
     std::map<int32_t, std::string> executables{};
+    std::map<int32_t, std::string> scripts{}; ///< that runners say they run; none where it is not named
 
     void addArgumentsIn(std::string_view psOutput) {
         while (const auto text = VintrelCore::Text::takeLine(psOutput)) {
@@ -58,6 +59,11 @@ struct Found {
         };
         return {.argumentsOf = valueIn(arguments),
                 .executableOf = valueIn(executables),
+                .runnersScriptOf =
+                    [this](int32_t pid) {
+                        const auto found = scripts.find(pid);
+                        return std::optional(found != scripts.end() ? found->second : std::string());
+                    },
                 .holdsTerminal = kernel.view().holdsTerminal,
                 .wasInSnapshot = [](int32_t) { return true; }};
     }

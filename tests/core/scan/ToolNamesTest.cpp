@@ -52,14 +52,16 @@ TEST(ToolNames, takeNoPackagesFolderForAFileInIt) {
 
 TEST(ToolNames, knowWhereProgramsAreInstalled) {
     for (const std::string_view path :
-         {"/usr/bin/pytest", "/bin/pytest", "~/.local/bin/pytest", "venv/bin/pytest", "/x/shims/pytest",
-          ".bin/vitest", "node_modules/vitest/a.js", "/x/site-packages/pytest/__main__.py",
-          ".yarn/releases/yarn-4.1.0.cjs", "/home/dev/.cache/ms-playwright/webkit-1/run"}) {
+         {"/usr/bin/pytest", "/bin/pytest", "~/.local/bin/pytest", "venv/bin/pytest",
+          "/home/dev/.pyenv/shims/pytest", ".bin/vitest", "node_modules/vitest/a.js",
+          "/x/site-packages/pytest/__main__.py", ".yarn/releases/yarn-4.1.0.cjs",
+          "/home/dev/.cache/ms-playwright/webkit-1/run"}) {
         EXPECT_TRUE(ToolNames::isInstalled(path)) << path;
     }
     for (const std::string_view path :
-         {"pytest", "./pytest", "bin/pytest", "./bin/pytest", "tests/playwright", "/usr/bin/pytest/",
-          "/usr/bin/..", "/usr/bin/.", "/home/dev/bin/tools/vitest", "/usr/bin", "/", ""}) {
+         {"pytest", "./pytest", "bin/pytest", "./bin/pytest", "/home/dev/src/shop/bin/pytest",
+          "tools/bin/pytest", "tests/playwright", "/usr/bin/pytest/", "/usr/bin/..", "/usr/bin/.",
+          "/home/dev/bin/tools/vitest", "/usr/bin", "/", ""}) {
         EXPECT_FALSE(ToolNames::isInstalled(path)) << path;
     }
 }

@@ -101,7 +101,7 @@ TEST(WhatRuns, isTheTitleThatANodeToolGaveItself) {
 
 TEST(WhatRuns, ofAPathWithBlanksIsItsLastComponentWhereProgramsAreInstalled) {
     EXPECT_EQ(whereIs(vitest, {"/home/dev/vitest notes/viewer"}), "nowhere");
-    EXPECT_EQ(whereIs(vitest, {"/home/dev/my tools/bin/vitest"}), "program");
+    EXPECT_EQ(whereIs(vitest, {"/opt/my tools/bin/vitest"}), "program");
     EXPECT_EQ(whereIs(vitest, {"/home/dev/my tools/vitest"}), "nowhere");
     EXPECT_EQ(whereIs(vitest, {"/usr/bin/less src/vitest"}), "nowhere"); // a title
     EXPECT_EQ(whereIs(vitest, {"/usr/bin/less /home/dev/bin/vitest"}), "nowhere");
@@ -252,7 +252,7 @@ TEST(WhatRuns, ofJoinedTextTakesABundlesNameAsAWhole) {
     EXPECT_EQ(
         foundName(foundInLine(vitest, "/Applications/Code.app/Contents/MacOS/Electron /Users/dev/vitest")),
         "nowhere");
-    EXPECT_EQ(foundName(foundInLine(pytest, "/x/Python.app/Contents/MacOS/Python /x/bin/pytest -q")),
+    EXPECT_EQ(foundName(foundInLine(pytest, "/x/Python.app/Contents/MacOS/Python /x/venv/bin/pytest -q")),
               "script");
 }
 
