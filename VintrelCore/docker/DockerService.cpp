@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <unordered_set>
 #include <utility>
 
 #include <sys/stat.h>
@@ -53,6 +54,15 @@ bool isRefusal(std::string_view errors) {
 std::string answerTo(const Arguments& arguments, int interrupt = -1) {
     Shell::Result result = run(arguments, interrupt);
     return result.ok ? std::move(result.output) : std::string();
+}
+
+/// What each line of a listing of ids begins with.
+std::unordered_set<std::string> idsIn(std::string_view listing) {
+    std::unordered_set<std::string> ids;
+    while (auto line = Text::takeLine(listing)) {
+        ids.emplace(Text::takeWord(*line, " \t"));
+    }
+    return ids;
 }
 
 } // namespace
@@ -137,7 +147,15 @@ Arguments removeArguments(const std::string& id) {
 }
 
 std::vector<Container> listContainers(int interrupt) {
-    return DockerCore::parsePS(answerTo(withFormat({"ps"}, DockerCore::psFormat), interrupt));
+    std::vector<Container> containers =
+        DockerCore::parsePS(answerTo(withFormat({"ps"}, DockerCore::psFormat), interrupt));
+    if (!containers.empty()) {
+        // Asked after the listing, so that a container that has just started is in neither.
+        const auto running = idsIn(answerTo({"ps", "-q"}, interrupt));
+        std::erase_if(containers,
+                      [&](const Container& container) { return !running.contains(container.id); });
+    }
+    return containers;
 }
 
 DockerCore::StatsMap containerStats(int interrupt) {

@@ -58,7 +58,8 @@ void perform(std::span<const Arguments> commands, int interrupt = -1);
 [[nodiscard]] Arguments stopArguments(const std::string& idOrName);
 [[nodiscard]] Arguments removeArguments(const std::string& id);
 
-/// The running containers.
+/// The running containers. A line feed in a label can make a line that looks like another container's: only
+/// rows count whose id the client lists on its own, too.
 [[nodiscard]] std::vector<Container> listContainers(int interrupt = -1);
 
 /// What each running container uses.

@@ -7,6 +7,8 @@
 #include "VintrelCore/scan/ScanCore.h"
 
 #include <algorithm>
+#include <span>
+#include <unordered_set>
 
 namespace VintrelCore {
 
@@ -21,11 +23,39 @@ bool isZombie(const ScanCore::PSLine& line, const Platform::KernelView& kernel) 
     return !facts || facts->state == 'Z'; // a living process may call itself so
 }
 
-/// The program's own tools run while ps does, and the engine's client would look like somebody's.
-bool isOwnTool(const ScanCore::PSLine& line, const Platform::KernelView& kernel) {
-    const std::string_view program = line.args.substr(0, line.args.find(' '));
+std::string_view programOf(const ScanCore::PSLine& line) {
+    return line.args.substr(0, line.args.find(' '));
+}
+
+/// This process, and every other one of the application or the command line.
+std::unordered_set<int32_t> frontEnds(std::span<const ScanCore::PSLine> lines,
+                                      const Platform::KernelView& kernel) {
+    std::unordered_set<int32_t> pids{kernel.ownPID};
+    for (const ScanCore::PSLine& line : lines) {
+        const std::string_view program = programOf(line);
+        const std::string_view name = program.substr(program.rfind('/') + 1);
+        if (name == "vintrel" || name == "vintrel-app") {
+            pids.insert(line.pid);
+        }
+    }
+    return pids;
+}
+
+/// A front end's tools run while ps does, and the engine's client would look like somebody's.
+bool isOwnTool(const ScanCore::PSLine& line, const std::unordered_set<int32_t>& frontEnds) {
     const auto clients = Platform::dockerCandidates();
-    return line.ppid == kernel.ownPID && std::ranges::find(clients, program) != clients.end();
+    return frontEnds.contains(line.ppid) && std::ranges::find(clients, programOf(line)) != clients.end();
+}
+
+std::vector<ScanCore::PSLine> linesOf(std::string_view psOutput) {
+    std::vector<ScanCore::PSLine> lines;
+    lines.reserve(static_cast<size_t>(std::ranges::count(psOutput, '\n')) + 1);
+    while (const auto text = Text::takeLine(psOutput)) {
+        if (const auto line = ScanCore::parsePSLine(*text)) {
+            lines.push_back(*line);
+        }
+    }
+    return lines;
 }
 
 /// For a process in its first moments procps may print an age of millions of days, which would make it old.
@@ -39,18 +69,19 @@ std::string_view possibleAge(std::string_view etime, const Platform::KernelView&
 } // namespace
 
 std::vector<SnapshotRecord> snapshotRecords(std::string_view psOutput, const Platform::KernelView& kernel) {
+    const std::vector<ScanCore::PSLine> lines = linesOf(psOutput);
+    const std::unordered_set<int32_t> parents = frontEnds(lines, kernel);
     std::vector<SnapshotRecord> records;
-    records.reserve(static_cast<size_t>(std::ranges::count(psOutput, '\n')) + 1);
-    while (const auto text = Text::takeLine(psOutput)) {
-        const auto line = ScanCore::parsePSLine(*text);
-        if (line && !isOwnTool(*line, kernel) && !isZombie(*line, kernel)) {
-            records.push_back({.pid = line->pid,
-                               .ppid = line->ppid,
-                               .elapsed = std::string(possibleAge(line->etime, kernel)),
-                               .tty = std::string(line->tty),
-                               .cpuPercent = std::string(line->pcpu),
-                               .rss = std::string(line->rss),
-                               .command = std::string(line->args)});
+    records.reserve(lines.size());
+    for (const ScanCore::PSLine& line : lines) {
+        if (!isOwnTool(line, parents) && !isZombie(line, kernel)) {
+            records.push_back({.pid = line.pid,
+                               .ppid = line.ppid,
+                               .elapsed = std::string(possibleAge(line.etime, kernel)),
+                               .tty = std::string(line.tty),
+                               .cpuPercent = std::string(line.pcpu),
+                               .rss = std::string(line.rss),
+                               .command = std::string(line.args)});
         }
     }
     OrphanedShells shells(records);

@@ -37,9 +37,9 @@ struct SnapshotRecord {
     int32_t onlyChildOf = 0;                ///< the folded shell that started this process alone; 0 for none
 };
 
-/// Turns the raw output of `ScanCore::runPS` into records, in its order: zombies and this program's own tools
-/// left out, parents corrected so that 1 means "nobody's child any more", the shells of package runners
-/// folded into them, and orphaned shells into what they started.
+/// Turns the raw output of `ScanCore::runPS` into records, in its order: zombies and the tools of this
+/// program's front ends left out, parents corrected so that 1 means "nobody's child any more", the shells of
+/// package runners folded into them, and orphaned shells into what they started.
 ///
 /// On Linux a bare parent of 1 is wrong both ways. A terminal's orphans go to the user's service manager,
 /// never to process 1; and services, terminal multiplexers and container shims do have parent 1 and are no

@@ -34,7 +34,7 @@ namespace {
 using Containers = std::vector<Container>;
 
 const std::string askedForTheList =
-    "<ps><--format><" + std::string(VintrelCore::DockerCore::psFormat) + ">\n";
+    "<ps><--format><" + std::string(VintrelCore::DockerCore::psFormat) + ">\n<ps><-q>\n";
 const std::string askedForStats =
     "<stats><--no-stream><--format><" + std::string(VintrelCore::DockerCore::statsFormat) + ">\n";
 

@@ -54,6 +54,7 @@ private:
 };
 
 const std::string askedForTheList = "<ps><--format><" + std::string(DockerCore::psFormat) + ">\n";
+const std::string askedForTheIDs = "<ps><-q>\n";
 const std::string askedForStats =
     "<stats><--no-stream><--format><" + std::string(DockerCore::statsFormat) + ">\n";
 const std::string inspected = "<inspect><--format><" + std::string(DockerCore::inspectOwnerFormat) + ">";
@@ -125,7 +126,38 @@ TEST(DockerClientDeathTest, listsRunningContainers) {
         exitWithVerdict();
     };
     EXPECT_EXIT(list(), ::testing::ExitedWithCode(0), "");
-    EXPECT_EQ(client.asked(), askedForTheList);
+    EXPECT_EQ(client.asked(), askedForTheList + askedForTheIDs);
+}
+
+TEST(DockerClientDeathTest, aLineFeedInALabelMakesNoContainer) {
+    VINTREL_NEEDS_ROOT();
+    const NotingClient client("case $2 in\n"
+                              "-q) printf 'aaaaaaaaaaaa\\nbbbbbbbbbbbb\\n' ;;\n"
+                              "*) printf 'aaaaaaaaaaaa\\tweb\\ti\\tUp\\t\\tshop\\n'\n"
+                              "   printf 'cccccccccccc\\tfalse\\ti\\tUp\\t\\t\\n'\n"
+                              "   printf 'rm -rf\\tfalse\\ti\\tUp\\t\\t\\n'\n"
+                              "   printf 'bbbbbbbbbbbb\\tdb\\ti\\tUp\\t\\t\\n' ;;\n"
+                              "esac\n");
+    const auto list = [&client] {
+        becomeAWorldWithClient(client.script());
+        EXPECT_EQ(listContainers(),
+                  (std::vector<Container>{{"aaaaaaaaaaaa", "web", "i", "Up", "", "shop"},
+                                          {"bbbbbbbbbbbb", "db", "i", "Up", "", std::nullopt}}));
+        exitWithVerdict();
+    };
+    EXPECT_EXIT(list(), ::testing::ExitedWithCode(0), "");
+}
+
+TEST(DockerClientDeathTest, withoutTheIDsNoRowCanBeBelieved) {
+    VINTREL_NEEDS_ROOT();
+    const NotingClient client("[ $2 != -q ] && printf 'aaaaaaaaaaaa\\tweb\\ti\\tUp\\t\\tshop\\n'\n");
+    const auto list = [&client] {
+        becomeAWorldWithClient(client.script());
+        EXPECT_TRUE(listContainers().empty());
+        exitWithVerdict();
+    };
+    EXPECT_EXIT(list(), ::testing::ExitedWithCode(0), "");
+    EXPECT_EQ(client.asked(), askedForTheList + askedForTheIDs);
 }
 
 TEST(DockerClientDeathTest, fetchesWhatContainersUse) {
@@ -278,7 +310,8 @@ TEST(DockerClientDeathTest, removingStopsRemovesAndListsAgain) {
         exitWithVerdict();
     };
     EXPECT_EXIT(remove(), ::testing::ExitedWithCode(0), "");
-    EXPECT_EQ(client.asked(), askedForTheStopOf + "<abc>\n<stop><abc>\n<rm><abc>\n" + askedForTheList);
+    EXPECT_EQ(client.asked(),
+              askedForTheStopOf + "<abc>\n<stop><abc>\n<rm><abc>\n" + askedForTheList + askedForTheIDs);
 }
 
 TEST(DockerClientDeathTest, removingWaitsForAsLongAsTheContainerTakesToStop) {
