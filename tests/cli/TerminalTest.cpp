@@ -124,8 +124,8 @@ TEST(ListOnATerminal, fitsItsWidthWithWideCharactersInTheCommand) {
         wide += "漢";
     }
     // No other row: a wide character in one takes room from all.
-    home.writeSettings(rulesAlone + "\ncustomRules=a-tool-of-this-test = Tool\n");
-    const Stray stray({.argv = {"a-tool-of-this-test", wide}});
+    home.writeSettings(rulesAlone + "\ncustomRules=a-wide-tool-of-this-test = Tool\n");
+    const Stray stray({.argv = {"a-wide-tool-of-this-test", wide}});
     for (const int columns : {130, 180}) {
         const auto line = lineOf(linesOnTerminal(home, columns), stray.pid());
         EXPECT_TRUE(line.ends_with("漢漢…")) << line;
