@@ -102,7 +102,7 @@ std::optional<int32_t> parsePID(std::string_view descriptorInfo) {
 }
 
 std::string_view environmentValue(std::string_view environment, std::string_view name) {
-    for (std::string_view entry : Text::split(environment, '\0')) {
+    for (const std::string_view entry : Text::split(environment, '\0')) {
         if (entry.starts_with(name) && entry.substr(name.size()).starts_with('=')) {
             return entry.substr(name.size() + 1);
         }
