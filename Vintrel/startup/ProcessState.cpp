@@ -9,7 +9,7 @@
 void prepareProcess() {
     for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
         if (::fcntl(descriptor, F_GETFD) < 0) { // closed; open() takes the lowest one that is free
-            // Nobody reads what goes to a closed standard output: writing there is to fail.
+            // Read-only for standard output: output that was meant for a closed one must fail, not vanish.
             static_cast<void>(::open("/dev/null", descriptor == STDOUT_FILENO ? O_RDONLY : O_RDWR));
         }
     }

@@ -23,7 +23,7 @@ bool isInteger(const nlohmann::json& entry) {
             std::abs(entry.get<double>()) < limit);
 }
 
-/// Absent for a number that is no int, and so no port either.
+/// Absent for a number that does not fit into an int.
 std::optional<int> portOf(const nlohmann::json& entry) {
     using Limits = std::numeric_limits<int>;
     const auto value = entry.get<double>(); // holds every int exactly

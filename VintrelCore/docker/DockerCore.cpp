@@ -109,7 +109,7 @@ std::vector<ContainerStop> parseStops(std::string_view output) {
         if (!pid || columns[0].empty()) {
             continue;
         }
-        // Without a timeout of its own there is no number, and -1 is "for ever", for which nobody can wait.
+        // The column is empty without a timeout of its own; -1 means to wait for ever, which we do not.
         const auto timeout = Text::parseInteger<int32_t>(Text::trimmed(columns[3]));
         stops.push_back({.id = std::string(columns[0]),
                          .pid = *pid,

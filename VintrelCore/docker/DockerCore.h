@@ -28,7 +28,7 @@ struct ContainerStats {
     bool operator==(const ContainerStats&) const = default;
 };
 
-/// What has to be known of a container before it is stopped.
+/// The facts about a container that stopping it requires.
 struct ContainerStop {
     static constexpr int32_t usualTimeout = 10; ///< seconds; what engines go by unless told otherwise
 

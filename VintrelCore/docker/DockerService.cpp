@@ -21,7 +21,7 @@ constexpr std::chrono::seconds askingDeadline{10};
 /// For what changes a container of which nothing is known.
 constexpr std::chrono::seconds changingDeadline{30};
 
-/// What the engine may take beside the container's own time to stop.
+/// Added to the container's own stop timeout, for the engine's part of the work.
 constexpr std::chrono::seconds stoppingReserve{10};
 
 bool changesAContainer(const Arguments& arguments) {
@@ -56,7 +56,7 @@ std::string answerTo(const Arguments& arguments, int interrupt = -1) {
     return result.ok ? std::move(result.output) : std::string();
 }
 
-/// What each line of a listing of ids begins with.
+/// The first word of each line.
 std::unordered_set<std::string> idsIn(std::string_view listing) {
     std::unordered_set<std::string> ids;
     while (auto line = Text::takeLine(listing)) {
@@ -127,7 +127,7 @@ void perform(std::span<const Arguments> commands, int interrupt) {
         const auto stops = stopsAContainer(arguments)
                                ? askAboutStops(*client, {&arguments.back(), 1}, interrupt)
                                : std::vector<ContainerStop>();
-        // What failed shows in the next listing.
+        // A failure shows in the next listing.
         static_cast<void>(Shell::runToOutcome(stops.size() == 1 ? command(*client, arguments, stops.front())
                                                                 : command(*client, arguments),
                                               interrupt));

@@ -43,8 +43,8 @@ cliPath(std::span<const std::string_view> candidates = Platform::dockerCandidate
 /// not negative) becomes readable, the client is taken down.
 [[nodiscard]] Shell::Result run(const Arguments& arguments, int interrupt = -1);
 
-/// What the client says of these containers (ids or names) before they are stopped; those that it does not
-/// know are left out.
+/// Asks the client about containers, by id or name, before they are stopped. Leaves out those that it does
+/// not know; empty when it fails.
 [[nodiscard]] std::vector<ContainerStop>
 askAboutStops(const std::string& client, std::span<const std::string> containers, int interrupt = -1);
 

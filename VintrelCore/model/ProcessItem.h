@@ -13,7 +13,7 @@
 
 namespace VintrelCore {
 
-/// What a folded process is to its row.
+/// The part that a folded process plays in its row.
 enum class FoldedAs : uint8_t {
     part,    ///< something below the row's own process
     starter, ///< a shell that started the row's own process, and is signalled before it
@@ -47,7 +47,7 @@ struct ProcessItem {
     int64_t rssKB = 0;                        ///< resident memory in KiB
     std::optional<ProcStartTime> startTime{}; ///< absent when no provider was given or it failed
     std::optional<std::string> customLabel{}; ///< the label of the user's rule that matched
-    std::vector<FoldedProcess> folded{};      ///< what the row stands for beside its own process
+    std::vector<FoldedProcess> folded{};      ///< the other processes of the row
     std::string runnerCommand{}; ///< of the row's own process, where `command` is another's; else ""
 
     bool operator==(const ProcessItem&) const = default;
