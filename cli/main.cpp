@@ -29,6 +29,7 @@ int list(bool safeOnly, const Settings& settings) {
     }
     CLICore::TableOptions table{.items = scan.items, .cwds = scan.cwds, .protectedPIDs = scan.protectedPIDs};
     if (const size_t columns = Output::terminalColumns(); columns > 0) {
+        table.projectColumns = CLICore::columnsForProjects(columns, table);
         table.commandColumns = CLICore::columnsForCommands(columns, table);
     }
     const int status = Output::finish(CLICore::listTable(table));

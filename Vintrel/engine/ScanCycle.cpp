@@ -1,7 +1,5 @@
 #include "Vintrel/engine/ScanCycle.h"
 
-#include "VintrelCore/scan/Protection.h"
-
 #include <thread>
 #include <utility>
 
@@ -64,6 +62,7 @@ void findCandidates(const Inputs& inputs, const ScanSources& sources, int interr
     results.cwds = std::move(directories.cwds);
     results.faults.foldersUnknown = results.cwds.empty() && !candidates.items.empty();
     results.items = ScanCore::applyScopedIgnores(candidates.items, results.cwds, inputs.ignores.scoped);
+    results.ended = sources.endedAmong(results.items, results.cwds);
     results.usedCPU = sources.usedCPU(results.items);
 }
 

@@ -7,6 +7,7 @@
 #include "VintrelCore/docker/DockerService.h"
 #include "VintrelCore/log/CPUSampler.h"
 #include "VintrelCore/model/ProcessItem.h"
+#include "VintrelCore/scan/Protection.h"
 #include "VintrelCore/scan/ScanCore.h"
 #include "VintrelCore/scan/ScanFaults.h"
 #include "VintrelCore/scan/ScanRules.h"
@@ -31,6 +32,7 @@ struct Results {
     std::unordered_map<int32_t, VintrelCore::PortRegistry::PortSet> listeningPorts{};
     VintrelCore::DockerCore::OwnerMap containerOwners{};
     VintrelCore::CwdResolver::CwdMap cwds{};
+    VintrelCore::ScanCore::PIDSet ended{}; ///< of the items' processes, those that had no folder any more
     VintrelCore::AncestryResolver::ProcessTable processTable{};
     std::unordered_map<int32_t, std::string> managers{};
     VintrelCore::ScanCore::PIDSet namedOnly{}; ///< candidates whose tool is not what runs

@@ -283,7 +283,7 @@ bool ScanEngine::isProtected(const Item& item, const std::string& entry) const {
 }
 
 bool ScanEngine::staysOutOfSweeps(const Item& item) const {
-    return VintrelCore::isFolderUnknown(item, m_found.cwds) && rules().goByFolders();
+    return VintrelCore::isFolderUnknown(item, m_found.cwds, m_found.ended) && rules().goByFolders();
 }
 
 ScanEngine::Items ScanEngine::sweepableSafeItems() const {
@@ -314,16 +314,16 @@ void ScanEngine::kill(const Item& item, const std::function<void(const KillResul
 }
 
 void ScanEngine::clean(const Items& items, const CleanCompletion& completion) {
-    m_protectedFolders.whenKnown([this, items, cwds = m_found.cwds, completion] {
+    m_protectedFolders.whenKnown([this, items, cwds = m_found.cwds, ended = m_found.ended, completion] {
         if (reasonNotToClean()) {
             updateProblems(); // it may have come up just now
             completion({}, {});
             return;
         }
         Items chosen = items;
-        std::erase_if(chosen, [this, &cwds](const Item& item) {
+        std::erase_if(chosen, [this, &cwds, &ended](const Item& item) {
             return isProtected(item) || m_protectedFolders.protection().covers(item, cwds) ||
-                   (VintrelCore::isFolderUnknown(item, cwds) && rules().goByFolders()) ||
+                   (VintrelCore::isFolderUnknown(item, cwds, ended) && rules().goByFolders()) ||
                    m_dismissedPIDs.contains(item.pid) || contains(m_ending, item);
         });
         end(chosen, [chosen, completion](const KillService::Outcomes& outcomes) {

@@ -1,5 +1,6 @@
 #include "Vintrel/engine/ScanSources.h"
 
+#include "VintrelCore/scan/Protection.h"
 #include "VintrelCore/scan/Snapshot.h"
 
 #include <chrono>
@@ -64,6 +65,7 @@ ScanSources::ScanSources()
       containerOwners(VintrelCore::DockerService::askForOwners),
       enumerate(takeSnapshot),
       workingDirectories(askForDirectories),
+      endedAmong(VintrelCore::endedAmong),
       processTable(askForProcessTable),
       usedCPU([](const std::vector<ProcessItem>& items) { return CPUSampler::read(items); }),
       openFiles(askForOpenFiles),

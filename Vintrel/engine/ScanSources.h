@@ -54,6 +54,9 @@ struct ScanSources {
     std::function<Candidates(const VintrelCore::ScanCore::EnumerateOptions& options, int interrupt)>
         enumerate;
     std::function<Directories(const DirectoriesQuery& query, int interrupt)> workingDirectories;
+    std::function<VintrelCore::ScanCore::PIDSet(const std::vector<VintrelCore::ProcessItem>& items,
+                                                const VintrelCore::CwdResolver::CwdMap& cwds)>
+        endedAmong;
     std::function<VintrelCore::AncestryResolver::ProcessTable(int interrupt)> processTable;
     std::function<VintrelCore::CPUSampler::Reading(const std::vector<VintrelCore::ProcessItem>& items)>
         usedCPU;

@@ -7,12 +7,11 @@
 #include <unistd.h>
 
 void prepareProcess() {
-    int opened = 0;
-    while (opened >= 0 && opened <= STDERR_FILENO) { // fills closed standard descriptors, lowest first
-        opened = ::open("/dev/null", O_RDWR);
-    }
-    if (opened > STDERR_FILENO) {
-        ::close(opened);
+    for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
+        if (::fcntl(descriptor, F_GETFD) < 0) { // closed; open() takes the lowest one that is free
+            // Read-only for standard output: output that was meant for a closed one must fail, not vanish.
+            static_cast<void>(::open("/dev/null", descriptor == STDOUT_FILENO ? O_RDONLY : O_RDWR));
+        }
     }
     ::signal(SIGCHLD, SIG_DFL); // ignored, it would lose the exit status of every tool
     ::signal(SIGXFSZ,

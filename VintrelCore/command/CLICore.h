@@ -57,6 +57,7 @@ struct TableOptions {
     const ScanCore::PIDSet& protectedPIDs;
     size_t commandMax = 0;     ///< characters of a command that are shown; below 2: all
     size_t commandColumns = 0; ///< columns of a terminal that a command may take; 0: any number
+    size_t projectColumns = 0; ///< the same for a project; it is cut in its middle
 };
 
 /// The candidates as a table with a heading; lines joined by line feeds, none at the end. Whatever could
@@ -65,6 +66,10 @@ struct TableOptions {
 
 /// How many columns of a terminal of so many the table leaves to its commands; at least 20.
 [[nodiscard]] size_t columnsForCommands(size_t columns, const TableOptions& options);
+
+/// How many columns of a terminal of so many its projects may take, so that commands have their 20; at least
+/// 12, and all of them where nothing has to be cut.
+[[nodiscard]] size_t columnsForProjects(size_t columns, const TableOptions& options);
 
 /// "42s", "5m", "2h 7m", "3d 4h". `seconds` must be finite.
 [[nodiscard]] std::string formatElapsed(double seconds);

@@ -97,10 +97,11 @@ private:
                                      }});
         m_result.faults.foldersUnknown = m_result.cwds.empty();
         m_result.items = ScanCore::applyScopedIgnores(m_result.items, m_result.cwds, m_ignores.scoped);
+        const ScanCore::PIDSet ended = endedAmong(m_result.items, m_result.cwds);
         for (const ProcessItem& item : m_result.items) {
             if (protection.covers(item, m_result.cwds)) {
                 m_result.protectedPIDs.insert(item.pid);
-            } else if (m_rules.goByFolders() && isFolderUnknown(item, m_result.cwds) && lives(item)) {
+            } else if (m_rules.goByFolders() && isFolderUnknown(item, m_result.cwds, ended)) {
                 m_result.unknownFolderPIDs.insert(item.pid);
             }
         }
@@ -116,12 +117,6 @@ private:
             Protection::found(m_rules.protectedProjects, m_world.home, m_slowMounts, m_world.interrupt);
         m_result.faults.metDeadMount = !found;
         return found ? *std::move(found) : unresolved;
-    }
-
-    /// Whether a candidate has not ended since the snapshot: then its folder would be unknown, too.
-    static bool lives(const ProcessItem& item) {
-        const auto record = Platform::processRecord(item.pid);
-        return record && !record->isZombie && (!item.startTime || record->startTime == *item.startTime);
     }
 
     void note(const Platform::Shortfall& shortfall) {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <numeric>
 #include <vector>
 
 namespace VintrelCore::CLICore {
@@ -12,11 +13,31 @@ namespace {
 
 constexpr size_t narrowColumns = 6; // all but the command
 constexpr std::string_view gap = "  ";
+constexpr size_t leastForCommands = 20;
 
 using Cells = std::array<std::string, narrowColumns>;
 
 Cells headings() {
     return {"PID", "BUCKET", "KIND", "AGE", "RAM", "PROJECT"};
+}
+
+/// A project as far as the limit allows: both of its ends tell more than its middle.
+std::string shownProject(const std::string& label, const TableOptions& options) {
+    std::string text = UnicodeText::printable(label);
+    const size_t columns = options.projectColumns;
+    if (columns == 0 || UnicodeText::terminalColumns(text) <= columns) {
+        return text;
+    }
+    const size_t count = UnicodeText::characterCount(text);
+    for (size_t kept = std::min(columns, count) - 1; kept > 0; --kept) {
+        const auto front = UnicodeText::firstCharacters(text, (kept + 1) / 2);
+        const auto without = UnicodeText::firstCharacters(text, count - kept / 2);
+        const std::string cut = std::string(front) + "…" + text.substr(without.size());
+        if (UnicodeText::terminalColumns(cut) <= columns) {
+            return cut;
+        }
+    }
+    return "…";
 }
 
 Cells cellsOf(const ProcessItem& item, const TableOptions& options) {
@@ -30,7 +51,7 @@ Cells cellsOf(const ProcessItem& item, const TableOptions& options) {
             UnicodeText::printable(item.displayLabel()),
             formatElapsed(item.elapsed),
             formatRSS(item.rssKB),
-            cwd != options.cwds.end() ? UnicodeText::printable(cwd->second.label) : "—"};
+            cwd != options.cwds.end() ? shownProject(cwd->second.label, options) : "—"};
 }
 
 std::vector<Cells> allCells(const TableOptions& options) {
@@ -66,6 +87,26 @@ std::string shownCommand(std::string_view command, const TableOptions& options) 
     return truncate(text, fitting + 1);
 }
 
+/// The columns of a terminal that the widest row takes beside its command.
+size_t columnsBesideCommands(const TableOptions& options) {
+    const std::vector<Cells> rows = allCells(options);
+    size_t padded = narrowColumns * gap.size();
+    for (const size_t width : widths(rows)) {
+        padded += width;
+    }
+    // Columns are padded by characters; a row with wide ones stands out on a terminal.
+    size_t taken = padded;
+    for (const Cells& row : rows) {
+        size_t extra = 0;
+        for (const std::string& cell : row) {
+            const size_t cells = UnicodeText::terminalColumns(cell);
+            extra += cells - std::min(cells, UnicodeText::characterCount(cell));
+        }
+        taken = std::max(taken, padded + extra);
+    }
+    return taken;
+}
+
 } // namespace
 
 std::string truncate(std::string_view text, size_t max) {
@@ -95,23 +136,20 @@ std::string listTable(const TableOptions& options) {
 }
 
 size_t columnsForCommands(size_t columns, const TableOptions& options) {
-    constexpr size_t least = 20;
-    const std::vector<Cells> rows = allCells(options);
-    size_t padded = narrowColumns * gap.size();
-    for (const size_t width : widths(rows)) {
-        padded += width;
+    const size_t taken = columnsBesideCommands(options);
+    return columns > taken + leastForCommands ? columns - taken : leastForCommands;
+}
+
+size_t columnsForProjects(size_t columns, const TableOptions& options) {
+    constexpr size_t least = 12;
+    TableOptions trial = options;
+    size_t fitting = least;
+    for (size_t tooMany = std::max(columns, least) + 1; fitting + 1 < tooMany;) {
+        trial.projectColumns = std::midpoint(fitting, tooMany);
+        const bool fits = columnsBesideCommands(trial) + leastForCommands <= columns;
+        (fits ? fitting : tooMany) = trial.projectColumns;
     }
-    // Columns are padded by characters; a row with wide ones stands out on a terminal.
-    size_t taken = padded;
-    for (const Cells& row : rows) {
-        size_t extra = 0;
-        for (const std::string& cell : row) {
-            const size_t cells = UnicodeText::terminalColumns(cell);
-            extra += cells - std::min(cells, UnicodeText::characterCount(cell));
-        }
-        taken = std::max(taken, padded + extra);
-    }
-    return columns > taken + least ? columns - taken : least;
+    return fitting;
 }
 
 } // namespace VintrelCore::CLICore

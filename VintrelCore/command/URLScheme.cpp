@@ -3,7 +3,10 @@
 #include "VintrelCore/base/Text.h"
 
 #include <algorithm>
+#include <charconv>
+#include <cstdint>
 #include <string>
+#include <system_error>
 
 namespace VintrelCore::URLScheme {
 
@@ -41,6 +44,26 @@ std::string_view wordOf(std::string_view afterScheme) {
     return firstPiece(rest);
 }
 
+/// The text with its escapes ("%41") decoded; absent when a "%" begins none.
+std::optional<std::string> decoded(std::string_view text) {
+    std::string plain;
+    for (size_t at = 0; at < text.size(); ++at) {
+        if (text[at] != '%') {
+            plain += text[at];
+            continue;
+        }
+        const std::string_view digits = text.substr(at + 1, 2);
+        uint8_t byte = 0;
+        const auto [stop, error] = std::from_chars(digits.data(), digits.data() + digits.size(), byte, 16);
+        if (digits.size() != 2 || error != std::errc{} || stop != digits.data() + digits.size()) {
+            return std::nullopt;
+        }
+        plain += static_cast<char>(byte);
+        at += 2;
+    }
+    return plain;
+}
+
 } // namespace
 
 std::optional<Command> parse(std::string_view url) {
@@ -50,7 +73,7 @@ std::optional<Command> parse(std::string_view url) {
         std::ranges::any_of(url, isForbidden)) {
         return std::nullopt;
     }
-    const std::string word = Text::asciiLowered(wordOf(url.substr(colon + 1)));
+    const std::string word = Text::asciiLowered(decoded(wordOf(url.substr(colon + 1))).value_or(""));
     if (word == "clean") {
         return Command::clean;
     }

@@ -6,6 +6,7 @@
 #include "VintrelCore/platform/Platform.h"
 
 #include <array>
+#include <cmath>
 #include <limits>
 
 #include <nlohmann/json.hpp>
@@ -13,6 +14,22 @@
 namespace VintrelCore::PortRegistry {
 
 namespace {
+
+/// Whether a number is whole, however it is written: 3000.0 and 3e3 are integers, too.
+bool isInteger(const nlohmann::json& entry) {
+    constexpr double limit = 0x1p63; // beyond it the parser has made a float of digits, too
+    return entry.is_number_integer() ||
+           (entry.is_number_float() && std::trunc(entry.get<double>()) == entry.get<double>() &&
+            std::abs(entry.get<double>()) < limit);
+}
+
+/// Absent for a number that does not fit into an int.
+std::optional<int> portOf(const nlohmann::json& entry) {
+    using Limits = std::numeric_limits<int>;
+    const auto value = entry.get<double>(); // holds every int exactly
+    const bool isInt = value >= Limits::min() && value <= Limits::max();
+    return isInt ? std::optional(static_cast<int>(value)) : std::nullopt;
+}
 
 /// The integers of the user's file; absent when it is no object of integer arrays.
 std::optional<PortSet> parseUserPorts(const std::string& bytes) {
@@ -29,14 +46,11 @@ std::optional<PortSet> parseUserPorts(const std::string& bytes) {
             return std::nullopt;
         }
         for (const auto& entry : list) {
-            if (!entry.is_number_integer()) {
+            if (!isInteger(entry)) {
                 return std::nullopt;
             }
-            // A number that is no int is no port either.
-            const bool isTooLarge =
-                entry.is_number_unsigned() && entry.get<uint64_t>() > std::numeric_limits<int>::max();
-            if (!isTooLarge && entry.get<int64_t>() >= std::numeric_limits<int>::min()) {
-                ports.insert(entry.get<int>());
+            if (const auto port = portOf(entry)) {
+                ports.insert(*port);
             }
         }
     }

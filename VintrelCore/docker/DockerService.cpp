@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <unordered_set>
 #include <utility>
 
 #include <sys/stat.h>
@@ -17,12 +18,20 @@ namespace {
 /// An engine may accept and never answer.
 constexpr std::chrono::seconds askingDeadline{10};
 
-/// The engine itself gives a container ten seconds to stop.
+/// For what changes a container of which nothing is known.
 constexpr std::chrono::seconds changingDeadline{30};
+
+/// Added to the container's own stop timeout, for the engine's part of the work.
+constexpr std::chrono::seconds stoppingReserve{10};
 
 bool changesAContainer(const Arguments& arguments) {
     constexpr std::array<std::string_view, 3> verbs{"restart", "stop", "rm"};
     return !arguments.empty() && std::ranges::find(verbs, arguments.front()) != verbs.end();
+}
+
+bool stopsAContainer(const Arguments& arguments) {
+    constexpr size_t wordCount = 2; // the verb and one container
+    return arguments.size() == wordCount && (arguments.front() == "stop" || arguments.front() == "restart");
 }
 
 Arguments withFormat(Arguments arguments, std::string_view format) {
@@ -45,6 +54,15 @@ bool isRefusal(std::string_view errors) {
 std::string answerTo(const Arguments& arguments, int interrupt = -1) {
     Shell::Result result = run(arguments, interrupt);
     return result.ok ? std::move(result.output) : std::string();
+}
+
+/// The first word of each line.
+std::unordered_set<std::string> idsIn(std::string_view listing) {
+    std::unordered_set<std::string> ids;
+    while (auto line = Text::takeLine(listing)) {
+        ids.emplace(Text::takeWord(*line, " \t"));
+    }
+    return ids;
 }
 
 } // namespace
@@ -75,6 +93,21 @@ Shell::Command command(std::string client, Arguments arguments) {
     return {.executable = std::move(client), .arguments = std::move(arguments), .deadline = deadline};
 }
 
+Shell::Command command(std::string client, Arguments arguments, const ContainerStop& stop) {
+    return {.executable = std::move(client),
+            .arguments = std::move(arguments),
+            .deadline = std::chrono::seconds(stop.timeout) + stoppingReserve};
+}
+
+std::vector<ContainerStop> askAboutStops(const std::string& client, std::span<const std::string> containers,
+                                         int interrupt) {
+    Arguments inspect = withFormat({"inspect"}, DockerCore::inspectStopFormat);
+    inspect.insert(inspect.end(), containers.begin(), containers.end());
+    // Whatever its exit status: one that is gone must not hide the others.
+    const Shell::Outcome outcome = Shell::runToOutcome(command(client, std::move(inspect)), interrupt);
+    return outcome.completed() ? DockerCore::parseStops(outcome.output) : std::vector<ContainerStop>();
+}
+
 Shell::Result run(const Arguments& arguments, int interrupt) {
     const auto client = cliPath();
     if (!client) {
@@ -86,8 +119,18 @@ Shell::Result run(const Arguments& arguments, int interrupt) {
 }
 
 void perform(std::span<const Arguments> commands, int interrupt) {
+    const auto client = cliPath();
+    if (!client) {
+        return;
+    }
     for (const Arguments& arguments : commands) {
-        static_cast<void>(run(arguments, interrupt)); // what failed shows in the next listing
+        const auto stops = stopsAContainer(arguments)
+                               ? askAboutStops(*client, {&arguments.back(), 1}, interrupt)
+                               : std::vector<ContainerStop>();
+        // A failure shows in the next listing.
+        static_cast<void>(Shell::runToOutcome(stops.size() == 1 ? command(*client, arguments, stops.front())
+                                                                : command(*client, arguments),
+                                              interrupt));
     }
 }
 
@@ -104,7 +147,15 @@ Arguments removeArguments(const std::string& id) {
 }
 
 std::vector<Container> listContainers(int interrupt) {
-    return DockerCore::parsePS(answerTo(withFormat({"ps"}, DockerCore::psFormat), interrupt));
+    std::vector<Container> containers =
+        DockerCore::parsePS(answerTo(withFormat({"ps"}, DockerCore::psFormat), interrupt));
+    if (!containers.empty()) {
+        // Asked after the listing, so that a container that has just started is in neither.
+        const auto running = idsIn(answerTo({"ps", "-q"}, interrupt));
+        std::erase_if(containers,
+                      [&](const Container& container) { return !running.contains(container.id); });
+    }
+    return containers;
 }
 
 DockerCore::StatsMap containerStats(int interrupt) {

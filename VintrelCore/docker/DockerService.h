@@ -35,11 +35,21 @@ cliPath(std::span<const std::string_view> candidates = Platform::dockerCandidate
 /// container.
 [[nodiscard]] Shell::Command command(std::string client, Arguments arguments);
 
+/// `command` for a change that stops a container: the client waits for as long as the engine does, and some
+/// more. When it misses even that deadline the engine goes on stopping it.
+[[nodiscard]] Shell::Command command(std::string client, Arguments arguments, const ContainerStop& stop);
+
 /// Runs the client; without one nothing is run, and the result is not ok. When the descriptor `interrupt` (if
 /// not negative) becomes readable, the client is taken down.
 [[nodiscard]] Shell::Result run(const Arguments& arguments, int interrupt = -1);
 
-/// Runs each of `commands` in turn, whatever becomes of the ones before.
+/// Asks the client about containers, by id or name, before they are stopped. Leaves out those that it does
+/// not know; empty when it fails.
+[[nodiscard]] std::vector<ContainerStop>
+askAboutStops(const std::string& client, std::span<const std::string> containers, int interrupt = -1);
+
+/// Runs each of `commands` in turn, whatever becomes of the ones before. What stops a container has the time
+/// that the container takes.
 void perform(std::span<const Arguments> commands, int interrupt = -1);
 
 // What to ask the client for.
@@ -48,7 +58,8 @@ void perform(std::span<const Arguments> commands, int interrupt = -1);
 [[nodiscard]] Arguments stopArguments(const std::string& idOrName);
 [[nodiscard]] Arguments removeArguments(const std::string& id);
 
-/// The running containers.
+/// The running containers. A line feed in a label can make a line that looks like another container's: only
+/// rows count whose id the client lists on its own, too.
 [[nodiscard]] std::vector<Container> listContainers(int interrupt = -1);
 
 /// What each running container uses.

@@ -13,7 +13,7 @@
 
 namespace VintrelCore {
 
-/// What a folded process is to its row.
+/// The part that a folded process plays in its row.
 enum class FoldedAs : uint8_t {
     part,    ///< something below the row's own process
     starter, ///< a shell that started the row's own process, and is signalled before it
@@ -25,6 +25,7 @@ struct FoldedProcess {
     int32_t pid = 0;
     std::optional<ProcStartTime> startTime{}; ///< absent when it could not be read
     FoldedAs as = FoldedAs::part;
+    std::string command{};
 
     /// Whether it is the same process, whatever it is to the row.
     bool operator==(const FoldedProcess& other) const {
@@ -46,7 +47,8 @@ struct ProcessItem {
     int64_t rssKB = 0;                        ///< resident memory in KiB
     std::optional<ProcStartTime> startTime{}; ///< absent when no provider was given or it failed
     std::optional<std::string> customLabel{}; ///< the label of the user's rule that matched
-    std::vector<FoldedProcess> folded{};      ///< what the row stands for beside its own process
+    std::vector<FoldedProcess> folded{};      ///< the other processes of the row
+    std::string runnerCommand{}; ///< of the row's own process, where `command` is another's; else ""
 
     bool operator==(const ProcessItem&) const = default;
 
@@ -62,6 +64,11 @@ struct ProcessItem {
 
     /// The process that the command and the kind are of: the row's own, or one that is folded into it.
     [[nodiscard]] int32_t shownPID() const;
+
+    /// The command line of the row's own process.
+    [[nodiscard]] const std::string& ownCommand() const {
+        return runnerCommand.empty() ? command : runnerCommand;
+    }
 
     /// The user's label, or else that of the kind.
     [[nodiscard]] std::string_view displayLabel() const;

@@ -78,13 +78,20 @@ struct ProcessRecord {
 /// read.
 [[nodiscard]] std::optional<std::string> executable(int32_t pid);
 
+/// A variable among those that a process was started with; "" when it is not there, absent when they cannot
+/// be read.
+[[nodiscard]] std::optional<std::string> environmentValue(int32_t pid, std::string_view name);
+
 /// What the kernel knows of a process beyond what ps was asked for.
 struct KernelFacts {
     int32_t userID = -1;        ///< the real user id
     char state = '?';           ///< as ps prints it: R, S, D, Z (a zombie), T ...
+    int32_t processGroupID = 0; ///< the pid of the process group's leader
     int32_t sessionID = 0;      ///< the pid of the session's leader
     ProcStartTime startTime{};  ///< as `startTime` gives it
     std::string controlGroup{}; ///< the path of its control group; "" where there are none
+    /// It is process 1 of a namespace other than this program's, such as a container's or a sandbox's.
+    bool isNamespacesFirst = false;
 };
 
 /// What the snapshot's parent column has to be corrected with.
@@ -107,6 +114,10 @@ struct KernelView {
     std::function<std::optional<int32_t>(int32_t pid)> unitProcessOf = [](int32_t) {
         return std::optional<int32_t>();
     };
+    /// When a control group was made; as reliable as the clock then was. Absent where the system does not
+    /// keep it.
+    std::function<std::optional<ProcStartTime>(const std::string& controlGroup)> controlGroupStart =
+        [](const std::string&) { return std::optional<ProcStartTime>(); };
 };
 
 /// The real one.

@@ -16,6 +16,9 @@ void take(Stat& stat, int field, int64_t value) {
     case 4:
         stat.parent = static_cast<int32_t>(value);
         break;
+    case 5:
+        stat.processGroupID = static_cast<int32_t>(value);
+        break;
     case 6:
         stat.sessionID = static_cast<int32_t>(value);
         break;
@@ -200,19 +203,40 @@ std::optional<int32_t> parseThreadGroup(std::string_view status) {
     return numberOf("Tgid:", status);
 }
 
+bool parseIsNamespacesFirst(std::string_view status) {
+    constexpr std::string_view field = "NSpid:";
+    while (auto line = Text::takeLine(status)) {
+        if (line->starts_with(field)) {
+            line->remove_prefix(field.size());
+            // Its number in each namespace, from the one that reads to its own.
+            size_t count = 0;
+            std::string_view last;
+            for (auto word = Text::takeWord(*line, "\t "); !word.empty();
+                 word = Text::takeWord(*line, "\t ")) {
+                last = word;
+                ++count;
+            }
+            return count > 1 && last == "1";
+        }
+    }
+    return false;
+}
+
 std::optional<int32_t> parsePID(std::string_view descriptorInfo) {
     return numberOf("Pid:", descriptorInfo);
 }
 
-std::optional<int32_t> parseUnitProcess(std::string_view environment) {
-    constexpr std::string_view name = "SYSTEMD_EXEC_PID=";
-    for (std::string_view entry : Text::split(environment, '\0')) {
-        if (entry.starts_with(name)) {
-            entry.remove_prefix(name.size());
-            return Text::parseInteger<int32_t>(entry);
+std::string_view environmentValue(std::string_view environment, std::string_view name) {
+    for (const std::string_view entry : Text::split(environment, '\0')) {
+        if (entry.starts_with(name) && entry.substr(name.size()).starts_with('=')) {
+            return entry.substr(name.size() + 1);
         }
     }
-    return std::nullopt;
+    return {};
+}
+
+std::optional<int32_t> parseUnitProcess(std::string_view environment) {
+    return Text::parseInteger<int32_t>(environmentValue(environment, "SYSTEMD_EXEC_PID"));
 }
 
 std::string parseControlGroup(std::string_view cgroups) {

@@ -13,6 +13,7 @@ namespace VintrelCore::ProcFiles {
 struct Stat {
     char state = '?';
     int32_t parent = 0;
+    int32_t processGroupID = 0;
     int32_t sessionID = 0;
     uint32_t terminal = 0; ///< the device's number, as in stat(2); 0 for none
     int32_t threadCount = 1;
@@ -65,8 +66,14 @@ struct Mount {
 /// The process that a thread belongs to, from "status"; absent when it is not there.
 [[nodiscard]] std::optional<int32_t> parseThreadGroup(std::string_view status);
 
+/// Whether a process is process 1 of a namespace below the one in which "status" was read.
+[[nodiscard]] bool parseIsNamespacesFirst(std::string_view status);
+
 /// The process behind a descriptor for processes, from its "fdinfo"; absent when it is not there.
 [[nodiscard]] std::optional<int32_t> parsePID(std::string_view descriptorInfo);
+
+/// The value of a variable in "environ" (proc(5)); "" when it is not there.
+[[nodiscard]] std::string_view environmentValue(std::string_view environment, std::string_view name);
 
 /// The process that systemd started a unit with, from "environ" (systemd.exec(5), SYSTEMD_EXEC_PID); absent
 /// when it is not there.

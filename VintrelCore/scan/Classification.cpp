@@ -141,30 +141,13 @@ std::optional<ProcessItem> ItemMaker::makeWith(const SnapshotRecord& record, Det
                       .pcpu = record.cpuPercent,
                       .rss = record.rss,
                       .args = record.command};
-    auto item = makeWith(line, detect);
-    if (item) {
-        const auto fold = [&](std::span<const int32_t> shells, FoldedAs as) {
-            for (const int32_t shell : shells) {
-                item->folded.push_back({.pid = shell, .startTime = startTimeOf(shell), .as = as});
-            }
-        };
-        fold(record.shellsAbove, FoldedAs::starter);
-        fold(record.foldedShells, FoldedAs::part);
-        item->riskTier = tierOf(*item);
-    }
-    return item;
+    return makeWith(line, detect);
 }
 
 template <typename Detect>
 std::optional<ProcessItem> ItemMaker::makeWith(const PSLine& line, Detect detect) const {
-    std::optional<ProcessKind> kind;
-    std::optional<std::string> customLabel;
-    if (const CustomRule* const rule = m_customRules.firstMatch(line.args)) {
-        kind = ProcessKind::custom;
-        customLabel = rule->label;
-    } else {
-        kind = detect();
-    }
+    auto customLabel = customLabelOf(line.args);
+    const std::optional<ProcessKind> kind = customLabel ? std::optional(ProcessKind::custom) : detect();
     if (!kind) {
         return std::nullopt;
     }
@@ -181,6 +164,11 @@ std::optional<ProcessItem> ItemMaker::makeWith(const PSLine& line, Detect detect
                      .customLabel = std::move(customLabel)};
     item.riskTier = tierOf(item);
     return item;
+}
+
+std::optional<std::string> ItemMaker::customLabelOf(std::string_view command) const {
+    const CustomRule* const rule = m_customRules.firstMatch(command);
+    return rule != nullptr ? std::optional(rule->label) : std::nullopt;
 }
 
 std::optional<ProcStartTime> ItemMaker::startTimeOf(int32_t pid) const {

@@ -5,6 +5,7 @@
 #include "VintrelCore/platform/Platform.h"
 #include "VintrelCore/scan/ItemMaker.h"
 #include "VintrelCore/scan/NamedOnly.h"
+#include "VintrelCore/scan/Protection.h"
 #include "VintrelCore/scan/RecordPipeline.h"
 #include "VintrelCore/scan/RunnerRows.h"
 #include "VintrelCore/scan/ScanCore.h"
@@ -67,6 +68,29 @@ private:
     ItemMaker m_maker;
 };
 
+/// Whether any process of the row works there.
+bool isInScope(const ProcessItem& item, const IgnoreRule& rule, const CwdResolver::CwdMap& cwds) {
+    if (!rule.pathPrefix) {
+        return true;
+    }
+    std::string_view folder = *rule.pathPrefix;
+    if (folder.ends_with('/')) {
+        folder.remove_suffix(1);
+    }
+    // Unlike a protected folder, "/" is one that every absolute path lies below.
+    return std::ranges::any_of(allPIDsOf({&item, 1}), [&](int32_t pid) {
+        const auto cwd = cwds.find(pid);
+        return cwd != cwds.end() && Path::isAtOrBelow(cwd->second.fullPath, folder);
+    });
+}
+
+/// Whether the words are in what the row shows, or in the command of any process of it.
+bool isNamedIn(const ProcessItem& item, const UnicodeText::Needle& needle) {
+    return needle.isIn(item.command) || needle.isIn(item.runnerCommand) ||
+           std::ranges::any_of(item.folded,
+                               [&needle](const auto& process) { return needle.isIn(process.command); });
+}
+
 } // namespace
 
 std::vector<ProcessItem> enumerate(const EnumerateOptions& options) {
@@ -103,23 +127,11 @@ std::vector<ProcessItem> applyScopedIgnores(const std::vector<ProcessItem>& item
                                             const CwdResolver::CwdMap& cwds,
                                             std::span<const IgnoreRule> rules) {
     const auto needles = UnicodeText::needles(rules, &IgnoreRule::substring);
-    const auto isInScope = [&cwds](const ProcessItem& item, const IgnoreRule& rule) {
-        if (!rule.pathPrefix) {
-            return true;
-        }
-        std::string_view folder = *rule.pathPrefix;
-        if (folder.ends_with('/')) {
-            folder.remove_suffix(1);
-        }
-        // Unlike a protected folder, "/" is one that every absolute path lies below.
-        const auto cwd = cwds.find(item.pid);
-        return cwd != cwds.end() && Path::isAtOrBelow(cwd->second.fullPath, folder);
-    };
     std::vector<ProcessItem> kept;
     for (const ProcessItem& item : items) {
         bool isIgnored = false;
         for (size_t index = 0; index < rules.size() && !isIgnored; ++index) {
-            isIgnored = isInScope(item, rules[index]) && needles[index].isIn(item.command);
+            isIgnored = isInScope(item, rules[index], cwds) && isNamedIn(item, needles[index]);
         }
         if (!isIgnored) {
             kept.push_back(item);

@@ -252,8 +252,16 @@ constexpr auto launchers = std::to_array<GoBetween>({
          "-w --watch -W --watch-non-recursive -F --watch-file -e --exts -i --ignore -f --filter -j "
          "--filter-prog --filter-file --ignore-file -s --signal --stop-signal --stop-timeout --map-signal "
          "-d --debounce --delay-run -o --on-busy-update -E --env --shell --project-origin --workdir "
-         "--emit-events-to --fs-events --socket --color --log-file --completions"},
-    {.names = "cross-env cross-env-shell", .sort = launcher, .takesVariables = true, .isScript = true},
+         "--emit-events-to --fs-events --socket --color --log-file --completions",
+     .runsInShell = true},
+    {.names = "cross-env", .sort = launcher, .takesVariables = true, .isScript = true},
+    {.names = "cross-env-shell",
+     .sort = launcher,
+     .takesVariables = true,
+     .isScript = true,
+     .runsInShell = true},
+    // A function of shells. Without a version it takes the one that a file names, and any word may follow.
+    {.names = "nvm", .sort = launcher, .phrases = "exec #", .needsPhrase = true},
     {.names = "env-cmd",
      .sort = launcher,
      .valued = "-f --file -e --environments -r --rc-file",
@@ -269,7 +277,7 @@ constexpr auto launchers = std::to_array<GoBetween>({
      .valued =
          "-r --reporter -x --exclude -n --include -e --extension --reports-dir --report-dir -o "
          "--temp-directory --temp-dir -t --cwd --src --lines --functions --branches --statements --config "
-         "-c --nycrc-path --require -i --resolve",
+         "-c --nycrc-path --require -i --resolve --cache-dir --parser-plugins --extends",
      .isScript = true},
 });
 
@@ -283,7 +291,8 @@ constexpr auto others = std::to_array<GoBetween>({
      .text = "-c"},
     {.names = "fish",
      .sort = shell,
-     .valued = "-C --init-command -d --debug -f --features -o --debug-output --profile",
+     .valued = "-d --debug -f --features -o --debug-output --profile",
+     .code = "-C --init-command",
      .text = "-c --command"},
     {.names = "chrome chromium chromium-browser chrome-wrapper google-chrome google-chrome-stable "
               "google-chrome-beta google-chrome-unstable google-chrome-canary google-chrome-for-testing "

@@ -25,13 +25,15 @@ struct GoBetween {
     std::string_view module{};  ///< options whose value is the module to run
     std::string_view package{}; ///< options whose value is the package that a command is taken from
     std::string_view text{};    ///< options whose value is a text for a shell
-    /// What stands before the command, the longest first and separated by "|": "run", or "*" for any word.
+    /// What stands before the command, the longest first and separated by "|": "run"; "*" for any word, "#"
+    /// for a version of Node.
     std::string_view phrases{};
     bool needsPhrase = false;    ///< without one of them it does something else
     size_t operands = 0;         ///< words of its own before the command
     bool takesVariables = false; ///< NAME=VALUE before the command
     bool isScript = false;       ///< itself found as the script of an interpreter
     bool runsAnyProgram = false; ///< a runner's command is a program's name, never a script's of the project
+    bool runsInShell = false;    ///< a launcher whose command is a text for a shell, in one word or several
     bool runsFiles = false;      ///< a runner that is an interpreter as well, and runs a file by itself
 };
 

@@ -1,6 +1,7 @@
 #include "VintrelCore/scan/Interpreters.h"
 
 #include "VintrelCore/base/Text.h"
+#include "VintrelCore/scan/CommandWords.h"
 #include "VintrelCore/scan/ToolNames.h"
 
 #include <algorithm>
@@ -9,8 +10,11 @@
 namespace VintrelCore::Interpreters {
 
 bool canBeTitle(std::string_view command) {
+    constexpr std::string_view shells = "sh bash dash zsh fish ksh";
     const std::string_view word = Text::takeWord(command);
-    return !word.empty() && !word.contains('/') && !word.starts_with('[') && interpreterIn(word).empty();
+    const bool isSpecial = word.empty() || word.front() == '[' || word.front() == '-';
+    return !isSpecial && !word.contains('/') && !CommandWords::isListed(shells, word) &&
+           interpreterIn(word).empty();
 }
 
 std::string_view interpreterIn(std::string_view executable) {

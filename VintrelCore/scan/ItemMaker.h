@@ -28,6 +28,12 @@ public:
     /// For a process that is no candidate by its own words, but part of a row.
     [[nodiscard]] ProcessItem makeOfKind(const SnapshotRecord& record, ProcessKind kind) const;
 
+    /// Absent when it cannot be read.
+    [[nodiscard]] std::optional<ProcStartTime> startTimeOf(int32_t pid) const;
+
+    /// The label of the user's rule that a command matches, if any.
+    [[nodiscard]] std::optional<std::string> customLabelOf(std::string_view command) const;
+
     /// The risk of ending a row: by the kind that it shows, in the place of the process that it begins with,
     /// and of a listener if any process of it is one.
     [[nodiscard]] RiskTier tierOf(const ProcessItem& row) const;
@@ -39,7 +45,6 @@ private:
     template <typename Detect>
     [[nodiscard]] std::optional<ProcessItem> makeWith(const SnapshotRecord& record, Detect detect) const;
 
-    [[nodiscard]] std::optional<ProcStartTime> startTimeOf(int32_t pid) const;
     [[nodiscard]] int64_t memoryOf(const PSLine& line) const;
 
     Inputs m_inputs;

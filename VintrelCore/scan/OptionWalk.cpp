@@ -93,6 +93,22 @@ void OptionWalk::takeValue(std::string_view attached, bool isAttached) {
     }
 }
 
+namespace {
+
+/// "20", "v18.2.0", "lts/iron", "node".
+bool isVersionOfNode(std::string_view word) {
+    const std::string_view number = word.starts_with('v') ? word.substr(1) : word;
+    const bool isNumber =
+        !number.empty() && number.find_first_not_of("0123456789.") == std::string_view::npos;
+    return isNumber || word.starts_with("lts/") || CommandWords::isListed("node stable system", word);
+}
+
+bool isPartOfPhrase(std::string_view part, std::string_view word) {
+    return part == "*" || part == word || (part == "#" && isVersionOfNode(word));
+}
+
+} // namespace
+
 bool passPhrase(const GoBetween& program, OptionWalk& walk) {
     if (program.phrases.empty()) {
         return true;
@@ -101,7 +117,7 @@ bool passPhrase(const GoBetween& program, OptionWalk& walk) {
         OptionWalk ahead = walk;
         bool isThere = true;
         for (auto word = Text::takeWord(phrase); isThere && !word.empty(); word = Text::takeWord(phrase)) {
-            isThere = ahead.next() == OptionWalk::Stop::operand && (word == "*" || word == ahead.value());
+            isThere = ahead.next() == OptionWalk::Stop::operand && isPartOfPhrase(word, ahead.value());
         }
         if (isThere) {
             walk = ahead;

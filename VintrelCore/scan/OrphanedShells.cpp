@@ -95,7 +95,7 @@ void OrphanedShells::fold() {
             continue;
         }
         child.shellsAbove = shell.shellsAbove;
-        child.shellsAbove.push_back(shell.pid);
+        child.shellsAbove.push_back({.pid = shell.pid, .command = shell.command});
         child.onlyChildOf = shell.pid;
         folded.insert(shell.pid);
     }

@@ -2,6 +2,7 @@
 
 #include "VintrelCore/base/Path.h"
 #include "VintrelCore/base/Text.h"
+#include "VintrelCore/model/ProcStartTime.h"
 #include "VintrelCore/model/ProcessItem.h"
 #include "VintrelCore/scan/ControlGroup.h"
 
@@ -23,6 +24,18 @@ using Platform::KernelFacts;
 
 constexpr int32_t orphansParent = 1;
 constexpr int32_t noParentWorthNaming = 0;
+
+/// Seconds within which an application forks itself away, at a login on a busy machine.
+constexpr int64_t longestStart = 10;
+
+/// Seconds within which process 1 of a container starts what it was told to.
+constexpr int64_t longestContainersStart = 1;
+
+/// Whether one moment comes no more than that many seconds after another one, or before it.
+bool isWithin(int64_t seconds, ProcStartTime moment, ProcStartTime other) {
+    other.sec += seconds;
+    return moment <= other;
+}
 
 std::string_view firstWord(std::string_view command) {
     return Text::takeWord(command);
@@ -90,6 +103,7 @@ public:
                 noteAge(child);
             }
         }
+        noteContainersCommand();
     }
 
     void correctAll() {
@@ -116,12 +130,36 @@ private:
         if (record.pid == 1 && !isSystemsFirst(record.command)) {
             const auto facts = m_kernel.factsOf(1);
             m_containersFirst = {.program = programOf(record.command),
-                                 .session = facts ? std::optional(facts->sessionID) : std::nullopt};
+                                 .session = facts ? std::optional(facts->sessionID) : std::nullopt,
+                                 .startTime = facts ? facts->startTime : ProcStartTime{}};
         }
     }
 
+    /// Some programs that serve as process 1 put the one command that they were told into a session of its
+    /// own. It is their oldest child, from the start; what was orphaned into the container comes later.
+    void noteContainersCommand() {
+        if (!m_containersFirst) {
+            return;
+        }
+        const Child* oldest = nullptr;
+        for (const Child& child : m_children) {
+            if (child.facts && child.record->ppid == 1 &&
+                (oldest == nullptr || ageOf(child) < ageOf(*oldest))) {
+                oldest = &child;
+            }
+        }
+        if (oldest != nullptr && oldest->facts->sessionID == oldest->record->pid &&
+            isWithin(longestContainersStart, oldest->facts->startTime, m_containersFirst->startTime)) {
+            m_containersFirst->commandsSession = oldest->facts->sessionID;
+        }
+    }
+
+    static Age ageOf(const Child& child) {
+        return {child.facts->startTime.sec, child.facts->startTime.usec, child.record->pid};
+    }
+
     void noteAge(const Child& child) {
-        const Age age{child.facts->startTime.sec, child.facts->startTime.usec, child.record->pid};
+        const Age age = ageOf(child);
         const auto [oldest, isFirst] = m_oldest.try_emplace(child.facts->controlGroup, age);
         if (!isFirst) {
             oldest->second = std::min(oldest->second, age);
@@ -172,7 +210,8 @@ private:
 
     /// Whether a process belongs to what a container's process 1 was told to run.
     [[nodiscard]] bool isWorkOfFirst(const KernelFacts& facts) const {
-        return !m_containersFirst->session || facts.sessionID == *m_containersFirst->session;
+        return !m_containersFirst->session || facts.sessionID == *m_containersFirst->session ||
+               facts.sessionID == m_containersFirst->commandsSession;
     }
 
     static bool looksAfterItsOwn(const Unit& unit) {
@@ -197,13 +236,38 @@ private:
         if (first == record.pid) {
             return true;
         }
-        const bool leadsItsSession = facts.sessionID == record.pid;
-        if (!leadsItsSession || (first && isBeside(*first, facts))) {
+        if (first && isBeside(*first, facts)) {
             return false;
         }
+        const bool isOldest = std::get<2>(m_oldest.at(facts.controlGroup)) == record.pid;
+        const bool leadsItsSession = facts.sessionID == record.pid;
+        if (!leadsItsSession && !first && unit.name.starts_with("app-")) {
+            return !isInService && isOldest; // some desktops give a scope no number
+        }
+        if (!leadsItsSession) {
+            return first && (beganWithItsUnit(facts) || (isInService && isForkedTwice(facts, *first)));
+        }
         // An application that forks itself away leads a session. In a service it may have leftovers of the
-        // run before it beside it; a scope is for one run only.
-        return isInService || std::get<2>(m_oldest.at(facts.controlGroup)) == record.pid;
+        // run before it beside it; a scope is for one run only. That its oldest leader was left there by an
+        // application that is closed cannot be known: one that began with an update, or a question for a
+        // password, forks itself away as long after the scope was made.
+        return isInService || isOldest;
+    }
+
+    /// Whether it started so soon that it may be what the unit was made for, forked away. The service manager
+    /// would know; the kernel does not. What an application leaves behind was rarely started by then.
+    [[nodiscard]] bool beganWithItsUnit(const KernelFacts& facts) const {
+        const auto unitStart = m_kernel.controlGroupStart(facts.controlGroup);
+        return unitStart && isWithin(longestStart, facts.startTime, *unitStart);
+    }
+
+    /// Whether it may be a service that has taken a session and then, by forking again, left its lead: the
+    /// session is not that of the process with which the service began, its leader is gone, and no shell has
+    /// divided it into jobs. Holds beside leftovers of a former run, too, for which the control group is
+    /// older.
+    [[nodiscard]] bool isForkedTwice(const KernelFacts& facts, int32_t first) const {
+        return facts.sessionID != first && facts.processGroupID == facts.sessionID &&
+               !m_kernel.factsOf(facts.sessionID);
     }
 
     /// Whether the process that a unit was started with still runs in it.
@@ -217,6 +281,8 @@ private:
     struct ContainersFirst {
         std::string_view program;
         std::optional<int32_t> session;
+        ProcStartTime startTime{};
+        std::optional<int32_t> commandsSession{}; ///< where that is another one
     };
 
     const Platform::KernelView& m_kernel;

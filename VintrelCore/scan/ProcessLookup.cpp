@@ -12,10 +12,13 @@ ProcessLookup ProcessLookup::of(Platform::Facts& facts) {
 }
 
 ProcessLookup ProcessLookup::since(std::optional<ProcStartTime> began) {
-    return {.argumentsOf = Platform::arguments,
-            .executableOf = Platform::executable,
-            .holdsTerminal = Platform::kernelView().holdsTerminal,
-            .wasInSnapshot = [began](int32_t pid) {
+    return {
+        .argumentsOf = Platform::arguments,
+        .executableOf = Platform::executable,
+        .runnersScriptOf = [](int32_t pid) { return Platform::environmentValue(pid, "npm_lifecycle_event"); },
+        .holdsTerminal = Platform::kernelView().holdsTerminal,
+        .wasInSnapshot =
+            [began](int32_t pid) {
                 // Who was there before the snapshot began, and still is, is whom its line is about.
                 const auto start = Platform::startTime(pid);
                 return start && (!began || *start < *began);

@@ -22,6 +22,11 @@ struct ProcessLookup {
     std::function<std::optional<std::string>(int32_t pid)> executableOf = [](int32_t) {
         return std::nullopt;
     };
+    /// The script that a package runner runs it for, as runners tell what they start; "" without one. Absent
+    /// when it cannot be read.
+    std::function<std::optional<std::string>(int32_t pid)> runnersScriptOf = [](int32_t) {
+        return std::nullopt;
+    };
     /// Whether it holds the side of a terminal that a terminal's window or server holds.
     std::function<bool(int32_t pid)> holdsTerminal = [](int32_t) { return false; };
     /// Whether what was read up to now under that number was about the process of the snapshot, and not about

@@ -1,11 +1,13 @@
 #include "VintrelCore/scan/Protection.h"
 
 #include "VintrelCore/base/Text.h"
+#include "VintrelCore/platform/Platform.h"
 #include "VintrelCore/platform/TimedQuestion.h"
 
 #include <algorithm>
 #include <filesystem>
 #include <iterator>
+#include <optional>
 #include <system_error>
 #include <utility>
 
@@ -39,6 +41,11 @@ std::string inWords(const Protection& protection) {
         words += entry + '\0' + form + '\0';
     }
     return words;
+}
+
+bool lives(int32_t pid, const std::optional<ProcStartTime>& startTime) {
+    const auto record = Platform::processRecord(pid);
+    return record && !record->isZombie && (!startTime || record->startTime == *startTime);
 }
 
 } // namespace
@@ -90,8 +97,26 @@ Protection::Forms Protection::resolve(std::span<const std::string> entries, cons
     return forms;
 }
 
-bool isFolderUnknown(const ProcessItem& item, const CwdResolver::CwdMap& cwds) {
-    return std::ranges::any_of(allPIDsOf({&item, 1}), [&cwds](int32_t pid) { return !cwds.contains(pid); });
+ScanCore::PIDSet endedAmong(std::span<const ProcessItem> items, const CwdResolver::CwdMap& cwds) {
+    ScanCore::PIDSet ended;
+    const auto note = [&](int32_t pid, const std::optional<ProcStartTime>& startTime) {
+        if (!cwds.contains(pid) && !lives(pid, startTime)) {
+            ended.insert(pid);
+        }
+    };
+    for (const ProcessItem& item : items) {
+        note(item.pid, item.startTime);
+        for (const FoldedProcess& process : item.folded) {
+            note(process.pid, process.startTime);
+        }
+    }
+    return ended;
+}
+
+bool isFolderUnknown(const ProcessItem& item, const CwdResolver::CwdMap& cwds,
+                     const ScanCore::PIDSet& ended) {
+    return std::ranges::any_of(allPIDsOf({&item, 1}),
+                               [&](int32_t pid) { return !cwds.contains(pid) && !ended.contains(pid); });
 }
 
 std::string resolvedFolder(const std::string& path) {

@@ -3,6 +3,7 @@
 #include "VintrelCore/context/CwdResolver.h"
 #include "VintrelCore/context/SlowMounts.h"
 #include "VintrelCore/model/ProcessItem.h"
+#include "VintrelCore/scan/ScanCore.h"
 
 #include <cstdint>
 #include <optional>
@@ -42,9 +43,15 @@ struct Protection {
     [[nodiscard]] static Forms resolve(std::span<const std::string> entries, const std::string& home);
 };
 
+/// Those of the rows and of what is folded into them that have no entry among `cwds` because they have ended.
+[[nodiscard]] ScanCore::PIDSet endedAmong(std::span<const ProcessItem> items,
+                                          const CwdResolver::CwdMap& cwds);
+
 /// Whether the folder of the row, or of anything folded into it, is unknown, as that of a program with file
-/// capabilities is to its own user. Whether it is protected cannot be told then.
-[[nodiscard]] bool isFolderUnknown(const ProcessItem& item, const CwdResolver::CwdMap& cwds);
+/// capabilities is to its own user. Whether it is protected cannot be told then. What has ended works
+/// nowhere.
+[[nodiscard]] bool isFolderUnknown(const ProcessItem& item, const CwdResolver::CwdMap& cwds,
+                                   const ScanCore::PIDSet& ended);
 
 /// The path with links resolved; what does not exist (any more) stays as it stands.
 [[nodiscard]] std::string resolvedFolder(const std::string& path);

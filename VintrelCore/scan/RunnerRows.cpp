@@ -1,9 +1,13 @@
 #include "VintrelCore/scan/RunnerRows.h"
 
 #include "VintrelCore/base/Saturating.h"
+#include "VintrelCore/scan/CommandWords.h"
 #include "VintrelCore/scan/RunnerShells.h"
+#include "VintrelCore/scan/WhatRuns.h"
 
 #include <algorithm>
+#include <iterator>
+#include <string_view>
 #include <utility>
 
 namespace VintrelCore::ScanCore {
@@ -29,7 +33,7 @@ std::vector<ProcessItem> RunnerRows::of(std::span<const SnapshotRecord> records)
         if (row.isCandidate && !row.isTaken) {
             items.push_back(std::move(row.item));
             ProcessItem& item = items.back();
-            if (item.riskTier == RiskTier::easy && !item.folded.empty() && hostsTerminal(item)) {
+            if (item.riskTier == RiskTier::easy && mayLoseOther(item)) {
                 item.riskTier = RiskTier::moderate;
             }
         }
@@ -37,12 +41,39 @@ std::vector<ProcessItem> RunnerRows::of(std::span<const SnapshotRecord> records)
     return items;
 }
 
-/// Parents are corrected for orphans alone, and what a runner started is none.
-bool RunnerRows::hostsTerminal(const ProcessItem& item) const {
+/// Parents are corrected for orphans alone, and what a runner started is none: only here a host of a terminal
+/// is noticed.
+bool RunnerRows::mayLoseOther(const ProcessItem& item) const {
     const auto hosts = [this](int32_t pid) {
         return m_parentsOfTerminals.contains(pid) || m_lookup.holdsTerminal(pid);
     };
-    return hosts(item.pid) || std::ranges::any_of(item.folded, hosts, &FoldedProcess::pid);
+    const auto goesOn = [this](const FoldedProcess& process) {
+        const bool isShell = RunnerShells::isToldText(process.command);
+        const auto arguments = isShell ? m_lookup.argumentsInSnapshot(process.pid) : std::nullopt;
+        return isShell && !(arguments && WhatRuns::isToldOneThing(*arguments));
+    };
+    return !item.folded.empty() && (runsBeforeAnother(item) || hosts(item.pid) ||
+                                    std::ranges::any_of(item.folded, hosts, &FoldedProcess::pid) ||
+                                    std::ranges::any_of(item.folded, goesOn));
+}
+
+/// "npm run deploy" runs the script "predeploy" first, and "npm publish" others.
+bool RunnerRows::runsBeforeAnother(const ProcessItem& item) const {
+    std::vector<std::string_view> commands{item.ownCommand()};
+    std::ranges::transform(item.folded, std::back_inserter(commands), &FoldedProcess::command);
+    if (std::ranges::none_of(commands, RunnerShells::isPackageRunner)) {
+        return false;
+    }
+    const auto script = m_lookup.runnersScriptOf(item.shownPID());
+    if (!script) {
+        return true; // it cannot be known
+    }
+    const auto isTold = [&script](std::string_view command) {
+        const auto words = CommandWords::wordsOf(command);
+        const bool isShort = *script == "test" && std::ranges::find(words, "t") != words.end();
+        return isShort || std::ranges::find(words, *script) != words.end();
+    };
+    return !script->empty() && *script != "npx" && std::ranges::none_of(commands, isTold);
 }
 
 void RunnerRows::add(const SnapshotRecord& record) {
@@ -53,14 +84,45 @@ void RunnerRows::add(const SnapshotRecord& record) {
     } else if (record.isRunner) {
         item = m_maker.makeOfKind(record, ProcessKind::npm); // until it is known what it runs
     }
-    if (item && !m_isDropped(*item)) {
-        m_rowOf.emplace(record.pid, m_rows.size());
-        m_children[record.ppid].push_back(m_rows.size());
-        m_rows.push_back({.item = *std::move(item),
-                          .record = &record,
-                          .isRunner = record.isRunner || RunnerShells::isPackageRunner(record.command),
-                          .isCandidate = isCandidate});
+    if (!item || m_isDropped(*item)) {
+        return;
     }
+    Row row{.item = *std::move(item),
+            .record = &record,
+            .isRunner = record.pid != 1 && (record.isRunner || RunnerShells::isPackageRunner(record.command)),
+            .isCandidate = isCandidate,
+            .startedOthers = record.mayRunMore};
+    takeShells(row, record.shellsAbove, FoldedAs::starter);
+    takeShells(row, record.foldedShells, FoldedAs::part);
+    rate(row);
+    m_rowOf.emplace(record.pid, m_rows.size());
+    if (record.ppid > 1) { // else it is nobody's child
+        m_children[record.ppid].push_back(m_rows.size());
+    }
+    m_rows.push_back(std::move(row));
+}
+
+void RunnerRows::takeShells(Row& row, std::span<const FoldedShell> shells, FoldedAs as) {
+    for (const FoldedShell& shell : shells) {
+        if (m_isDropped({.pid = shell.pid, .command = shell.command})) {
+            row.startedOthers = true; // it is not to be ended
+            continue;
+        }
+        row.item.folded.push_back({.pid = shell.pid,
+                                   .startTime = m_maker.startTimeOf(shell.pid),
+                                   .as = as,
+                                   .command = shell.command});
+        if (auto label = m_maker.customLabelOf(shell.command); label && !row.item.customLabel) {
+            row.item.kind = ProcessKind::custom;
+            row.item.customLabel = std::move(label);
+            row.isCandidate = true;
+        }
+    }
+}
+
+void RunnerRows::rate(Row& row) const {
+    const RiskTier tier = m_maker.tierOf(row.item);
+    row.item.riskTier = row.startedOthers ? std::max(tier, RiskTier::moderate) : tier;
 }
 
 RunnerRows::Row* RunnerRows::rowOf(int32_t pid) {
@@ -104,8 +166,7 @@ void RunnerRows::merge(Row& runner) {
     }
     const auto children = m_childCount.find(runner.item.pid);
     runner.startedOthers |= children != m_childCount.end() && children->second > taken;
-    const RiskTier tier = m_maker.tierOf(runner.item);
-    runner.item.riskTier = runner.startedOthers ? std::max(tier, RiskTier::moderate) : tier;
+    rate(runner);
 }
 
 size_t RunnerRows::takeOnlyChildren(Row& runner) {
@@ -121,10 +182,15 @@ size_t RunnerRows::takeOnlyChildren(Row& runner) {
             take(runner.item, row->item, FoldedAs::part); // a runner of which nothing is known
             runner.startedOthers |= row->startedOthers;
             row->isTaken = true;
-        } else {
-            take(runner.item, m_maker.makeOfKind(*record->second, ProcessKind::npm), FoldedAs::part);
+            ++taken;
+            continue;
         }
-        ++taken;
+        const ProcessItem item = m_maker.makeOfKind(*record->second, ProcessKind::npm);
+        if (!m_isDropped(item)) {
+            take(runner.item, item, FoldedAs::part);
+            runner.startedOthers = true; // the runner's own words may name anything
+            ++taken;
+        }
     }
     return taken;
 }
@@ -145,6 +211,7 @@ RunnerRows::Row* RunnerRows::onlyCandidateBelow(const Row& runner) {
 }
 
 void RunnerRows::takeKind(ProcessItem& runner, const ProcessItem& child) {
+    runner.runnerCommand = runner.ownCommand();
     runner.command = child.command;
     if (child.customLabel || !runner.customLabel) {
         runner.kind = child.kind;
@@ -155,8 +222,10 @@ void RunnerRows::takeKind(ProcessItem& runner, const ProcessItem& child) {
 void RunnerRows::take(ProcessItem& runner, const ProcessItem& child, FoldedAs as) {
     // In a row that begins with a runner, what another runner within it shows is shown.
     const bool showsOther = child.shownPID() != child.pid;
-    runner.folded.push_back(
-        {.pid = child.pid, .startTime = child.startTime, .as = showsOther ? FoldedAs::part : as});
+    runner.folded.push_back({.pid = child.pid,
+                             .startTime = child.startTime,
+                             .as = showsOther ? FoldedAs::part : as,
+                             .command = child.ownCommand()});
     runner.folded.insert(runner.folded.end(), child.folded.begin(), child.folded.end());
     runner.cpuPercent += child.cpuPercent;
     runner.rssKB = Saturating::sum(runner.rssKB, child.rssKB);

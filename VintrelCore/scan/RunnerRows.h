@@ -17,14 +17,14 @@ namespace VintrelCore::ScanCore {
 /// runners is one, too.
 ///
 /// The row begins with the outermost runner: its identity, parent and age count, and the kind, the label and
-/// the command of what runs. A rule of the user's that the runner matches goes on protecting the row. It is
-/// never easy to end when a runner in it also started what is not in it, or when a process in it hosts a
-/// terminal. Internal to scan/.
+/// the command of what runs. A rule of the user's that any process of it matches makes it custom. It is never
+/// easy to end when a runner in it also started what is not in it, when a shell in it was told to run
+/// something else, too, or when a process in it hosts a terminal. Internal to scan/.
 class RunnerRows {
 public:
     using Predicate = std::function<bool(const ProcessItem&)>;
 
-    /// `isDropped` is asked before anything is merged. All of them must outlive it.
+    /// `isDropped` is asked of each process before it is merged. All of them must outlive it.
     RunnerRows(const ItemMaker& maker, const ProcessLookup& lookup, const Predicate& isDropped)
         : m_maker(maker), m_lookup(lookup), m_isDropped(isDropped) {}
 
@@ -42,6 +42,8 @@ private:
     };
 
     void add(const SnapshotRecord& record);
+    void takeShells(Row& row, std::span<const FoldedShell> shells, FoldedAs as);
+    void rate(Row& row) const;
     void mergeFromTheBottom();
     void merge(Row& runner);
     size_t takeOnlyChildren(Row& runner); ///< how many it took
@@ -50,7 +52,12 @@ private:
     static void take(ProcessItem& runner, const ProcessItem& child, FoldedAs as);
 
     [[nodiscard]] Row* rowOf(int32_t pid);
-    [[nodiscard]] bool hostsTerminal(const ProcessItem& item) const;
+    /// Whether more than the row's tool may be lost with it: a terminal that one of its processes hosts, or
+    /// what one of its shells was told to run later.
+    [[nodiscard]] bool mayLoseOther(const ProcessItem& item) const;
+
+    /// Whether the script that runs is not what the row's runners were told to run.
+    [[nodiscard]] bool runsBeforeAnother(const ProcessItem& item) const;
 
     const ItemMaker& m_maker;
     const ProcessLookup& m_lookup;

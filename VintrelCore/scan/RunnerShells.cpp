@@ -69,6 +69,20 @@ const GoBetween* shellNamed(std::string_view program) {
     return CommandWords::isListed("sh dash bash", name) ? GoBetweens::find(name) : nullptr;
 }
 
+/// Whether a runner may take the place of a shell, as Yarn's newer versions do, for a script of several
+/// commands.
+bool runsScriptsItself(std::string_view command) {
+    const std::vector<std::string_view> words = CommandWords::wordsOf(command);
+    const auto isSuch = [](std::string_view word) {
+        return CommandWords::isListed("yarn yarnpkg pnpm pn deno",
+                                      ToolNames::plainName(ToolNames::lastComponent(word)));
+    };
+    const auto runsOneProgram = [](std::string_view word) {
+        return CommandWords::isListed("exec dlx x", word);
+    };
+    return std::ranges::any_of(words, isSuch) && std::ranges::none_of(words, runsOneProgram);
+}
+
 /// Works on the records of one snapshot.
 class Folder {
 public:
@@ -76,22 +90,39 @@ public:
 
     void fold() {
         noteParents();
-        std::vector<std::pair<size_t, size_t>> shells; // shell, runner
+        std::vector<Shell> shells;
         for (size_t index = 0; index < m_records.size(); ++index) {
-            if (const auto runner = runnerOfShell(index)) {
-                shells.emplace_back(index, *runner);
+            if (const auto shell = shellAt(index)) {
+                shells.push_back(*shell);
             }
         }
+        std::ranges::stable_sort(shells, {}, &Shell::depth);
+        noteOwnScripts();
         handOverChildren();
         std::unordered_set<int32_t> folded;
-        for (const auto& [shell, runner] : shells) {
-            m_records[runner].foldedShells.push_back(m_records[shell].pid);
-            folded.insert(m_records[shell].pid);
+        for (const Shell& shell : shells) {
+            const SnapshotRecord& record = m_records[shell.index];
+            SnapshotRecord& runner = m_records[shell.runner];
+            runner.mayRunMore |= hasSeveralChildren(record) || hasSeveralChildren(runner);
+            runner.foldedShells.push_back({.pid = record.pid, .command = record.command});
+            folded.insert(record.pid);
         }
         std::erase_if(m_records, [&](const SnapshotRecord& record) { return folded.contains(record.pid); });
     }
 
 private:
+    /// Of a runner, directly or as the shell of such a shell.
+    struct Shell {
+        size_t index;
+        size_t runner;
+        int depth; ///< shells between the two
+    };
+
+    [[nodiscard]] bool hasSeveralChildren(const SnapshotRecord& record) const {
+        const auto count = m_childCount.find(record.pid);
+        return count != m_childCount.end() && count->second > 1;
+    }
+
     void noteParents() {
         for (size_t index = 0; index < m_records.size(); ++index) {
             m_byPID.emplace(m_records[index].pid, index);
@@ -107,38 +138,48 @@ private:
         return found != m_byPID.end() && found->second != index ? std::optional(found->second) : std::nullopt;
     }
 
-    /// The runner whose shell this record is, directly or as the shell of such a shell.
-    [[nodiscard]] std::optional<size_t> runnerOfShell(size_t index) const {
+    [[nodiscard]] std::optional<Shell> shellAt(size_t index) const {
         // A snapshot is not taken in one instant, so that parents may even form a ring: the steps are
         // bounded.
         constexpr int deepest = 16;
-        for (int depth = 0; depth < deepest && isToldText(m_records[index].command); ++depth) {
-            const auto parent = parentOf(index);
+        size_t above = index;
+        for (int depth = 0; depth < deepest && isToldText(m_records[above].command); ++depth) {
+            const auto parent = parentOf(above);
             if (!parent) {
                 return std::nullopt;
             }
             if (m_records[*parent].isRunner) {
-                return parent;
+                return Shell{.index = index, .runner = *parent, .depth = depth};
             }
-            index = *parent;
+            above = *parent;
         }
         return std::nullopt;
+    }
+
+    /// Runners that need no shell may have more to run when what they started has ended.
+    void noteOwnScripts() {
+        for (size_t index = 0; index < m_records.size(); ++index) {
+            const auto parent = parentOf(index);
+            if (parent && m_records[*parent].isRunner && !isToldText(m_records[index].command)) {
+                m_records[*parent].mayRunMore |= runsScriptsItself(m_records[*parent].command);
+            }
+        }
     }
 
     void handOverChildren() {
         std::vector<std::pair<size_t, size_t>> moves; // child, runner
         for (size_t index = 0; index < m_records.size(); ++index) {
             const auto parent = parentOf(index);
-            if (!parent || runnerOfShell(index)) {
+            if (!parent || shellAt(index)) {
                 continue;
             }
             const bool isAlone = m_childCount[m_records[*parent].pid] == 1;
             if (m_records[*parent].isRunner && isAlone) {
                 noteOnlyChild(*parent, index);
-            } else if (const auto runner = runnerOfShell(*parent)) {
-                moves.emplace_back(index, *runner);
+            } else if (const auto shell = shellAt(*parent)) {
+                moves.emplace_back(index, shell->runner);
                 if (isAlone) {
-                    noteOnlyChild(*runner, index);
+                    noteOnlyChild(shell->runner, index);
                     m_records[index].onlyChildOf = m_records[*parent].pid;
                 }
             }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <utility>
 
 namespace VintrelCore {
 
@@ -26,6 +27,7 @@ std::optional<std::vector<std::string>> ShellText::nextCommand() {
     if (m_rest.empty()) {
         return std::nullopt;
     }
+    m_isFed = std::exchange(m_feedsNext, false);
     std::vector<std::string> words;
     while (!m_rest.empty()) {
         const char byte = m_rest.front();
@@ -36,13 +38,24 @@ std::optional<std::vector<std::string>> ShellText::nextCommand() {
         } else if (byte == '<' || byte == '>' || m_rest.starts_with("&>")) {
             passRedirection(words);
         } else if (isIn(separators, byte)) {
-            m_rest.remove_prefix(1);
+            passSeparator(words);
             return words;
         } else {
             takeWord(words);
         }
     }
     return words;
+}
+
+void ShellText::passSeparator(const std::vector<std::string>& words) {
+    const char byte = m_rest.front();
+    m_rest.remove_prefix(1);
+    const std::string_view last = words.empty() ? std::string_view() : std::string_view(words.back());
+    m_feedsNext = (byte == '|' && !words.empty()) || (byte == '(' && last == ">");
+    const bool isSubstitution = last.ends_with('$') || last == "<" || last == ">";
+    if (byte == '(' && !words.empty() && !isSubstitution) {
+        m_mayHideCommands = true; // a function's name, for one
+    }
 }
 
 void ShellText::takeWord(std::vector<std::string>& words) {
@@ -60,6 +73,7 @@ void ShellText::passRedirection(std::vector<std::string>& words) {
         m_rest.remove_prefix(1);
         return;
     }
+    m_mayHideCommands = m_mayHideCommands || (m_rest.starts_with("<<") && !m_rest.starts_with("<<<"));
     m_rest.remove_prefix(std::min(m_rest.find_first_not_of("<>&|-"), m_rest.size()));
     m_rest.remove_prefix(std::min(m_rest.find_first_not_of(blanks), m_rest.size()));
     if (!m_rest.empty() && !isIn(wordEnds, m_rest.front())) {
@@ -89,13 +103,35 @@ std::string ShellText::readWord() {
 void ShellText::readQuoted(std::string& word) {
     const char quote = m_rest.front();
     m_rest.remove_prefix(1);
-    while (!m_rest.empty() && m_rest.front() != quote) {
-        const bool isEscape =
-            quote == '"' && m_rest.size() > 1 && m_rest.front() == '\\' && isIn("$`\"\\\n", m_rest[1]);
+    if (quote == '"') {
+        readInDoubleQuotes(word);
+        return;
+    }
+    const std::string_view quoted = m_rest.substr(0, m_rest.find('\''));
+    // Some shells take a backslash for an escape there, and so do all of them behind "$".
+    if (quoted.ends_with('\\') || word.ends_with('$')) {
+        m_mayHideCommands = true;
+    }
+    word += quoted;
+    m_rest.remove_prefix(quoted.size());
+    passClosing();
+}
+
+void ShellText::readInDoubleQuotes(std::string& word) {
+    while (!m_rest.empty() && m_rest.front() != '"') {
+        if (m_rest.starts_with("$(") || m_rest.front() == '`') {
+            m_mayHideCommands = true;
+        }
+        const bool isEscape = m_rest.size() > 1 && m_rest.front() == '\\' && isIn("$`\"\\\n", m_rest[1]);
         m_rest.remove_prefix(isEscape ? 1 : 0);
         word += m_rest.front();
         m_rest.remove_prefix(1);
     }
+    passClosing();
+}
+
+void ShellText::passClosing() {
+    m_mayHideCommands = m_mayHideCommands || m_rest.empty();
     m_rest.remove_prefix(m_rest.empty() ? 0 : 1);
 }
 

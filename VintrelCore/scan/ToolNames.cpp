@@ -1,6 +1,7 @@
 #include "VintrelCore/scan/ToolNames.h"
 
 #include "VintrelCore/base/Text.h"
+#include "VintrelCore/scan/CommandWords.h"
 
 #include <algorithm>
 #include <array>
@@ -53,7 +54,7 @@ bool matches(const Row& row, std::string_view name) {
     case Match::inAnyScope:
         return own == row.text;
     case Match::prefixOfAny:
-        return own.starts_with(row.text) && own.size() > row.text.size();
+        return own.starts_with(row.text) && own.size() > row.text.size() && !own.contains('.'); // no file
     case Match::scope:
         return name.starts_with(row.text) && name.size() > row.text.size();
     }
@@ -96,6 +97,58 @@ bool isPlaywrightsBrowser(std::string_view path) {
     return false;
 }
 
+/// Such a path cannot lead to a file. Of a folder, an interpreter runs what is in there.
+bool isFolder(std::string_view path) {
+    const std::string_view name = lastComponent(path);
+    return name.empty() || name == "." || name == "..";
+}
+
+/// Whether a file lies where installed programs are called from: a system's, a version manager's or a virtual
+/// environment's folder of programs. Any other folder called "bin" may be a project's own.
+bool isInBinFolder(std::string_view path) {
+    constexpr std::string_view systems = "usr opt bin snap nix";
+    const auto components = componentsOf(path);
+    if (components.size() < 2) {
+        return false;
+    }
+    const std::string_view folder = components[components.size() - 2];
+    if (folder != "bin" && folder != "shims") {
+        return folder == ".bin";
+    }
+    const auto isManagers = [](std::string_view component) {
+        return component.starts_with('.') || component.contains("env") || component.contains("conda");
+    };
+    return (path.starts_with('/') && CommandWords::isListed(systems, components.front())) ||
+           std::any_of(components.begin(), components.end() - 2, isManagers);
+}
+
+/// Yarn keeps itself in the projects that use it, as in ".yarn/releases/yarn-1.22.22.cjs".
+bool isYarns(std::string_view path) {
+    const auto components = componentsOf(path);
+    const size_t count = components.size();
+    return count > 2 && components[count - 3] == ".yarn" && components[count - 2] == "releases";
+}
+
+/// Projects name their scripts so: "test:playwright", "vitest:watch". Any other word beside the tool's may
+/// say that something else is done with it, as "docs:vitest" does.
+bool isBesideTool(std::string_view piece) {
+    constexpr std::string_view listed = "test tests e2e unit integration component ci run watch coverage";
+    return CommandWords::isListed(listed, piece);
+}
+
+/// A path with blanks, and no command with its arguments in one piece, such as "less /home/dev/vitest".
+bool isPathWithBlanks(std::string_view path) {
+    return path.starts_with('/') && !path.contains(" /") && isInstalled(path);
+}
+
+/// Where the suffix of a script begins; the size of the name when it has none.
+size_t suffixStart(std::string_view name) {
+    constexpr auto suffixes =
+        std::to_array<std::string_view>({".js", ".mjs", ".cjs", ".ts", ".mts", ".cts", ".py", ".exe"});
+    const auto suffix = std::ranges::find_if(suffixes, [name](auto end) { return name.ends_with(end); });
+    return name.size() - (suffix != suffixes.end() ? suffix->size() : 0);
+}
+
 /// Python's names of modules have no hyphens: the package mcp-server-git is the module mcp_server_git.
 std::string hyphenated(std::string_view name) {
     std::string result(name);
@@ -106,12 +159,7 @@ std::string hyphenated(std::string_view name) {
 } // namespace
 
 std::string_view plainName(std::string_view name) {
-    constexpr auto suffixes =
-        std::to_array<std::string_view>({".js", ".mjs", ".cjs", ".ts", ".mts", ".cts", ".py", ".exe"});
-    const auto suffix = std::ranges::find_if(suffixes, [name](auto end) { return name.ends_with(end); });
-    if (suffix != suffixes.end()) {
-        name.remove_suffix(suffix->size());
-    }
+    name = name.substr(0, suffixStart(name));
     // A version: digits and dots, perhaps behind a hyphen.
     size_t end = name.size();
     while (end > 0 && (isDigit(name[end - 1]) || name[end - 1] == '.')) {
@@ -123,6 +171,10 @@ std::string_view plainName(std::string_view name) {
         name = end > 0 ? name.substr(0, end) : name;
     }
     return name;
+}
+
+bool hasScriptSuffix(std::string_view name) {
+    return suffixStart(name) < name.size();
 }
 
 std::string_view lastComponent(std::string_view path) {
@@ -137,21 +189,44 @@ std::string packageOf(std::string_view path) {
         if (folder == "site-packages" || folder == "dist-packages") {
             return hyphenated(plainName(name));
         }
-        if (folder == ".bin" || (folder == "node_modules" && !name.starts_with('@'))) {
+        const size_t below = components.size() - index - 1; // how much of the path is left
+        if ((folder == ".bin" && below == 0) ||
+            (folder == "node_modules" && !name.starts_with('@') && below > 0)) {
             return std::string(name);
         }
-        if (folder == "node_modules" && index + 1 < components.size()) {
+        if (folder == "node_modules" && below > 1) {
             return std::string(name).append("/").append(components[index + 1]);
         }
     }
     return {};
 }
 
+bool isInstalled(std::string_view path) {
+    return !isFolder(path) &&
+           (isInBinFolder(path) || !packageOf(path).empty() || isYarns(path) || isPlaywrightsBrowser(path));
+}
+
 bool isToolsFile(ProcessKind kind, std::string_view path) {
+    if (isFolder(path) || (path.contains(' ') && !isPathWithBlanks(path))) {
+        return false;
+    }
     const std::string_view name = lastComponent(path);
-    const bool isByName = isTool(kind, name) || isTool(kind, plainName(name));
-    return isByName || isTool(kind, packageOf(path)) ||
-           (kind == ProcessKind::playwrightTest && isPlaywrightsBrowser(path));
+    const bool isByName = !hasScriptSuffix(name) && (isTool(kind, name) || isTool(kind, plainName(name)));
+    return isByName || isToolsScript(kind, path);
+}
+
+bool isToolsScript(ProcessKind kind, std::string_view path) {
+    if (!isInstalled(path)) {
+        return false;
+    }
+    if (const std::string package = packageOf(path); !package.empty()) {
+        return isTool(kind, package);
+    }
+    // A script that keeps its suffix there was not installed under the name of the tool.
+    const std::string_view name = lastComponent(path);
+    const bool isByName = !hasScriptSuffix(name) && isInBinFolder(path) &&
+                          (isTool(kind, name) || isTool(kind, plainName(name)));
+    return isByName || (kind == ProcessKind::playwrightTest && isPlaywrightsBrowser(path));
 }
 
 bool isToolsModule(ProcessKind kind, std::string_view module) {
@@ -164,11 +239,16 @@ bool isToolsPackage(ProcessKind kind, std::string_view package) {
         return isTool(kind, package);
     }
     if (package.contains('/')) {
-        return isToolsFile(kind, package);
+        return isToolsScript(kind, package);
     }
-    const auto pieces = Text::split(package, ':'); // projects name their scripts so, as in "test:playwright"
-    return std::ranges::any_of(
-        pieces, [kind](auto piece) { return isTool(kind, piece) || isTool(kind, plainName(piece)); });
+    if (hasScriptSuffix(package)) {
+        return false; // a file of the project's
+    }
+    const auto pieces = Text::split(package, ':');
+    const auto isTools = [kind](std::string_view piece) { return isTool(kind, piece); };
+    return std::ranges::any_of(pieces, isTools) && std::ranges::all_of(pieces, [&](std::string_view piece) {
+               return isTools(piece) || isBesideTool(piece);
+           });
 }
 
 std::string_view withoutVersion(std::string_view package) {

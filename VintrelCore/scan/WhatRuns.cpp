@@ -4,6 +4,7 @@
 #include "VintrelCore/scan/CommandWords.h"
 #include "VintrelCore/scan/GoBetweens.h"
 #include "VintrelCore/scan/OptionWalk.h"
+#include "VintrelCore/scan/ShellCommands.h"
 #include "VintrelCore/scan/ShellText.h"
 #include "VintrelCore/scan/ToolNames.h"
 
@@ -28,39 +29,70 @@ struct Command {
     bool isExact = true; ///< false when blanks within arguments cannot be told from those between them
 };
 
-/// Which programs that run others may be what an interpreter or a package runner runs.
-enum class Callee { any, scriptOrInterpreter, script };
+/// How a command came to be named: what that proves.
+enum class As : uint8_t {
+    program,   ///< what the kernel was told
+    launched,  ///< what a launcher, a shell or a runner of any program starts
+    ofProject, ///< what a runner starts that takes scripts of the project's, too
+    script,    ///< a file that an interpreter or a shell reads
+    module,
+};
 
-bool isAllowed(const GoBetween& program, Callee callee) {
-    switch (callee) {
-    case Callee::any:
+/// A command's name, or a path to where programs are installed. Any other file is a project's own, which may
+/// be named like any program ("tests/playwright", "time.py").
+bool isNoProjectsOwn(std::string_view program) {
+    const bool isFile =
+        program.contains('/') ? !program.starts_with('@') : ToolNames::hasScriptSuffix(program);
+    return !isFile || ToolNames::isInstalled(program);
+}
+
+bool isAllowed(const GoBetween& program, std::string_view path, As as) {
+    switch (as) {
+    case As::program:
         return true;
-    case Callee::scriptOrInterpreter:
-        return program.isScript || program.sort == Sort::interpreter;
-    case Callee::script:
+    case As::launched:
+        return program.sort == Sort::browser || isNoProjectsOwn(path); // by its profile a browser is known
+    case As::ofProject:
+        return isNoProjectsOwn(path) && (program.isScript || program.sort == Sort::interpreter);
+    case As::script:
+        return program.isScript && ToolNames::isInstalled(path);
+    case As::module:
         return program.isScript;
     }
     return false;
 }
 
-/// Words of a shell's that start nothing lasting: they prepare, wait or filter, and say nothing about what
-/// runs.
-bool runsNothingLasting(std::string_view program) {
-    constexpr std::string_view listed =
-        "cd pushd popd export set unset source . true false : exit return wait sleep trap echo printf umask "
-        "ulimit shopt setopt pwd read test [ [[ local declare typeset alias for case in esac fi done } "
-        "tee tail head cat grep sed awk sort uniq wc cut tr date mkdir touch nvm";
-    return CommandWords::isListed(listed, program);
+/// Calls `look` with each command of a shell's text that lasts, and with the levels that are left. Commands
+/// in texts that it evaluates, or keeps for a signal, are its own. False when it may hide others.
+template <typename Look>
+bool visitLasting(std::string_view text, int depth, const Look& look) {
+    bool isAll = true;
+    ShellText commands(text);
+    while (const auto command = commands.nextCommand()) {
+        const std::vector<std::string_view> all(command->begin(), command->end());
+        const Words words = ShellCommands::withoutPrefixes(all);
+        if (ShellCommands::runsNothingLasting(words, commands.isFed())) {
+            continue;
+        }
+        if (depth > 0 && words.front() == "eval") {
+            isAll = visitLasting(CommandWords::joined(words.subspan(1)), depth - 1, look) && isAll;
+        } else if (depth > 0 && words.front() == "trap" && words.size() > 1) {
+            const bool isNoText = words[1].empty() || words[1] == "-";
+            isAll = (isNoText || visitLasting(words[1], depth - 1, look)) && isAll;
+        } else {
+            look(words, depth);
+        }
+    }
+    return isAll && !commands.mayHideCommands();
 }
 
-/// Takes what may stand before a command in a shell's text off its front.
-Words withoutPrefixes(Words words) {
-    constexpr std::string_view listed = "exec command builtin time ! { if then elif else while until do";
-    while (!words.empty() &&
-           (CommandWords::isAssignment(words.front()) || CommandWords::isListed(listed, words.front()))) {
-        words = words.subspan(1);
-    }
-    return words;
+/// Whether Playwright's program opens a window in which a person works, rather than to run tests.
+bool isPlaywrightsWindow(ProcessKind kind, Words arguments) {
+    constexpr std::string_view listed =
+        "codegen open cr ff wk show-trace show-report screenshot pdf --ui --debug";
+    return kind == ProcessKind::playwrightTest &&
+           std::ranges::any_of(
+               arguments, [listed](std::string_view word) { return CommandWords::isListed(listed, word); });
 }
 
 /// Looks for the tool of one kind.
@@ -68,15 +100,15 @@ class Search {
 public:
     explicit Search(ProcessKind kind) : m_kind(kind) {}
 
-    [[nodiscard]] Found in(const Command& command, Callee callee = Callee::any, int depth = deepest) const {
-        if (depth == 0) {
+    [[nodiscard]] Found in(const Command& command, As as = As::program, int depth = deepest) const {
+        if (depth == 0 || isPlaywrightsWindow(m_kind, command.arguments)) {
             return Found::nowhere;
         }
-        if (ToolNames::isToolsFile(m_kind, command.program)) {
+        if (isTool(command.program, as)) {
             return Found::program;
         }
         const GoBetween* const program = GoBetweens::find(ToolNames::lastComponent(command.program));
-        if (program == nullptr || !isAllowed(*program, callee)) {
+        if (program == nullptr || !isAllowed(*program, command.program, as)) {
             return Found::nowhere;
         }
         switch (program->sort) {
@@ -93,6 +125,19 @@ public:
     }
 
 private:
+    /// What a shell's text runs beside what runs nothing lasting.
+    enum class TextRuns : uint8_t { nothing, tool, other };
+
+    [[nodiscard]] bool isTool(std::string_view program, As as) const {
+        if (as == As::script) {
+            return ToolNames::isToolsScript(m_kind, program);
+        }
+        if (as == As::module) {
+            return ToolNames::isToolsModule(m_kind, program);
+        }
+        return (as == As::program || isNoProjectsOwn(program)) && ToolNames::isToolsFile(m_kind, program);
+    }
+
     /// For interpreters and runners, which are told by name what to run.
     [[nodiscard]] Found inNamed(const GoBetween& program, const Command& command, int depth) const {
         if (program.sort == Sort::interpreter && !command.arguments.empty() &&
@@ -106,9 +151,9 @@ private:
         switch (walk.next()) {
         case OptionWalk::Stop::operand:
             return program.sort == Sort::runner ? inPackage(program, walk, command, depth)
-                                                : inScript(walk, command, depth);
+                                                : inScript(As::script, walk, command, depth);
         case OptionWalk::Stop::module:
-            return inModule(walk, command, depth);
+            return inScript(As::module, walk, command, depth);
         case OptionWalk::Stop::text:
             return inText(textOf(walk, command), depth);
         case OptionWalk::Stop::code:
@@ -124,14 +169,9 @@ private:
         return ToolNames::isToolsFile(m_kind, name) ? Found::script : Found::nowhere;
     }
 
-    [[nodiscard]] Found inScript(const OptionWalk& walk, const Command& command, int depth) const {
-        const Found found = in({walk.value(), walk.rest(), command.isExact}, Callee::script, depth);
+    [[nodiscard]] Found inScript(As as, const OptionWalk& walk, const Command& command, int depth) const {
+        const Found found = in({walk.value(), walk.rest(), command.isExact}, as, depth);
         return found == Found::program ? Found::script : found;
-    }
-
-    [[nodiscard]] Found inModule(const OptionWalk& walk, const Command& command, int depth) const {
-        return ToolNames::isToolsModule(m_kind, walk.value()) ? Found::script
-                                                              : inScript(walk, command, depth);
     }
 
     [[nodiscard]] Found inPackage(const GoBetween& program, const OptionWalk& walk, const Command& command,
@@ -142,11 +182,14 @@ private:
         }
         const GoBetween* const goBetween = GoBetweens::find(ToolNames::lastComponent(package));
         if (goBetween == nullptr) {
-            const bool isInPackage = ToolNames::isToolsPackage(m_kind, walk.package());
+            // Beside the package's commands, a runner starts any other program. Test runners' commands have
+            // the tool's name; those of MCP servers have "mcp" in theirs.
+            const bool isServers = package.contains("mcp") && !package.contains('/');
+            const bool isInPackage = isServers && ToolNames::isToolsPackage(m_kind, walk.package());
             return isInPackage ? Found::package : Found::nowhere;
         }
-        const Callee callee = program.runsAnyProgram ? Callee::any : Callee::scriptOrInterpreter;
-        const Found found = in({package, walk.rest(), command.isExact}, callee, depth);
+        const As as = program.runsAnyProgram ? As::launched : As::ofProject;
+        const Found found = in({package, walk.rest(), command.isExact}, as, depth);
         return found == Found::program ? Found::package : found;
     }
 
@@ -172,30 +215,27 @@ private:
             return Found::nowhere;
         }
         if (program.sort == Sort::shell) {
-            return inScript(walk, command, depth);
+            return inScript(As::script, walk, command, depth);
         }
-        return launched(in({walk.value(), walk.rest(), command.isExact}, Callee::any, depth));
+        if (program.runsInShell) {
+            std::string text(walk.value());
+            return inText(text.append(" ").append(CommandWords::joined(walk.rest())), depth);
+        }
+        return launched(in({walk.value(), walk.rest(), command.isExact}, As::launched, depth));
     }
 
     /// The tool must be in every command that lasts: a shell that also runs something else is not the tool's.
     [[nodiscard]] Found inText(std::string_view text, int depth) const {
-        Found result = Found::nowhere;
-        ShellText commands(text);
-        while (const auto command = commands.nextCommand()) {
-            const std::vector<std::string_view> all(command->begin(), command->end());
-            const Words words = withoutPrefixes(all);
-            if (words.empty() || runsNothingLasting(words.front())) {
-                continue;
-            }
-            const bool isEvaluated = words.front() == "eval" && depth > 0;
-            const Found found = isEvaluated ? inText(CommandWords::joined(words.subspan(1)), depth - 1)
-                                            : in({words.front(), words.subspan(1)}, Callee::any, depth);
-            if (found == Found::nowhere) {
-                return Found::nowhere;
-            }
-            result = Found::launched;
-        }
-        return result;
+        return runBy(text, depth) == TextRuns::tool ? Found::launched : Found::nowhere;
+    }
+
+    [[nodiscard]] TextRuns runBy(std::string_view text, int depth) const {
+        TextRuns result = TextRuns::nothing;
+        const auto look = [&](Words words, int left) {
+            const Found found = in({words.front(), words.subspan(1)}, As::launched, left);
+            result = std::max(result, found == Found::nowhere ? TextRuns::other : TextRuns::tool);
+        };
+        return visitLasting(text, depth, look) ? result : TextRuns::other;
     }
 
     /// In a line that was joined, the text ends only with the line.
@@ -264,6 +304,27 @@ bool isPlaywrightMCPBrowser(std::span<const std::string> arguments) {
 
 bool isPlaywrightMCPBrowser(std::string_view line) {
     return isHelperInWords(CommandWords::wordsOf(line));
+}
+
+bool isToldOneThing(std::span<const std::string> arguments) {
+    const std::vector<std::string_view> words = CommandWords::wordsOf(arguments);
+    const GoBetween* const shell =
+        words.empty() ? nullptr : GoBetweens::find(ToolNames::lastComponent(programOf(words)));
+    if (shell == nullptr || shell->sort != Sort::shell) {
+        return false;
+    }
+    OptionWalk walk(*shell, Words(words).subspan(1));
+    if (walk.next() != OptionWalk::Stop::operand || !walk.isTextNext()) {
+        return false;
+    }
+    int lasting = 0;
+    bool isPlain = true;
+    const auto look = [&](Words command, int /*left*/) {
+        ++lasting;
+        // In a loop, variables make several things of one.
+        isPlain = isPlain && std::ranges::none_of(command, [](auto word) { return word.contains('$'); });
+    };
+    return visitLasting(walk.value(), deepest, look) && isPlain && lasting <= 1;
 }
 
 RiskTier tierOf(RiskTier tier, Found found) {

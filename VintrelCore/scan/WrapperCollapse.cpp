@@ -23,13 +23,17 @@ bool isWrapper(std::string_view command) {
 
 ProcessItem merged(const ProcessItem& wrapper, const ProcessItem& child) {
     ProcessItem item = wrapper; // a kill targets the runner
+    item.runnerCommand = wrapper.ownCommand();
     item.command = child.command;
     item.kind = child.kind;
     item.riskTier = child.riskTier;
     item.customLabel.reset();
     item.cpuPercent += child.cpuPercent;
     item.rssKB = Saturating::sum(wrapper.rssKB, child.rssKB);
-    item.folded.push_back({.pid = child.pid, .startTime = child.startTime, .as = FoldedAs::shown});
+    item.folded.push_back({.pid = child.pid,
+                           .startTime = child.startTime,
+                           .as = FoldedAs::shown,
+                           .command = child.ownCommand()});
     item.folded.insert(item.folded.end(), child.folded.begin(), child.folded.end());
     return item;
 }

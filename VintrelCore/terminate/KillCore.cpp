@@ -110,6 +110,7 @@ private:
 
     struct ContainerRow {
         RowEnding* row;
+        ContainerHere here;
         std::string container; // as the engine is told
     };
 
@@ -119,38 +120,89 @@ private:
         forUndecided([&](RowEnding& row) {
             const ProcessItem& item = row.item();
             const auto owner = m_owners.find(item.pid);
-            const auto id = owner != m_owners.end() ? m_world.containerHere(item) : std::nullopt;
-            // Compared after the id was read: it might be that of a process which has got the number since.
-            if (id && shouldSendSIGTERM(item.startTime, startTime(item.pid))) {
-                rows.push_back({.row = &row, .container = id->empty() ? owner->second : *id});
+            const auto here = owner != m_owners.end() ? m_world.containerHere(item) : std::nullopt;
+            // Compared after the facts were read: they might be those of a process which has got the number
+            // since.
+            if (here && shouldSendSIGTERM(item.startTime, startTime(item.pid))) {
+                rows.push_back(
+                    {.row = &row, .here = *here, .container = here->id.empty() ? owner->second : here->id});
             }
         });
         return rows;
     }
 
-    /// Those that the engine does not stop stay undecided, and get signals.
+    /// Those that the engine refuses to stop stay undecided, and get signals.
     void stopContainers() {
         const std::vector<ContainerRow> rows = containerRows();
         const auto client = rows.empty() ? std::nullopt : m_world.client();
         if (!client) {
             return;
         }
-        for (size_t first = 0; first < rows.size() && !m_interruption.hasCome(); first += mostStops) {
-            stopSideBySide(*client, std::span(rows).subspan(first, std::min(mostStops, rows.size() - first)));
+        const std::vector<ContainerStopping> stoppings = stoppingsOf(rows, *client);
+        for (size_t first = 0; first < stoppings.size() && !m_interruption.hasCome(); first += mostStops) {
+            stopSideBySide(
+                std::span(stoppings).subspan(first, std::min(mostStops, stoppings.size() - first)));
         }
     }
 
-    void stopSideBySide(const std::string& client, std::span<const ContainerRow> rows) const {
-        std::vector<Shell::Run> runs;
+    struct ContainerStopping {
+        RowEnding* row;
+        Shell::Command command;
+    };
+
+    /// How the engine is asked, with the time that each container takes, and by its id where it is known.
+    [[nodiscard]] std::vector<ContainerStopping> stoppingsOf(std::span<const ContainerRow> rows,
+                                                             const std::string& client) const {
+        std::vector<std::string> names;
+        std::ranges::transform(rows, std::back_inserter(names), &ContainerRow::container);
+        const auto known = DockerService::askAboutStops(client, names, m_world.interrupt);
+        std::vector<ContainerStopping> stoppings;
         for (const ContainerRow& row : rows) {
-            runs.emplace_back(DockerService::command(client, DockerService::stopArguments(row.container)));
+            const auto stop = std::ranges::find_if(
+                known, [&row](const ContainerStop& each) { return isOf(each, row.row->item(), row.here); });
+            if (stop != known.end()) {
+                stoppings.push_back({.row = row.row,
+                                     .command = DockerService::command(
+                                         client, DockerService::stopArguments(stop->id), *stop)});
+            } else if (!row.here.isToBeConfirmed) {
+                stoppings.push_back(
+                    {.row = row.row,
+                     .command = DockerService::command(client, DockerService::stopArguments(row.container))});
+            }
+        }
+        return stoppings;
+    }
+
+    static bool isOf(const ContainerStop& stop, const ProcessItem& item, const ContainerHere& here) {
+        if (!here.id.empty()) {
+            return stop.id == here.id;
+        }
+        return stop.pid == item.pid && (!here.isToBeConfirmed || isSameStart(stop, item));
+    }
+
+    /// Whether an engine's word on a start can be about this process. The engine notes it some time after the
+    /// process began, and remote engines, whose numbers may be the same, started theirs at other times.
+    static bool isSameStart(const ContainerStop& stop, const ProcessItem& item) {
+        constexpr int64_t longestStart = 10;
+        constexpr int64_t rounding = 1;
+        return stop.startedAt && item.startTime && *stop.startedAt >= item.startTime->sec - rounding &&
+               *stop.startedAt <= item.startTime->sec + longestStart;
+    }
+
+    void stopSideBySide(std::span<const ContainerStopping> stoppings) const {
+        std::vector<Shell::Run> runs;
+        for (const ContainerStopping& stopping : stoppings) {
+            runs.emplace_back(stopping.command);
         }
         std::vector<Shell::Run*> pointers;
         std::ranges::transform(runs, std::back_inserter(pointers), [](Shell::Run& run) { return &run; });
         Shell::await(pointers, nullptr, m_world.interrupt);
-        for (size_t index = 0; index < rows.size(); ++index) {
-            if (runs[index].take().ok()) {
-                rows[index].row->noteStoppedContainer();
+        for (size_t index = 0; index < stoppings.size(); ++index) {
+            const Shell::Outcome outcome = runs[index].take();
+            if (outcome.ok()) {
+                stoppings[index].row->noteStoppedContainer();
+            } else if (outcome.deadlineMissed) {
+                stoppings[index].row->noteContainerBeingStopped();
             }
         }
     }
@@ -182,6 +234,8 @@ std::string_view inWords(KillDetail detail) {
     switch (detail) {
     case KillDetail::containerStopped:
         return "container stopped";
+    case KillDetail::containerStopping:
+        return "its container is still being stopped";
     case KillDetail::ended:
         return "ended";
     case KillDetail::stillThere:
@@ -222,16 +276,22 @@ bool shouldEscalateToSIGKILL(const std::optional<ProcStartTime>& snapshot,
     return snapshot && snapshot == current;
 }
 
-std::optional<std::string> containerOf(const ProcessItem& item, const Platform::KernelView& kernel) {
+std::optional<ContainerHere> containerOf(const ProcessItem& item, const Platform::KernelView& kernel) {
     if (!kernel.knowsContainers) {
-        return item.kind == ProcessKind::docker ? std::optional<std::string>("") : std::nullopt;
+        return item.kind == ProcessKind::docker ? std::optional(ContainerHere()) : std::nullopt;
     }
     const auto facts = kernel.factsOf(item.pid);
-    if (!facts || !ControlGroup::isInContainer(facts->controlGroup, kernel.ownControlGroup)) {
+    if (!facts) {
         return std::nullopt;
     }
-    return ControlGroup::containerID(facts->controlGroup, kernel.ownControlGroup)
-        .transform([](std::string_view id) { return std::string(id); });
+    const auto id = ControlGroup::isInContainer(facts->controlGroup, kernel.ownControlGroup)
+                        ? ControlGroup::containerID(facts->controlGroup, kernel.ownControlGroup)
+                        : std::nullopt;
+    if (id) {
+        return ContainerHere{.id = std::string(*id)};
+    }
+    // Engines without a right to make control groups, as a user's own may be, leave no id there.
+    return facts->isNamespacesFirst ? std::optional(ContainerHere{.isToBeConfirmed = true}) : std::nullopt;
 }
 
 std::vector<KillResult> killAll(std::span<const ProcessItem> items,

@@ -35,12 +35,21 @@ inline constexpr double gracePeriod = 2.0;
 /// takes to stop.
 [[nodiscard]] KillOutcome kill(const ProcessItem& item, const DockerCore::OwnerMap& containerOwners);
 
-/// The id of the container on this machine that an item is in, by its control group; absent when it is in
-/// none. A number and a name from an engine are no proof: another engine, or a remote one, has other
-/// processes by the same numbers. Where the kernel does not know, what looks like a container is one, and its
-/// id is "".
-[[nodiscard]] std::optional<std::string> containerOf(const ProcessItem& item,
-                                                     const Platform::KernelView& kernel);
+/// The container on this machine that an item is in.
+struct ContainerHere {
+    std::string id{}; ///< by the control group of its process; "" where that does not say
+    /// It is the first process of another namespace, which a sandbox has, too: it is a container's if an
+    /// engine names the very process, by number and start.
+    bool isToBeConfirmed = false;
+
+    bool operator==(const ContainerHere&) const = default;
+};
+
+/// Absent when an item is in no container. A number and a name from an engine are no proof: another engine,
+/// or a remote one, has other processes by the same numbers. Where the kernel does not know, what looks like
+/// a container is one.
+[[nodiscard]] std::optional<ContainerHere> containerOf(const ProcessItem& item,
+                                                       const Platform::KernelView& kernel);
 
 /// Moments of the sequence at which a test may change the world.
 enum class Moment { beforeOpening, afterOpening, afterComparison, duringGrace };
@@ -53,7 +62,7 @@ struct World {
     int interrupt = -1;
     /// The container engine's client; absent without one.
     std::function<std::optional<std::string>()> client = [] { return DockerService::cliPath(); };
-    std::function<std::optional<std::string>(const ProcessItem& item)> containerHere =
+    std::function<std::optional<ContainerHere>(const ProcessItem& item)> containerHere =
         [kernel = Platform::kernelView()](const ProcessItem& item) { return containerOf(item, kernel); };
     /// Called at each moment of each process.
     std::function<void(Moment moment, int32_t pid)> at = [](Moment, int32_t) {};

@@ -81,9 +81,19 @@ void RowEnding::noteStoppedContainer() {
     decide(KillOutcome::confirmed, KillDetail::containerStopped);
 }
 
+void RowEnding::noteContainerBeingStopped() {
+    Target first({.pid = m_item->pid, .startTime = m_item->startTime}, *m_world);
+    if (first.check() == Target::Check::same && !first.hasEnded()) {
+        giveUp(KillDetail::containerStopping);
+    } else {
+        noteStoppedContainer(); // at the last moment
+    }
+}
+
 void RowEnding::giveUp(KillDetail detail) {
     decide(KillOutcome::notKilled, detail);
-    if (detail == KillDetail::notPermitted || detail == KillDetail::interrupted) {
+    if (detail == KillDetail::notPermitted || detail == KillDetail::interrupted ||
+        detail == KillDetail::containerStopping) {
         noteIfLeft(Target({.pid = m_item->pid, .startTime = m_item->startTime}, *m_world));
     }
     for (const FoldedProcess& process : m_item->folded) {

@@ -61,6 +61,7 @@ public:
 
     void refuseWhatIsNeverEnded();
     void noteStoppedContainer();
+    void noteContainerBeingStopped();
 
     /// Decides that nothing is signalled.
     void giveUp(KillDetail detail);

@@ -4,6 +4,7 @@
 #include "tests/support/Process.h"
 #include "tests/support/Stray.h"
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <list>
@@ -188,6 +189,27 @@ TEST(Clean, leavesOutWhoseFolderIsUnknownWhereRulesGoByFolders) {
     EXPECT_TRUE(isRunning(secretive.pid()));
     EXPECT_EQ(home.run({"kill", pid}, lsof).status, 0) << "by itself it can be ended";
     EXPECT_FALSE(isRunning(secretive.pid()));
+}
+
+TEST(Clean, leavesOutARowForTheUnknownFolderOfWhatLivesAndNotOfWhatEndsDuringTheScan) {
+    const VintrelHome home;
+    home.writeSettings(std::string(everybodyIsOld) + "protectedProjects=~/mine\n");
+    const std::vector<std::string> runner{"npm test", "--below", "sh",           "-c",
+                                          "vitest",   "--below", "node (vitest)"};
+    const Stray ending({.argv = runner, .cwd = home.folder().makeFolder("elsewhere")});
+    const Stray secretive({.argv = runner, .cwd = home.folder().makeFolder("mine")});
+    letStraysAge();
+    // Between ps and the question for folders, the server of one row ends, and the runner of the other.
+    const auto lsof = withLsofScript(
+        home, "case \"$*\" in *cwd*) kill -9 " + std::to_string(ending.pids()[2]) + " " +
+                  std::to_string(secretive.pid()) + " ;; esac\n$REAL \"$@\" | grep -v '/mine$'\n");
+    const auto outcome = home.run({"clean"}, lsof);
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.errors, "vintrel: vitest " + std::to_string(secretive.pid()) +
+                                  " is not in the sweep: its folder is unknown\n");
+    EXPECT_TRUE(outcome.output.contains("Cleaned 1 of 1, ~")) << outcome.output;
+    EXPECT_TRUE(std::ranges::none_of(ending.pids(), isRunning)) << outcome.output;
+    EXPECT_TRUE(isRunning(secretive.pids()[2])) << outcome.output;
 }
 
 TEST(Clean, ctrlCDuringTheWaitRecordsWholeEventsOfWhoeverHasEnded) {

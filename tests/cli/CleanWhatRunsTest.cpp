@@ -62,7 +62,9 @@ TEST_F(CleanWhatRuns, whatIsNamedOnlyInArgumentsIsListedForReviewAndSurvives) {
            {"vitest", {"xterm", "-e", "/home/dev/bin/vitest", "--watch"}},
            {"vitest", {"rsync", "-a", "src/vitest", "backup/"}},
            {"vitest", {"xfce4-terminal", "--working-directory", "/home/dev/src/vitest"}},
-           {"Jest", {"less", "a file of jest"}}, // one argument with blanks is no command
+           {"Jest", {"less", "a file of jest"}},                 // one argument with blanks is no command
+           {"Playwright test", {"python3", "tests/playwright"}}, // runs what is in that folder
+           {"vitest", {"sh", "-c", ". ./start-all.sh; read name; vitest --watch"}},
            {"pytest", {"sh", "-c", "read name; make", "pytest"}}});
     expectAllListedAs("review");
 

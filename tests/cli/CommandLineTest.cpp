@@ -70,9 +70,20 @@ TEST(CommandLine, outputThatCannotBeWrittenIsAFailure) {
     }
 }
 
-TEST(CommandLine, worksWithItsStandardDescriptorsClosed) {
+TEST(CommandLine, aClosedOutputIsAFailureToo) {
     const VintrelHome home;
-    EXPECT_EQ(home.run({"list"}, {"/bin/sh", "-c", "exec \"$@\" <&- >&-", "sh"}).status, 0);
+    for (const char* command : {"help", "list", "--version"}) {
+        const auto outcome = home.run({command}, {"/bin/sh", "-c", "exec \"$@\" >&-", "sh"});
+        EXPECT_EQ(outcome.status, 1) << command;
+        EXPECT_EQ(outcome.errors, "vintrel: the output could not be written\n") << command;
+    }
+}
+
+TEST(CommandLine, worksWithItsOtherStandardDescriptorsClosed) {
+    const VintrelHome home;
+    const auto outcome = home.run({"list"}, {"/bin/sh", "-c", "exec \"$@\" <&- 2>&-", "sh"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_TRUE(outcome.output.starts_with("PID ")) << outcome.output;
 }
 
 TEST(CommandLine, listLeavesNothingBehind) {

@@ -102,6 +102,21 @@ TEST(ListOnATerminal, fitsItsWidth) {
     }
 }
 
+TEST(ListOnATerminal, cutsALongProjectAndAPipeGetsAllOfIt) {
+    const VintrelHome home;
+    home.writeSettings(rulesAlone + "\ncustomRules=a-tool-of-this-test = Tool\n");
+    const std::string name = "first" + std::string(150, '-') + "last";
+    const Stray stray({.argv = {"a-tool-of-this-test"}, .cwd = home.folder().makeFolder(name)});
+    for (const int columns : {80, 130}) {
+        const auto line = lineOf(linesOnTerminal(home, columns), stray.pid());
+        EXPECT_TRUE(line.contains("  first")) << line;
+        EXPECT_TRUE(line.contains("-…-")) << line;
+        EXPECT_TRUE(line.ends_with("last  a-tool-of-this-test")) << line;
+        EXPECT_LE(static_cast<int>(UnicodeText::terminalColumns(line)), columns) << line;
+    }
+    EXPECT_EQ(parseTable(home.run({"list"}).output).at(stray.pid()).project, name);
+}
+
 TEST(ListOnATerminal, fitsItsWidthWithWideCharactersInTheCommand) {
     const VintrelHome home;
     std::string wide;
@@ -109,8 +124,8 @@ TEST(ListOnATerminal, fitsItsWidthWithWideCharactersInTheCommand) {
         wide += "漢";
     }
     // No other row: a wide character in one takes room from all.
-    home.writeSettings(rulesAlone + "\ncustomRules=a-tool-of-this-test = Tool\n");
-    const Stray stray({.argv = {"a-tool-of-this-test", wide}});
+    home.writeSettings(rulesAlone + "\ncustomRules=a-wide-tool-of-this-test = Tool\n");
+    const Stray stray({.argv = {"a-wide-tool-of-this-test", wide}});
     for (const int columns : {130, 180}) {
         const auto line = lineOf(linesOnTerminal(home, columns), stray.pid());
         EXPECT_TRUE(line.ends_with("漢漢…")) << line;

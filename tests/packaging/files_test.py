@@ -174,7 +174,8 @@ class SoftwareCentres(Installed):
     def configured(cls, **variables):
         """The description as it is made with these variables."""
         with tempfile.TemporaryDirectory() as folder:
-            subprocess.run(["cmake", "-S", PROJECT, "-B", folder, *(f"-D{name}={value}" for name, value in variables.items())],
+            subprocess.run(["cmake", "-G", "Ninja", "-S", PROJECT, "-B", folder,
+                            *(f"-D{name}={value}" for name, value in variables.items())],
                            capture_output=True, check=True, timeout=100)
             return xml.parse(Path(folder) / f"packaging/appstream/{ID}.metainfo.xml").getroot()
 

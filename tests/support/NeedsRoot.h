@@ -8,16 +8,19 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-/// For tests of what only root can bring about (mounts, other accounts). Without root they say that they did
-/// not run, and where everything has to run (CI=true) that is a failure.
-#define VINTREL_NEEDS_ROOT()                                                                                 \
-    if (::geteuid() != 0) {                                                                                  \
+/// For tests that need what a machine or an account may lack. Without it they say that they did not run, and
+/// where everything has to run (CI=true) that is a failure.
+#define VINTREL_NEEDS(condition, what)                                                                       \
+    if (!(condition)) {                                                                                      \
         if (std::getenv("CI") != nullptr) {                                                                  \
-            FAIL() << "needs root, and everything has to run here";                                          \
+            FAIL() << "needs " what ", and everything has to run here";                                      \
         }                                                                                                    \
-        GTEST_SKIP() << "needs root";                                                                        \
+        GTEST_SKIP() << "needs " what;                                                                       \
     }                                                                                                        \
     static_assert(true)
+
+/// For tests of what only root can bring about: mounts, other accounts.
+#define VINTREL_NEEDS_ROOT() VINTREL_NEEDS(::geteuid() == 0, "root")
 
 namespace VintrelTests {
 

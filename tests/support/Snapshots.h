@@ -26,6 +26,11 @@ public:
                 .unitProcessOf = [this](int32_t pid) -> std::optional<int32_t> {
                     const auto found = m_unitProcesses.find(pid);
                     return found != m_unitProcesses.end() ? std::optional(found->second) : std::nullopt;
+                },
+                .controlGroupStart =
+                    [this](const std::string& group) -> std::optional<VintrelCore::ProcStartTime> {
+                    const auto found = m_groupStarts.find(group);
+                    return found != m_groupStarts.end() ? std::optional(found->second) : std::nullopt;
                 }};
     }
 
@@ -33,6 +38,10 @@ public:
 
     /// What the environment of a process says of its unit.
     void setUnitProcess(int32_t pid, int32_t first) { m_unitProcesses[pid] = first; }
+
+    void setControlGroupStart(const std::string& group, VintrelCore::ProcStartTime start) {
+        m_groupStarts[group] = start;
+    }
 
     /// A process of the user's in nobody's care: no unit, and not its session's leader.
     FakeKernel& addOrphan(int32_t pid) {
@@ -45,6 +54,7 @@ private:
     std::map<int32_t, VintrelCore::Platform::KernelFacts> m_facts;
     std::set<int32_t> m_terminalHolders;
     std::map<int32_t, int32_t> m_unitProcesses;
+    std::map<std::string, VintrelCore::ProcStartTime> m_groupStarts;
 };
 
 } // namespace VintrelTests

@@ -9,8 +9,9 @@
 
 namespace VintrelTests {
 
-/// A project with the tools "vite", "vitest" and "webpack" and the scripts "dev", "test" and "serve" that run
-/// them. The last two tools rename themselves. Nothing comes from a network.
+/// A project with the tools "jest", "ng", "playwright", "vite", "vitest" and "webpack", two packages with MCP
+/// servers, and the scripts "dev" (vite), "jest", "serve" (webpack), "start" (ng) and "test" (vitest). As the
+/// real ones do, ng, vitest and webpack rename themselves. Nothing comes from a network.
 void makeRunnerProject(const TemporaryFolder& folder, const std::string& name);
 
 /// What npm and npx run with: a home of their own, and `shell` (if not empty) as the script shell.

@@ -196,6 +196,10 @@ QPalette makePalette(const AppearanceSettings& settings) {
     palette.setColor(QPalette::All, QPalette::HighlightedText, highlight.text);
     palette.setColor(QPalette::Disabled, QPalette::Highlight, scheme.mid);
     palette.setColor(QPalette::Disabled, QPalette::HighlightedText, scheme.text);
+#if QT_VERSION >= QT_VERSION_CHECK(6, 6, 0)
+    palette.setColor(QPalette::All, QPalette::Accent, highlight.ground);
+    palette.setColor(QPalette::Disabled, QPalette::Accent, scheme.mid);
+#endif
     palette.setColor(QPalette::All, QPalette::Link, link);
     palette.setColor(QPalette::All, QPalette::LinkVisited, visited);
     palette.setColor(QPalette::Disabled, QPalette::Link, scheme.disabled);

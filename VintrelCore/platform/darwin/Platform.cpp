@@ -87,6 +87,10 @@ std::optional<std::string> executable(int32_t /*pid*/) {
     return std::nullopt;
 }
 
+std::optional<std::string> environmentValue(int32_t /*pid*/, std::string_view /*name*/) {
+    return std::nullopt;
+}
+
 std::optional<ProcStartTime> startTimeOfNow() {
     return std::nullopt; // the kernel notes starts by the clock on the wall
 }

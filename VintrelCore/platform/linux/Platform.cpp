@@ -12,6 +12,7 @@
 #include <system_error>
 #include <utility>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace VintrelCore::Platform {
@@ -48,9 +49,11 @@ std::optional<KernelFacts> readKernelFacts(int32_t pid) {
     }
     return KernelFacts{.userID = *userID,
                        .state = stat->state,
+                       .processGroupID = stat->processGroupID,
                        .sessionID = stat->sessionID,
                        .startTime = timeOf(*stat),
-                       .controlGroup = ProcFiles::parseControlGroup(*cgroups)};
+                       .controlGroup = ProcFiles::parseControlGroup(*cgroups),
+                       .isNamespacesFirst = ProcFiles::parseIsNamespacesFirst(*status)};
 }
 
 bool isMasterOfTerminals(const std::filesystem::path& file) {
@@ -69,11 +72,29 @@ bool readHoldsTerminal(int32_t pid) {
     return false;
 }
 
-std::optional<int32_t> readUnitProcess(int32_t pid) {
+std::optional<std::string> readEnvironment(int32_t pid) {
     constexpr size_t maxEnvironment = size_t{256} << 10;
-    const auto environment =
-        File::readKernelFile("/proc/" + std::to_string(pid) + "/environ", maxEnvironment);
+    return File::readKernelFile("/proc/" + std::to_string(pid) + "/environ", maxEnvironment);
+}
+
+std::optional<int32_t> readUnitProcess(int32_t pid) {
+    const auto environment = readEnvironment(pid);
     return environment ? ProcFiles::parseUnitProcess(*environment) : std::nullopt;
+}
+
+/// The folder of a control group of an account other than root's notes when it was made as the time of its
+/// last access, which nothing changes afterwards; the folders of root's note when they were last looked up.
+std::optional<ProcStartTime> readControlGroupStart(const std::string& controlGroup) {
+    // Of several hierarchies, the one that `ProcFiles::parseControlGroup` prefers.
+    for (const std::string_view hierarchy :
+         {"/sys/fs/cgroup/systemd", "/sys/fs/cgroup/unified", "/sys/fs/cgroup"}) {
+        struct stat folder{};
+        if (::stat((std::string(hierarchy) + controlGroup).c_str(), &folder) == 0) {
+            const ProcStartTime made{.sec = folder.st_atim.tv_sec, .usec = folder.st_atim.tv_nsec / 1'000};
+            return folder.st_uid != 0 ? std::optional(made) : std::nullopt;
+        }
+    }
+    return std::nullopt;
 }
 
 /// A folder by the base directory rules: the variable's, or else this one below home.
@@ -147,6 +168,12 @@ std::optional<std::string> executable(int32_t pid) {
     return length > 0 ? std::optional(std::string(path.data(), static_cast<size_t>(length))) : std::nullopt;
 }
 
+std::optional<std::string> environmentValue(int32_t pid, std::string_view name) {
+    const auto environment = readEnvironment(pid);
+    return environment ? std::optional(std::string(ProcFiles::environmentValue(*environment, name)))
+                       : std::nullopt;
+}
+
 std::optional<ProcStartTime> startTimeOfNow() {
     return KernelClock::timeOfTicks(KernelClock::ticksSinceBoot());
 }
@@ -163,7 +190,8 @@ KernelView kernelView() {
                 static_cast<double>(KernelClock::microsecondsSinceBoot()) / microsecondsPerSecond,
             .factsOf = readKernelFacts,
             .holdsTerminal = readHoldsTerminal,
-            .unitProcessOf = readUnitProcess};
+            .unitProcessOf = readUnitProcess,
+            .controlGroupStart = readControlGroupStart};
 }
 
 } // namespace VintrelCore::Platform

@@ -138,6 +138,17 @@ TEST_F(EngineProtection, leavesOutWhoWorksNobodyKnowsWhereAsSoonAsRulesGoByFolde
     EXPECT_FALSE(engine().staysOutOfSweeps(safeItem(2)));
 }
 
+TEST_F(EngineProtection, leavesNothingOutForTheFolderOfWhatHadEnded) {
+    world->directories.cwds = {{10, cwdOf("~/elsewhere")}, {21, cwdOf("~/elsewhere")}};
+    world->ended = {11, 20, 30};
+    scan({runnerItem(10, {11}), runnerItem(20, {21}), runnerItem(30, {31})});
+    engine().setProtectedProjects({"~/work"});
+    EXPECT_FALSE(engine().staysOutOfSweeps(runnerItem(10, {11})));
+    EXPECT_FALSE(engine().staysOutOfSweeps(runnerItem(20, {21})));
+    EXPECT_TRUE(engine().staysOutOfSweeps(runnerItem(30, {31}))) << "what is folded into it lives";
+    EXPECT_EQ(pidsOf(engine().sweepableSafeItems()), (PIDs{10, 20}));
+}
+
 TEST_F(EngineProtection, neverSweepsWhatAPersonHasToDecideOn) {
     ProcessItem high = reviewItem(2);
     high.riskTier = VintrelCore::RiskTier::high;

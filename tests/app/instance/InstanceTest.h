@@ -70,6 +70,7 @@ public:
     [[nodiscard]] std::unique_ptr<Start> start(const std::vector<std::string>& arguments = {},
                                                std::map<std::string, std::string> environment = {}) {
         environment.emplace("DBUS_SESSION_BUS_ADDRESS", bus.address());
+        environment.emplace("LC_ALL", "C.UTF-8"); // else newer toolkits say that they have chosen it
         const std::string log = "start-" + std::to_string(++m_starts) + ".log";
         return std::make_unique<Start>(arguments, folder.path() / log, environment);
     }

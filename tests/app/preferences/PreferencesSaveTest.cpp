@@ -2,6 +2,8 @@
 #include "tests/app/preferences/StoredPreferences.h"
 #include "tests/app/support/SettingsStore.h"
 
+#include <chrono>
+#include <filesystem>
 #include <limits>
 #include <vector>
 
@@ -12,6 +14,9 @@ namespace Vintrel {
 
 using namespace VintrelTests;
 using VintrelCore::ProcessKind;
+using namespace std::chrono_literals;
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -140,6 +145,20 @@ TEST(PreferencesSaveTest, customRulesAreStoredAsTheirTextsInOrder) {
               (QStringList{"vitest = Unit, tests", "a = b = c", "bare = bare", "@mcp = \"quoted\"",
                            "back\\slash = ; ü", "vitest = again"}));
     expectStored(values);
+}
+
+TEST(PreferencesSaveTest, aChangeIsReadAlsoWhereTheClockHasNotMoved) {
+    const SettingsStore store;
+    Preferences values;
+    values.scanInterval = 45;
+    ASSERT_TRUE(values.save({Key::scanInterval}));
+    const auto ahead = std::chrono::floor<std::chrono::milliseconds>(fs::file_time_type::clock::now()) + 1h;
+    fs::last_write_time(store.file(), ahead);
+    ASSERT_EQ(Preferences::load().values.scanInterval, 45);
+    values.scanInterval = 46;
+    ASSERT_TRUE(values.save({Key::scanInterval}));
+    EXPECT_GT(fs::last_write_time(store.file()), ahead) << "the toolkit compares sizes and times";
+    EXPECT_EQ(Preferences::load().values.scanInterval, 46);
 }
 
 TEST(PreferencesSaveTest, everyChangeIsReadAtOnce) {

@@ -34,9 +34,12 @@ namespace {
 using Containers = std::vector<Container>;
 
 const std::string askedForTheList =
-    "<ps><--format><" + std::string(VintrelCore::DockerCore::psFormat) + ">\n";
+    "<ps><--format><" + std::string(VintrelCore::DockerCore::psFormat) + ">\n<ps><-q>\n";
 const std::string askedForStats =
     "<stats><--no-stream><--format><" + std::string(VintrelCore::DockerCore::statsFormat) + ">\n";
+
+const std::string askedForTheStopOf =
+    "<inspect><--format><" + std::string(VintrelCore::DockerCore::inspectStopFormat) + ">";
 
 const std::string listsTwo =
     "[ $1 = ps ] && printf 'abc\\tweb\\timage\\tUp\\t\\tshop\\ndef\\tdb\\ti\\tUp\\t\\t\\n'\n";
@@ -127,7 +130,8 @@ TEST(DockerTasksDeathTest, removingStopsRemovesAndListsAgain) {
     VINTREL_NEEDS_ROOT();
     const NotingClient client(listsTwo);
     expectInAWorldOfItsOwn([&] { EXPECT_EQ(World(client).remove("old one"), two); });
-    EXPECT_EQ(client.asked(), "<stop><old one>\n<rm><old one>\n" + askedForTheList)
+    EXPECT_EQ(client.asked(),
+              askedForTheStopOf + "<old one>\n<stop><old one>\n<rm><old one>\n" + askedForTheList)
         << "whatever becomes of stop and rm, which fail here";
 }
 
@@ -140,13 +144,15 @@ TEST(DockerTasksDeathTest, performsInTurnAndListsOnce) {
         EXPECT_EQ(world.perform({{"restart", "abc"}}), two);
         EXPECT_EQ(world.perform({}), two);
     });
-    EXPECT_EQ(client.asked(), "<restart><a b>\n<stop><$(c)>\n<rm><><*>\n" + askedForTheList +
-                                  "<restart><abc>\n" + askedForTheList + askedForTheList);
+    EXPECT_EQ(client.asked(), askedForTheStopOf + "<a b>\n<restart><a b>\n" + askedForTheStopOf +
+                                  "<$(c)>\n<stop><$(c)>\n<rm><><*>\n" + askedForTheList + askedForTheStopOf +
+                                  "<abc>\n<restart><abc>\n" + askedForTheList + askedForTheList);
 }
 
 TEST(DockerTasksDeathTest, listsOnlyWhenTheCommandsAreOver) {
     VINTREL_NEEDS_ROOT();
-    const NotingClient client("if [ $1 = ps ]; then cat $folder/state; exit; fi\n"
+    const NotingClient client("[ $1 = inspect ] && exit\n"
+                              "if [ $1 = ps ]; then cat $folder/state; exit; fi\n"
                               "sleep 0.3; printf \"$1\\tn\\ti\\ts\\t\\t\\n\" >> $folder/state\n");
     expectInAWorldOfItsOwn([&] {
         EXPECT_EQ(World(client).remove("abc"), (Containers{{"stop", "n", "i", "s", "", std::nullopt},
@@ -214,7 +220,7 @@ TEST(DockerTasksDeathTest, commandsAreRunForAnOwnerThatIsGone) {
         EXPECT_TRUE(spinUntil([] { return !Background::shared().isBusy(); }));
         EXPECT_EQ(answers, 0);
     });
-    EXPECT_TRUE(client.asked().starts_with("<stop><abc>\n<rm><abc>\n")) << client.asked();
+    EXPECT_TRUE(client.asked().contains("<stop><abc>\n<rm><abc>\n")) << client.asked();
 }
 
 TEST(DockerTasksDeathTest, theEndOfTheProgramTakesAHangingClientDown) {
@@ -231,5 +237,5 @@ TEST(DockerTasksDeathTest, theEndOfTheProgramTakesAHangingClientDown) {
         EXPECT_TRUE(eventually([&] { return !isRunning(pid); }));
         EXPECT_FALSE(isAnswered);
     });
-    EXPECT_EQ(client.asked(), "<stop><abc>\n") << "nothing new is begun";
+    EXPECT_EQ(client.asked(), askedForTheStopOf + "<abc>\n") << "nothing new is begun";
 }

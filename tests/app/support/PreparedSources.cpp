@@ -57,6 +57,9 @@ void prepareScan(ScanSources& sources, const std::shared_ptr<State>& state) {
             return world.directories;
         });
     };
+    sources.endedAmong = [state](const std::vector<ProcessItem>&, const VintrelCore::CwdResolver::CwdMap&) {
+        return with(state, [](auto& world) { return world.ended; });
+    };
     sources.processTable = [state](int) {
         return with(state, [](auto& world) { return world.processTable; });
     };

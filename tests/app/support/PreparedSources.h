@@ -78,6 +78,7 @@ public:
         VintrelCore::DockerService::OwnersAnswer owners{};
         Vintrel::ScanSources::Candidates candidates{};
         Vintrel::ScanSources::Directories directories{};
+        VintrelCore::ScanCore::PIDSet ended{};
         VintrelCore::AncestryResolver::ProcessTable processTable{};
         VintrelCore::CPUSampler::Reading reading{};
         VintrelCore::OpenFileList openFiles{};

@@ -204,6 +204,65 @@ TEST(ListTableTest, fitsATerminalWhereCharactersTakeTwoColumns) {
     }
 }
 
+TEST(ListTableTest, aLongProjectIsCutInItsMiddleOnATerminal) {
+    const std::vector items = {vitest(), viteServer()};
+    const CwdResolver::CwdMap cwds = {
+        {200, project("shop")},
+        {31'415, project("packages-of-the-" + std::string(200, 'x') + "/storefront")}};
+    const ScanCore::PIDSet nobody;
+    TableOptions options{.items = items, .cwds = cwds, .protectedPIDs = nobody};
+    for (const size_t columns : {72U, 80U, 120U}) {
+        SCOPED_TRACE(columns);
+        options.projectColumns = columnsForProjects(columns, options);
+        options.commandColumns = columnsForCommands(columns, options);
+        EXPECT_EQ(options.commandColumns, 20U);
+        const auto lines = linesOf(listTable(options));
+        EXPECT_EQ(UnicodeText::terminalColumns(lines.at(2)), columns);
+        EXPECT_TRUE(lines.at(2).contains(" packa")) << lines.at(2);
+        EXPECT_TRUE(lines.at(2).contains("…")) << lines.at(2);
+        EXPECT_TRUE(lines.at(2).contains("front  node /")) << lines.at(2);
+        EXPECT_TRUE(lines.at(1).contains(" shop ")) << lines.at(1);
+    }
+}
+
+TEST(ListTableTest, aProjectIsCutAtWholeCharactersAndByColumns) {
+    const std::vector items = {vitest()};
+    const ScanCore::PIDSet nobody;
+    const auto shown = [&](const std::string& label, size_t columns) {
+        const CwdResolver::CwdMap cwds = {{200, project(label)}};
+        const std::string line =
+            linesOf(
+                listTable({.items = items, .cwds = cwds, .protectedPIDs = nobody, .projectColumns = columns}))
+                .at(1);
+        const size_t start = line.find("812 KB  ") + std::string("812 KB  ").size();
+        return line.substr(start, line.find(' ', start) - start);
+    };
+    EXPECT_EQ(shown("0123456789", 0), "0123456789");
+    EXPECT_EQ(shown("0123456789", 10), "0123456789");
+    EXPECT_EQ(shown("0123456789", 9), "0123…6789");
+    EXPECT_EQ(shown("0123456789", 8), "0123…789");
+    EXPECT_EQ(shown("0123456789", 1), "…");
+    EXPECT_EQ(shown("漢字漢字漢字", 12), "漢字漢字漢字");
+    EXPECT_EQ(shown("漢字漢字漢字", 11), "漢字漢…漢字");
+    EXPECT_EQ(shown("漢字漢字漢字", 10), "漢字…漢字");
+    EXPECT_EQ(shown("e\u0301te\u0301te\u0301", 4), "e\u0301t…e\u0301");
+}
+
+TEST(ListTableTest, aProjectThatFitsIsNotCut) {
+    const std::vector items = {vitest()};
+    const CwdResolver::CwdMap cwds = {{200, project("a-project-of-26-characters")}};
+    const ScanCore::PIDSet nobody;
+    TableOptions options{.items = items, .cwds = cwds, .protectedPIDs = nobody};
+    constexpr size_t beside = 5 + 8 + 8 + 7 + 8 + 2; // PID, BUCKET, KIND, AGE, RAM and the last gap
+    options.projectColumns = columnsForProjects(beside + 26 + 20, options);
+    EXPECT_TRUE(listTable(options).contains("  a-project-of-26-characters  "));
+    options.projectColumns = columnsForProjects(beside + 25 + 20, options);
+    EXPECT_TRUE(listTable(options).contains("  a-project-of…6-characters  ")) << listTable(options);
+    for (const size_t columns : {0U, 1U, 20U, 40U}) {
+        EXPECT_EQ(columnsForProjects(columns, options), 12U);
+    }
+}
+
 TEST(ListTableTest, aWideCommandIsCutByColumnsAndShortensNoOther) {
     ProcessItem wide = viteServer();
     wide.command = "vite ";

@@ -76,6 +76,20 @@ TEST(URLScheme, otherWordsAreNoCommand) {
                std::nullopt);
 }
 
+TEST(URLScheme, escapedLettersAreLetters) {
+    expectEach({"vintrel://%63lean", "vintrel://%63%6C%65%61%6e", "vintrel:///clea%4E", "vintrel:%43lean/x"},
+               Command::clean);
+    expectEach({"vintrel://s%63an:80", "VINTREL:///%53CAN?x=%20"}, Command::scan);
+}
+
+TEST(URLScheme, escapesThatMakeAnotherWordOrNoneGiveNoCommand) {
+    expectEach({"vintrel://clean%", "vintrel://clean%2", "vintrel://%6", "vintrel://%zzclean",
+                "vintrel://%+3lean", "vintrel://%-3lean", "vintrel://%6glean", "vintrel://%2563lean",
+                "vintrel://clean%00", "vintrel://clean%2Fnow", "vintrel://%20scan", "vintrel:%2Fscan",
+                "vintrel://clean%3A80", "vintrel://me%40scan", "%76intrel://scan"},
+               std::nullopt);
+}
+
 TEST(URLScheme, otherSchemesGiveNoCommand) {
     expectEach({"vintrelx://scan", "xvintrel://scan", "vintre://scan", "http://scan", "http://vintrel/scan",
                 "vintrel+x://scan", "x-vintrel://scan", "file:///scan", "mailto:scan"},

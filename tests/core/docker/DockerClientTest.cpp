@@ -7,6 +7,7 @@
 #include "tests/support/TemporaryFolder.h"
 
 #include <array>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -53,9 +54,13 @@ private:
 };
 
 const std::string askedForTheList = "<ps><--format><" + std::string(DockerCore::psFormat) + ">\n";
+const std::string askedForTheIDs = "<ps><-q>\n";
 const std::string askedForStats =
     "<stats><--no-stream><--format><" + std::string(DockerCore::statsFormat) + ">\n";
 const std::string inspected = "<inspect><--format><" + std::string(DockerCore::inspectOwnerFormat) + ">";
+
+const std::string askedForTheStopOf =
+    "<inspect><--format><" + std::string(DockerCore::inspectStopFormat) + ">";
 
 } // namespace
 
@@ -121,7 +126,38 @@ TEST(DockerClientDeathTest, listsRunningContainers) {
         exitWithVerdict();
     };
     EXPECT_EXIT(list(), ::testing::ExitedWithCode(0), "");
-    EXPECT_EQ(client.asked(), askedForTheList);
+    EXPECT_EQ(client.asked(), askedForTheList + askedForTheIDs);
+}
+
+TEST(DockerClientDeathTest, aLineFeedInALabelMakesNoContainer) {
+    VINTREL_NEEDS_ROOT();
+    const NotingClient client("case $2 in\n"
+                              "-q) printf 'aaaaaaaaaaaa\\nbbbbbbbbbbbb\\n' ;;\n"
+                              "*) printf 'aaaaaaaaaaaa\\tweb\\ti\\tUp\\t\\tshop\\n'\n"
+                              "   printf 'cccccccccccc\\tfalse\\ti\\tUp\\t\\t\\n'\n"
+                              "   printf 'rm -rf\\tfalse\\ti\\tUp\\t\\t\\n'\n"
+                              "   printf 'bbbbbbbbbbbb\\tdb\\ti\\tUp\\t\\t\\n' ;;\n"
+                              "esac\n");
+    const auto list = [&client] {
+        becomeAWorldWithClient(client.script());
+        EXPECT_EQ(listContainers(),
+                  (std::vector<Container>{{"aaaaaaaaaaaa", "web", "i", "Up", "", "shop"},
+                                          {"bbbbbbbbbbbb", "db", "i", "Up", "", std::nullopt}}));
+        exitWithVerdict();
+    };
+    EXPECT_EXIT(list(), ::testing::ExitedWithCode(0), "");
+}
+
+TEST(DockerClientDeathTest, withoutTheIDsNoRowCanBeBelieved) {
+    VINTREL_NEEDS_ROOT();
+    const NotingClient client("[ $2 != -q ] && printf 'aaaaaaaaaaaa\\tweb\\ti\\tUp\\t\\tshop\\n'\n");
+    const auto list = [&client] {
+        becomeAWorldWithClient(client.script());
+        EXPECT_TRUE(listContainers().empty());
+        exitWithVerdict();
+    };
+    EXPECT_EXIT(list(), ::testing::ExitedWithCode(0), "");
+    EXPECT_EQ(client.asked(), askedForTheList + askedForTheIDs);
 }
 
 TEST(DockerClientDeathTest, fetchesWhatContainersUse) {
@@ -259,7 +295,8 @@ TEST(DockerClientDeathTest, performsInTurnWhateverBecomesOfTheOnesBefore) {
         exitWithVerdict();
     };
     EXPECT_EXIT(perform(), ::testing::ExitedWithCode(0), "");
-    EXPECT_EQ(client.asked(), "<stop><abc>\n<restart><def>\n<rm><abc>\n<ps>\n");
+    EXPECT_EQ(client.asked(), askedForTheStopOf + "<abc>\n<stop><abc>\n" + askedForTheStopOf +
+                                  "<def>\n<restart><def>\n<rm><abc>\n<ps>\n");
 }
 
 TEST(DockerClientDeathTest, removingStopsRemovesAndListsAgain) {
@@ -273,7 +310,27 @@ TEST(DockerClientDeathTest, removingStopsRemovesAndListsAgain) {
         exitWithVerdict();
     };
     EXPECT_EXIT(remove(), ::testing::ExitedWithCode(0), "");
-    EXPECT_EQ(client.asked(), "<stop><abc>\n<rm><abc>\n" + askedForTheList);
+    EXPECT_EQ(client.asked(),
+              askedForTheStopOf + "<abc>\n<stop><abc>\n<rm><abc>\n" + askedForTheList + askedForTheIDs);
+}
+
+TEST(DockerClientDeathTest, removingWaitsForAsLongAsTheContainerTakesToStop) {
+    VINTREL_NEEDS_ROOT();
+    const NotingClient client("case $1 in\n"
+                              "inspect) printf 'abc\\t4242\\t2026-11-22T08:40:10Z\\t0\\n' ;;\n"
+                              "stop) exec sleep 60 ;;\n"
+                              "esac\n");
+    const auto remove = [&client] {
+        becomeAWorldWithClient(client.script());
+        const auto begin = std::chrono::steady_clock::now();
+        static_cast<void>(removeContainer("abc"));
+        const auto taken = std::chrono::steady_clock::now() - begin;
+        EXPECT_GE(taken, std::chrono::seconds(10)) << "what the engine may take beside the container's time";
+        EXPECT_LT(taken, std::chrono::seconds(25));
+        exitWithVerdict();
+    };
+    EXPECT_EXIT(remove(), ::testing::ExitedWithCode(0), "");
+    EXPECT_EQ(client.asked(), askedForTheStopOf + "<abc>\n<stop><abc>\n<rm><abc>\n" + askedForTheList);
 }
 
 } // namespace VintrelCore::DockerService

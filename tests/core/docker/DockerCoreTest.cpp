@@ -178,6 +178,39 @@ TEST(DockerCoreTest, ownersWithoutANumberOrANameAreSkipped) {
     }
 }
 
+TEST(DockerCoreTest, readsWhatAStopGoesBy) {
+    using Stops = std::vector<ContainerStop>;
+    EXPECT_EQ(parseStops("abc\t4242\t2026-11-22T08:40:10.456947772Z\t45\ndef\t0\t0001-01-01T00:00:00Z\t0\n"),
+              (Stops{{.id = "abc", .pid = 4242, .startedAt = 1'795'336'810, .timeout = 45},
+                     {.id = "def", .pid = 0, .startedAt = -62'135'596'800, .timeout = 0}}));
+    EXPECT_EQ(parseStops(""), Stops{});
+}
+
+TEST(DockerCoreTest, aContainerWithoutATimeoutOfItsOwnHasTheUsualOne) {
+    for (const std::string timeout : {"<nil>", "<no value>", "", "-1", "ten", "99999999999"}) {
+        const auto stops = parseStops("abc\t1\t2026-11-22T08:40:10Z\t" + timeout);
+        ASSERT_EQ(stops.size(), 1U) << timeout;
+        EXPECT_EQ(stops.front().timeout, 10) << timeout;
+    }
+}
+
+TEST(DockerCoreTest, aStartThatIsNotInUTCIsUnknown) {
+    for (const std::string time :
+         {"", "Z", "yesterday", "2026-11-22T08:40:10", "2026-11-22T08:40:10+01:00", "2026-11-22 08:40:10Z",
+          "2026-13-22T08:40:10Z", "2026-02-30T08:40:10Z", "2026-11-2xT08:40:10Z", "+026-11-22T08:40:10Z"}) {
+        const auto stops = parseStops("abc\t1\t" + time + "\t10");
+        ASSERT_EQ(stops.size(), 1U) << time;
+        EXPECT_EQ(stops.front().startedAt, std::nullopt) << time;
+    }
+}
+
+TEST(DockerCoreTest, malformedLinesOfStopsAreSkipped) {
+    for (const std::string line : {"abc\t1\t2026-11-22T08:40:10Z", "\t1\t2026-11-22T08:40:10Z\t10",
+                                   "abc\tx\t2026-11-22T08:40:10Z\t10", "abc", "abc\t1\tx\t10\tmore"}) {
+        EXPECT_TRUE(parseStops(line + "\n").empty()) << line;
+    }
+}
+
 TEST(DockerCoreTest, theLastOwnerOfAProcessCounts) {
     EXPECT_EQ(parseContainerOwners("7\t/before\n8\t/db\n7\t/after\n"), (OwnerMap{{7, "after"}, {8, "db"}}));
 }

@@ -212,6 +212,17 @@ TEST(DockerServiceTest, looksHaveTenSecondsAndChangesThirty) {
     EXPECT_EQ(deadlineOf(stopArguments("ps")), 30s) << "a container may have any name";
 }
 
+TEST(DockerServiceTest, aStopHasTheContainersOwnTimeAndTenSeconds) {
+    const auto deadlineOf = [](int32_t timeout) {
+        return command("/usr/bin/docker", stopArguments("x"), ContainerStop{.id = "x", .timeout = timeout})
+            .deadline;
+    };
+    EXPECT_EQ(deadlineOf(0), 10s);
+    EXPECT_EQ(deadlineOf(ContainerStop::usualTimeout), 20s);
+    EXPECT_EQ(deadlineOf(60), 70s);
+    EXPECT_EQ(deadlineOf(2'147'483'647), std::chrono::seconds(2'147'483'657));
+}
+
 TEST(DockerServiceTest, aCommandIsTheClientAndItsArguments) {
     const Shell::Command plain = command("/opt/my docker", {"stop", "a b", "", "$(c)"});
     EXPECT_EQ(plain.executable, "/opt/my docker");

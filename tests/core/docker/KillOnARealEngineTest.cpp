@@ -82,11 +82,47 @@ TEST_F(KillOnARealEngine, stopsTheContainerOfTheProcessWhateverAnotherEngineCall
 TEST_F(KillOnARealEngine, signalsDoItWhenTheEngineDoesNotKnowTheContainer) {
     const int32_t pid = m_engine->start("web-1", {"sleep", "1000"});
     KillCore::World otherEngines;
-    otherEngines.containerHere = [](const ProcessItem&) { return std::string(64, 'a'); };
+    otherEngines.containerHere = [](const ProcessItem&) {
+        return KillCore::ContainerHere{.id = std::string(64, 'a')};
+    };
     const ProcessItem item = itemOf(pid, ProcessKind::docker);
     EXPECT_EQ(KillCore::killAll({&item, 1}, {{pid, "web-1"}}, otherEngines).front().detail,
               KillDetail::ended);
     EXPECT_FALSE(isRunning(pid));
+}
+
+TEST_F(KillOnARealEngine, stopsAContainerThatTheEngineConfirms) {
+    const int32_t pid = m_engine->start("web-1", {"sleep", "1000"});
+    const int32_t innocent = m_engine->start("db-1", {"sleep", "1000"});
+    KillCore::World withoutControlGroups;
+    withoutControlGroups.containerHere = [](const ProcessItem&) {
+        return KillCore::ContainerHere{.isToBeConfirmed = true};
+    };
+    const ProcessItem item = itemOf(pid, ProcessKind::node);
+    EXPECT_EQ(KillCore::killAll({&item, 1}, {{pid, "web-1"}}, withoutControlGroups).front().detail,
+              KillDetail::containerStopped);
+    EXPECT_FALSE(isRunning(pid));
+
+    const ProcessItem other = itemOf(innocent, ProcessKind::node);
+    EXPECT_EQ(KillCore::containerOf(other, Platform::kernelView())->id.size(), 64U);
+    EXPECT_TRUE(Platform::kernelView().factsOf(innocent)->isNamespacesFirst);
+    Process here({.argv = {"sleep", "1000"}});
+    const ProcessItem sandbox = itemOf(here.pid(), ProcessKind::node);
+    EXPECT_EQ(KillCore::killAll({&sandbox, 1}, {{here.pid(), "db-1"}}, withoutControlGroups).front().detail,
+              KillDetail::ended);
+    EXPECT_TRUE(isRunning(innocent)) << "a container of that name has another process";
+}
+
+TEST_F(KillOnARealEngine, aContainerThatTakesItsTimeIsNotSignalledMeanwhile) {
+    const int32_t pid = m_engine->start(
+        "slow-1", {"sh", "-c", "trap 'sleep 3; exit' TERM; sleep 1000 & wait"}, {"--stop-timeout=60"});
+    const auto stops =
+        DockerService::askAboutStops(*DockerService::cliPath(), std::vector<std::string>{"slow-1"});
+    ASSERT_EQ(stops.size(), 1U);
+    EXPECT_EQ(stops.front().pid, pid);
+    EXPECT_EQ(stops.front().timeout, 60);
+    EXPECT_EQ(detailOf(itemOf(pid, ProcessKind::node), DockerService::containerOwners()),
+              KillDetail::containerStopped);
 }
 
 TEST_F(KillOnARealEngine, aRecycledNumberStopsNoContainer) {

@@ -4,6 +4,7 @@
 #include "VintrelCore/base/ChildProcess.h"
 #include "VintrelCore/base/FileDescriptor.h"
 #include "tests/core/terminate/Subject.h"
+#include "tests/support/NeedsRoot.h"
 #include "tests/support/Process.h"
 #include "tests/support/ScopedEnvironment.h"
 
@@ -15,6 +16,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -99,9 +101,23 @@ TEST(KernelView, knowsThisProcess) {
     ASSERT_TRUE(facts);
     EXPECT_EQ(facts->userID, view.userID);
     EXPECT_EQ(facts->state, 'R');
+    EXPECT_EQ(facts->processGroupID, ::getpgid(0));
     EXPECT_EQ(facts->sessionID, ::getsid(0));
     EXPECT_EQ(facts->controlGroup, view.ownControlGroup);
     EXPECT_EQ(view.factsOf(1 << 30), std::nullopt);
+}
+
+TEST(KernelView, knowsTheFirstProcessOfAnotherNamespace) {
+    VINTREL_NEEDS_ROOT();
+    const auto view = Platform::kernelView();
+    EXPECT_FALSE(view.factsOf(::getpid())->isNamespacesFirst);
+    // The shell is process 1 there, and tells what it is called here.
+    VintrelTests::Process outer({.argv = {"unshare", "--pid", "--fork", "--kill-child", "sh", "-c",
+                                          "read -r pid rest </proc/self/stat; sleep 60 & echo $pid; wait"}});
+    const int32_t first = std::stoi(outer.readLine());
+    ASSERT_TRUE(view.factsOf(first));
+    EXPECT_TRUE(view.factsOf(first)->isNamespacesFirst);
+    EXPECT_FALSE(view.factsOf(outer.pid())->isNamespacesFirst);
 }
 
 TEST(ProcessWords, areTheExactArgumentsAndTheFileThatRuns) {
@@ -167,6 +183,62 @@ TEST(KernelView, knowsWhichProcessItsEnvironmentNamesAsTheUnits) {
     }));
     EXPECT_EQ(view.unitProcessOf(silent.pid()), std::nullopt);
     EXPECT_EQ(view.unitProcessOf(1 << 30), std::nullopt);
+}
+
+namespace {
+
+/// A control group of the test's own, and within it one that another account has made; they go with it.
+class ControlGroups {
+public:
+    explicit ControlGroups(const std::filesystem::path& hierarchy) : m_own(hierarchy / name()) {
+        std::error_code error;
+        if (std::filesystem::create_directory(m_own, error)) {
+            std::filesystem::permissions(m_own, std::filesystem::perms::all);
+            VintrelTests::Process({.argv = {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups",
+                                            "mkdir", (m_own / "accounts.scope").string()}})
+                .wait();
+        }
+    }
+
+    ControlGroups(const ControlGroups&) = delete;
+    ControlGroups& operator=(const ControlGroups&) = delete;
+
+    ~ControlGroups() {
+        ::rmdir((m_own / "accounts.scope").c_str());
+        ::rmdir(m_own.c_str());
+    }
+
+    [[nodiscard]] bool exist() const { return std::filesystem::exists(m_own / "accounts.scope"); }
+
+    static std::string name() { return "vintrel-test-" + std::to_string(::getpid()); }
+
+private:
+    std::filesystem::path m_own;
+};
+
+} // namespace
+
+TEST(KernelView, knowsWhenAnAccountMadeAControlGroup) {
+    VINTREL_NEEDS_ROOT();
+    const auto view = Platform::kernelView();
+    const double before = secondsSinceEpoch();
+    const std::filesystem::path top = "/sys/fs/cgroup";
+    const auto hierarchy = std::filesystem::exists(top / "systemd/cgroup.procs") ? top / "systemd" : top;
+    const ControlGroups groups(hierarchy);
+    VINTREL_NEEDS(groups.exist(), "control groups that can be written");
+    const double after = secondsSinceEpoch();
+    std::this_thread::sleep_for(20ms);
+    const std::string own = "/" + ControlGroups::name();
+    std::ifstream(hierarchy.string() + own + "/accounts.scope/cgroup.procs").get(); // a look changes nothing
+    const auto start = view.controlGroupStart(own + "/accounts.scope");
+    ASSERT_TRUE(start);
+    const double seconds = static_cast<double>(start->sec) + static_cast<double>(start->usec) / 1e6;
+    constexpr double tick = 0.01; // the kernel stamps by a coarser clock
+    EXPECT_GE(seconds, before - tick);
+    EXPECT_LE(seconds, after + tick);
+    EXPECT_EQ(view.controlGroupStart(own), std::nullopt) << "what root makes keeps no moment";
+    EXPECT_EQ(view.controlGroupStart(own + "/none.scope"), std::nullopt);
+    EXPECT_EQ(view.controlGroupStart(""), std::nullopt);
 }
 
 TEST(Folders, homeIsTheVariableOrElseTheAccounts) {

@@ -21,6 +21,7 @@ TEST(ParseStat, findsStateSessionAndStart) {
     const auto stat = ProcFiles::parseStat(statOf("node"));
     ASSERT_TRUE(stat);
     EXPECT_EQ(stat->state, 'S');
+    EXPECT_EQ(stat->processGroupID, 55);
     EXPECT_EQ(stat->sessionID, 77);
     EXPECT_EQ(stat->startTicks, 4200U);
     EXPECT_EQ(stat->usedTicks, 10U) << "7 of its own, 3 of the kernel's";
@@ -111,6 +112,20 @@ TEST(ParseControlGroup, copesWithOddPaths) {
     EXPECT_EQ(ProcFiles::parseControlGroup("0::/\n"), "/");
     EXPECT_EQ(ProcFiles::parseControlGroup("4:memory:/x\n"), "");
     EXPECT_EQ(ProcFiles::parseControlGroup("garbage\n\n:"), "");
+}
+
+TEST(ParseIsNamespacesFirst, isOneWhoseLastNumberOfSeveralIsOne) {
+    const auto isFirst = [](const std::string& numbers) {
+        return ProcFiles::parseIsNamespacesFirst("Name:\tsh\nNStgid:\t9\t1\nNSpid:" + numbers +
+                                                 "\nNSpgid:\t1\n");
+    };
+    EXPECT_TRUE(isFirst("\t4242\t1"));
+    EXPECT_TRUE(isFirst("\t4242\t17\t1"));
+    EXPECT_FALSE(isFirst("\t4242\t17"));
+    EXPECT_FALSE(isFirst("\t4242\t1\t17"));
+    EXPECT_FALSE(isFirst("\t1")) << "process 1 of the namespace that reads";
+    EXPECT_FALSE(isFirst(""));
+    EXPECT_FALSE(ProcFiles::parseIsNamespacesFirst("Name:\tsh\n"));
 }
 
 TEST(ParseListeningSockets, takesThoseThatListen) {

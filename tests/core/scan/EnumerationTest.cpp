@@ -193,7 +193,7 @@ TEST(EnumerationTest, takesTheSnapshotOfItsCaller) {
          .cpuPercent = "1.5",
          .rss = "50000",
          .command = "npm run dev",
-         .foldedShells = {70}},
+         .foldedShells = {{.pid = 70, .command = "sh -c vite"}}},
         {.pid = 101,
          .ppid = 100,
          .elapsed = "01:59:00",

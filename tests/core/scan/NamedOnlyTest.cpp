@@ -174,7 +174,7 @@ TEST_F(NamedOnlyTest, aTitleIsToldByWhatRuns) {
 
 TEST_F(NamedOnlyTest, whatRunsIsLookedUpForWhatCanBeATitleAlone) {
     for (const char* command : {"/usr/sbin/cron -f", "[kworker/0:1]", "python3 manage.py", "python3.11 x.py",
-                                "deno run x.ts", "vite", "node server.js"}) {
+                                "deno run x.ts", "vite", "node server.js", "-zsh", "bash", "zsh -il"}) {
         kindOf(command, "/usr/bin/node");
         EXPECT_EQ(asked, 0) << command;
     }

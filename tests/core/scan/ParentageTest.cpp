@@ -1,10 +1,11 @@
 // Who looks after a process: each rule by itself.
 #include "VintrelCore/scan/Parentage.h"
 
-#include "VintrelCore/scan/ControlGroup.h"
 #include "tests/support/Snapshots.h"
 
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -26,6 +27,7 @@ struct Candidate {
     int32_t session = follower;
     int32_t user = 1000;
     char state = 'S';
+    int32_t processGroup = strayPID;
 };
 
 SnapshotRecord record(int32_t pid, int32_t ppid, const std::string& command) {
@@ -59,12 +61,13 @@ SnapshotRecord corrected(const Candidate& candidate, Surroundings around = {}) {
     kernel[69] = {.userID = 1000,
                   .state = 'S',
                   .sessionID = 69,
-                  .startTime = {.sec = 1},
+                  .startTime = {.sec = 60},
                   .controlGroup = "/user@1000.service/init.scope"};
     kernel[80] = {
-        .userID = 1000, .state = 'S', .sessionID = 80, .startTime = {.sec = 2}, .controlGroup = "/x.scope"};
+        .userID = 1000, .state = 'S', .sessionID = 80, .startTime = {.sec = 61}, .controlGroup = "/x.scope"};
     kernel[strayPID] = {.userID = candidate.user,
                         .state = candidate.state,
+                        .processGroupID = candidate.processGroup,
                         .sessionID = candidate.session,
                         .startTime = {.sec = 100},
                         .controlGroup = candidate.controlGroup};
@@ -133,7 +136,7 @@ TEST(Parentage, containersLookAfterTheirOwn) {
 
 TEST(Parentage, anApplicationNamedAfterTheEngineIsNoContainer) {
     EXPECT_EQ(corrected({.controlGroup = userManager + "app-docker-desktop-77.scope"}).ppid, 1);
-    EXPECT_EQ(corrected({.controlGroup = userManager + "app-docker-abc.scope"}).ppid, 1);
+    EXPECT_EQ(corrected({.controlGroup = userManager + "app-docker-77.scope"}).ppid, 1);
 }
 
 TEST(Parentage, theProgramsOwnContainerDoesNotCount) {
@@ -244,8 +247,13 @@ TEST(Parentage, inAScopeTheApplicationItselfIsNoOrphan) {
         const std::string other = userManager + scope;
         EXPECT_EQ(corrected({.parent = 69, .controlGroup = other, .session = sessionLeader}).ppid, 0)
             << scope;
-        EXPECT_EQ(corrected({.parent = 69, .controlGroup = other}).ppid, 1) << scope;
+        const bool isUnnumberedApp = std::string_view(scope) == "app-gvim-0f3c.scope";
+        EXPECT_EQ(corrected({.parent = 69, .controlGroup = other}).ppid, isUnnumberedApp ? 0 : 1) << scope;
     }
+    const std::string unnumbered = userManager + "app-gvim-0f3c.scope";
+    Surroundings around;
+    addNeighbour(around, 399, 300, 40, unnumbered); // older
+    EXPECT_EQ(corrected({.parent = 69, .controlGroup = unnumbered}, around).ppid, 1);
     // Into a terminal's scope its shell was launched, and nothing into a login.
     const std::string shells = userManager + "vte-spawn-0f3c.scope";
     EXPECT_EQ(corrected({.parent = 69, .controlGroup = shells, .session = sessionLeader}).ppid, 1);
@@ -263,6 +271,75 @@ TEST(Parentage, besideTheApplicationOfAScopeThereAreOrphans) {
     addNeighbour(younger, 400, 300, 60, group);
     younger.others.back().ppid = 80; // the launcher lives
     EXPECT_EQ(corrected(leader, younger).ppid, 1);
+}
+
+TEST(Parentage, whatAnApplicationMayHaveDetachedInItsScopeStaysWithItHoweverOldTheScope) {
+    // The process of the scope's name is gone. That the leader is left of an application that was closed, and
+    // is not the application, which forked itself away after an update of an hour, shows in nothing.
+    const std::string group = userManager + "app-gnome-code-400.scope";
+    const Candidate leader{.parent = 69, .controlGroup = group, .session = sessionLeader};
+    for (const int64_t start : {99, 60, 1}) {
+        Surroundings around;
+        around.kernel.setControlGroupStart(group, {.sec = start});
+        EXPECT_EQ(corrected(leader, around).managedBy, "app-gnome-code-400.scope") << start;
+
+        addNeighbour(around, 450, 450, 99, group); // detached before it
+        EXPECT_EQ(corrected(leader, std::move(around)).ppid, 1) << start;
+    }
+}
+
+TEST(Parentage, anApplicationThatForkedTwiceIsNoOrphanInItsService) {
+    // The second time it gave up its session's lead. Its session is of a process that is gone, and neither
+    // that of the process with which the service began nor divided into a shell's jobs.
+    const std::string group = userManager + "app-code@aa11.service";
+    const Candidate application{.parent = 69, .controlGroup = group, .session = 499, .processGroup = 499};
+    Surroundings around;
+    around.kernel.setUnitProcess(strayPID, 498);
+    addNeighbour(around, 400, 399, 50, group); // left by a former run
+    EXPECT_EQ(corrected(application, around).managedBy, "app-code@aa11.service");
+
+    Candidate other = application;
+    other.processGroup = strayPID;
+    EXPECT_EQ(corrected(other, around).ppid, 1) << "a job of a shell";
+    other = application;
+    other.session = other.processGroup = 498;
+    EXPECT_EQ(corrected(other, around).ppid, 1) << "in the session of what has ended";
+
+    Surroundings led = around;
+    addNeighbour(led, 499, 499, 90, group);
+    EXPECT_EQ(corrected(application, led).ppid, 1) << "its session has a leader";
+    Surroundings running = around;
+    addNeighbour(running, 498, 498, 90, group);
+    EXPECT_EQ(corrected(application, running).ppid, 1) << "the application runs beside it";
+    Surroundings untold;
+    EXPECT_EQ(corrected(application, untold).ppid, 1) << "nothing tells with which process it began";
+}
+
+TEST(Parentage, whatBeganWithItsUnitMayBeTheApplicationThatForkedItselfAway) {
+    const auto parentAt = [](const std::string& unit, std::optional<ProcStartTime> unitStart,
+                             bool runsBeside) {
+        const std::string group = userManager + unit;
+        Surroundings around;
+        around.kernel.setUnitProcess(strayPID, 498);
+        if (unitStart) {
+            around.kernel.setControlGroupStart(group, *unitStart);
+        }
+        if (runsBeside) {
+            addNeighbour(around, 498, 498, 95, group);
+        }
+        return corrected({.parent = 69, .controlGroup = group, .session = 498, .processGroup = 498},
+                         std::move(around))
+            .ppid;
+    };
+    for (const char* unit : {"app-gnome-gvim-498.scope", "app-gvim@aa11.service"}) {
+        EXPECT_EQ(parentAt(unit, ProcStartTime{.sec = 99}, false), 0) << unit;
+        EXPECT_EQ(parentAt(unit, ProcStartTime{.sec = 90}, false), 0) << unit;
+        EXPECT_EQ(parentAt(unit, ProcStartTime{.sec = 101}, false), 0) << unit << ", moved into it";
+        EXPECT_EQ(parentAt(unit, ProcStartTime{.sec = 80}, false), 1) << unit;
+        EXPECT_EQ(parentAt(unit, std::nullopt, false), 1) << unit;
+        EXPECT_EQ(parentAt(unit, ProcStartTime{.sec = 99}, true), 1) << unit;
+    }
+    EXPECT_EQ(parentAt("vte-spawn-498.scope", ProcStartTime{.sec = 99}, false), 1);
 }
 
 TEST(Parentage, hostProgramsLookAfterTheirOwn) {
@@ -351,6 +428,46 @@ TEST(Parentage, aContainersProcessOneHasWorkInItsSessionAndOrphansInOthers) {
     EXPECT_EQ(corrected({.session = 7}, hidden).managedBy, "sleep");
 }
 
+namespace {
+
+constexpr ProcStartTime containersStart{.sec = 50, .usec = 500'000};
+
+/// A container whose process 1 has put its command, number 7, into a session of its own.
+Surroundings containerWithACommandInItsOwnSession(ProcStartTime commandsStart) {
+    Surroundings around{.processOne = "/usr/bin/dumb-init -- bash start.sh"};
+    around.kernel[1] = {.userID = 1000, .state = 'S', .sessionID = 1, .startTime = containersStart};
+    around.others.push_back(record(7, 1, "bash start.sh"));
+    around.kernel[7] = {.userID = 1000, .state = 'S', .sessionID = 7, .startTime = commandsStart};
+    return around;
+}
+
+} // namespace
+
+TEST(Parentage, theSessionOfAContainersCommandIsItsWorkToo) {
+    const ProcStartTime atOnce{.sec = 51, .usec = 400'000};
+    const auto container = containerWithACommandInItsOwnSession(atOnce);
+    EXPECT_EQ(corrected({.session = 7}, container).ppid, 0);
+    EXPECT_EQ(corrected({.session = 7}, container).managedBy, "dumb-init");
+    EXPECT_EQ(corrected({.session = 1}, container).ppid, 0);
+    EXPECT_EQ(corrected({.session = 8}, container).ppid, 1) << "left behind by docker exec";
+}
+
+TEST(Parentage, theSessionOfWhatCameToAContainerLaterIsNotItsWork) {
+    // Such as an editor's server that was started into it and then orphaned.
+    const auto late = containerWithACommandInItsOwnSession({.sec = 51, .usec = 600'000});
+    EXPECT_EQ(corrected({.session = 7}, late).ppid, 1);
+
+    auto second = containerWithACommandInItsOwnSession({.sec = 51});
+    second.others.push_back(record(6, 1, "sh -c vitest"));
+    second.kernel[6] = {
+        .userID = 1000, .state = 'S', .sessionID = 1, .startTime = {.sec = 50, .usec = 600'000}};
+    EXPECT_EQ(corrected({.session = 7}, second).ppid, 1) << "the command is in the session of process 1";
+
+    auto member = containerWithACommandInItsOwnSession({.sec = 51});
+    member.kernel[7].sessionID = 5;
+    EXPECT_EQ(corrected({.session = 5}, member).ppid, 1) << "the command does not lead that session";
+}
+
 TEST(IsAdopter, isAnOfficeAndNotAName) {
     for (const char* command :
          {"/lib/systemd/systemd --user", "systemd --user", "systemd --deserialize=9 --user", "/init",
@@ -362,27 +479,5 @@ TEST(IsAdopter, isAnOfficeAndNotAName) {
           "vim --user", "containerd-shim", "conmon", "docker-init", "tini -- x", "tmux", "screen", ""}) {
         EXPECT_FALSE(Parentage::isAdopter(7, command)) << command;
         EXPECT_TRUE(Parentage::isAdopter(1, command)) << command;
-    }
-}
-
-TEST(UnitOf, isTheFirstBelowTheUserManagerOrElseTheFirst) {
-    const auto name = [](const char* path) { return std::string(ControlGroup::unitOf(path).name); };
-    EXPECT_EQ(name("/user.slice/user-1000.slice/user@1000.service/app.slice/a.scope/b.service"), "a.scope");
-    EXPECT_EQ(name("/user.slice/user-1000.slice/user@1000.service"), "user@1000.service");
-    EXPECT_EQ(name("/system.slice/a.service/b.scope"), "a.service");
-    EXPECT_EQ(name("/a.slice/b"), "");
-    EXPECT_EQ(name("/"), "");
-    EXPECT_EQ(name(""), "");
-    EXPECT_EQ(name("/.service/.scope"), "");
-    EXPECT_TRUE(ControlGroup::unitOf("/user@5.service/x.service").belongsToUserManager);
-    EXPECT_FALSE(ControlGroup::unitOf("/user@5.service").belongsToUserManager);
-}
-
-TEST(NumberInScope, isTheLastPartOfItsName) {
-    EXPECT_EQ(ControlGroup::numberInScope("app-gnome-code-4242.scope"), 4242);
-    EXPECT_EQ(ControlGroup::numberInScope("session-7.scope"), 7);
-    for (const char* unit : {"app-gnome-code-4242.service", "app-x.scope", "4242.scope", "app-+42.scope",
-                             "app-0f3c.scope", "app-.scope", "app-99999999999.scope", ".scope", ""}) {
-        EXPECT_EQ(ControlGroup::numberInScope(unit), std::nullopt) << unit;
     }
 }

@@ -185,6 +185,156 @@ TEST(RunnerRows, anotherChildOfARunnerKeepsTheRowFromBeingSafe) {
     EXPECT_EQ(worker[0].riskTier, RiskTier::easy) << "what the tool itself started";
 }
 
+TEST(RunnerRows, aShellThatWillRunSomethingElseKeepsTheRowFromBeingSafe) {
+    for (const char* script :
+         {"vitest; node upload.js", "vitest && ./deploy", "while :; do vitest; ./sync; done",
+          "eval \"vitest; ./deploy\"", "trap ./deploy EXIT; vitest",
+          "for t in vitest deploy; do npx $t; done", "while read c; do sh -c \"$c\"; done"}) {
+        const auto rows = rowsOf(orphanedTree("npm test", script, "node (vitest)"), withOrphan(10));
+        ASSERT_EQ(pidsOf(rows), (PIDs{10})) << script;
+        EXPECT_EQ(rows[0].riskTier, RiskTier::moderate) << script;
+    }
+    for (const char* script : {"vitest; exit $?", "cd app && vitest", "while :; do vitest; done"}) {
+        EXPECT_EQ(rowsOf(orphanedTree("npm test", script, "node (vitest)"), withOrphan(10))[0].riskTier,
+                  RiskTier::easy)
+            << script;
+    }
+    const VintrelTests::Found found{.arguments = {{11, {"sh", "-c", "vitest\nnode upload.js"}}}};
+    EXPECT_EQ(rowsOf(orphanedTree("npm test", "vitest node upload.js", "node (vitest)"), withOrphan(10), {},
+                     found)[0]
+                  .riskTier,
+              RiskTier::moderate);
+    const VintrelTests::Found unknown{.arguments = {{11, {}}}};
+    EXPECT_EQ(
+        rowsOf(orphanedTree("npm test", "vitest", "node (vitest)"), withOrphan(10), {}, unknown)[0].riskTier,
+        RiskTier::moderate);
+}
+
+TEST(RunnerRows, aSecondShellOfARunnerKeepsTheRowFromBeingSafe) {
+    const std::string tree = orphanedTree("pnpm -r run watch", "vitest", "node (vitest)");
+    ASSERT_EQ(rowsOf(tree, withOrphan(10))[0].riskTier, RiskTier::easy);
+    const std::string second = tree + "13 10 02:00:00 ? 0 10 sh -c python3 export.py\n";
+    EXPECT_EQ(rowsOf(second, withOrphan(10))[0].riskTier, RiskTier::moderate) << "about to start it";
+    const auto rows = rowsOf(second + "14 13 02:00:00 ? 0 10 python3 export.py\n", withOrphan(10));
+    ASSERT_EQ(pidsOf(rows), (PIDs{10}));
+    EXPECT_EQ(rows[0].riskTier, RiskTier::moderate);
+    const auto within = rowsOf(tree + "13 11 02:00:00 ? 0 10 sh -c python3 export.py\n"
+                                      "14 13 02:00:00 ? 0 10 python3 export.py\n",
+                               withOrphan(10));
+    ASSERT_EQ(pidsOf(within), (PIDs{10}));
+    EXPECT_EQ(within[0].riskTier, RiskTier::moderate);
+}
+
+TEST(RunnerRows, whatAProcessOfNoKindStartedKeepsTheRowFromBeingSafe) {
+    const std::string tree = orphanedTree("npm run test:playwright", "./e2e.sh", "bash ./e2e.sh") +
+                             "13 12 02:00:00 ? 0 10 php -S x:80\n";
+    const auto rows = rowsOf(tree, withOrphan(10));
+    ASSERT_EQ(pidsOf(rows), (PIDs{10}));
+    EXPECT_EQ(rows[0].riskTier, RiskTier::moderate);
+}
+
+TEST(RunnerRows, aScriptBeforeTheOneThatWasToldKeepsTheRowFromBeingSafe) {
+    const auto tierOf = [](const std::string& runner, const std::string& script) {
+        const VintrelTests::Found found{.scripts = {{12, script}}};
+        const auto rows =
+            rowsOf(orphanedTree(runner, "vitest run", "node (vitest)"), withOrphan(10), {}, found);
+        return rows.size() == 1 ? rows[0].riskTier : RiskTier::high;
+    };
+    EXPECT_EQ(tierOf("npm run deploy", "predeploy"), RiskTier::moderate);
+    EXPECT_EQ(tierOf("npm publish", "prepublishOnly"), RiskTier::moderate);
+    EXPECT_EQ(tierOf("pnpm -r publish", "prepublishOnly"), RiskTier::moderate);
+    EXPECT_EQ(tierOf("npm test", "pretest"), RiskTier::moderate);
+    EXPECT_EQ(tierOf("npm test", "test"), RiskTier::easy);
+    EXPECT_EQ(tierOf("npm t", "test"), RiskTier::easy);
+    EXPECT_EQ(tierOf("npm run test:unit", "test:unit"), RiskTier::easy);
+    EXPECT_EQ(tierOf("npm exec vitest", "npx"), RiskTier::easy);
+    EXPECT_EQ(tierOf("uv run vitest", ""), RiskTier::easy);
+}
+
+TEST(RunnerRows, aProcessOfNoKindIsNotSafeByTheNameOfItsScript) {
+    for (const char* runner : {"npm run jest", "npm run vitest"}) {
+        const auto rows = rowsOf(orphanedTree(runner, "mydb serve", "/usr/bin/mydb serve"), withOrphan(10));
+        ASSERT_EQ(pidsOf(rows), (PIDs{10})) << runner;
+        EXPECT_EQ(rows[0].riskTier, RiskTier::moderate) << runner;
+    }
+}
+
+TEST(RunnerRows, runnersThatNeedNoShellMayHaveMoreToRun) {
+    const auto tierOf = [](const std::string& runner) {
+        return rowsOf(processOne + ("10 1 02:00:00 ? 1.0 1000 " + runner + "\n") +
+                          "12 10 02:00:00 ? 2.0 2000 node (vitest)\n",
+                      withOrphan(10))[0]
+            .riskTier;
+    };
+    EXPECT_EQ(tierOf("node .yarn/releases/yarn-4.5.3.cjs test"), RiskTier::moderate);
+    EXPECT_EQ(tierOf("pnpm test"), RiskTier::moderate);
+    EXPECT_EQ(tierOf("pnpm exec vitest"), RiskTier::easy);
+    EXPECT_EQ(tierOf("npm test"), RiskTier::easy) << "with bash, which lets the last command take its place";
+}
+
+TEST(RunnerRows, aShellThatIsIgnoredOrDismissedIsNotPartOfTheRow) {
+    const std::string tree = orphanedTree("npm test", "cd nightly && vitest", "node (vitest)");
+    for (const auto& options : {ScanCore::EnumerateOptions{.ignoredNames = {"nightly"}},
+                                ScanCore::EnumerateOptions{.dismissedPIDs = {11}}}) {
+        const auto rows = rowsOf(tree, withOrphan(10), options);
+        ASSERT_EQ(pidsOf(rows), (PIDs{10}));
+        EXPECT_EQ(foldedPIDs(rows[0]), (PIDs{12}));
+        EXPECT_EQ(rows[0].riskTier, RiskTier::moderate);
+    }
+}
+
+TEST(RunnerRows, anIgnoredProcessOfNoKindIsNotPartOfTheRow) {
+    const auto server = rowsOf(orphanedTree("npm run serve", "php", "php -S localhost:8000"), withOrphan(10),
+                               {.ignoredNames = {"php -S"}});
+    ASSERT_EQ(pidsOf(server), (PIDs{10}));
+    EXPECT_EQ(foldedPIDs(server[0]), (PIDs{11}));
+    const auto runner = rowsOf("10 5 00:07 ? 1 100 npm run api\n11 10 00:06 ? 1 10 sh -c uv run serve\n"
+                               "12 11 00:06 ? 1 100 uv run serve\n13 12 00:06 ? 1 300 /x/python x\n",
+                               {}, {.ignoredNames = {"uv run"}});
+    ASSERT_EQ(pidsOf(runner), (PIDs{10}));
+    EXPECT_TRUE(std::ranges::none_of(runner[0].folded, [](auto& process) { return process.pid == 12; }));
+}
+
+TEST(RunnerRows, aRuleThatItsShellMatchesProtectsTheRow) {
+    const std::vector<CustomRule> rules = {{"cd /x/keep", "Keep"}};
+    const auto rows = rowsOf(orphanedTree("npm test", "cd /x/keep && vitest", "node (vitest)"),
+                             withOrphan(10), {.customRules = rules});
+    ASSERT_EQ(pidsOf(rows), (PIDs{10}));
+    EXPECT_EQ(rows[0].customLabel, "Keep");
+    EXPECT_EQ(rows[0].kind, ProcessKind::custom);
+    EXPECT_EQ(rows[0].riskTier, RiskTier::moderate);
+}
+
+TEST(RunnerRows, aRuleForAFolderIsHeldAgainstEachOfItsProcesses) {
+    const auto rows = rowsOf(orphanedTree("npm test", "vitest", "node (vitest)"), withOrphan(10));
+    const CwdResolver::CwdMap folders{{10, {.fullPath = "/x"}}, {12, {.fullPath = "/x/keep"}}};
+    const auto isIgnored = [&](const std::string& substring, const std::string& folder) {
+        const std::vector<IgnoreRule> rules{{.substring = substring, .pathPrefix = folder}};
+        return ScanCore::applyScopedIgnores(rows, folders, rules).empty();
+    };
+    EXPECT_TRUE(isIgnored("vitest", "/x/keep"));
+    EXPECT_TRUE(isIgnored("npm test", "/x"));
+    EXPECT_TRUE(isIgnored("sh -c", "/x"));
+    EXPECT_FALSE(isIgnored("vitest", "/y"));
+    EXPECT_FALSE(isIgnored("jest", "/x"));
+}
+
+TEST(RunnerRows, aRunnerThatIsProcessOneTakesInNobody) {
+    const auto rows =
+        rowsOf("1 0 02:00:00 ? 1 100 npm run dev\n4 1 02:00:00 ? 1 100 node (vitest)\n", withOrphan(4));
+    const auto* const stray = VintrelTests::find(rows, 4);
+    ASSERT_NE(stray, nullptr);
+    EXPECT_TRUE(stray->folded.empty());
+}
+
+TEST(RunnerRows, itsShellsAreFoldedFromTheOutsideWhateverTheirNumbers) {
+    const auto rows =
+        rowsOf("10 5 00:07 ? 1 100 npm run dev\n11 32760 00:06 ? 1 10 sh -c vite\n"
+               "12 11 00:06 ? 1 200 node /x/.bin/vite\n32760 10 00:06 ? 1 10 sh -c sh -c vite\n");
+    ASSERT_EQ(pidsOf(rows), (PIDs{10}));
+    EXPECT_EQ(foldedPIDs(rows[0]), (PIDs{32760, 11, 12}));
+}
+
 TEST(RunnerRows, anotherChildOfARunnerWithinTheRowCountsToo) {
     const auto items = rowsOf(std::string(processOne) + "10 1 02:00:00 ? 1 100 npm test\n"
                                                         "11 10 02:00:00 ? 1 10 sh -c npx vitest\n"

@@ -55,6 +55,7 @@ void readProcesses(Scene& scene) {
         constexpr int64_t now = 100'000;
         scene.kernel[process.pid] = {.userID = process.user,
                                      .state = process.state.front(),
+                                     .processGroupID = process.group,
                                      .sessionID = process.session,
                                      .startTime = {.sec = now - process.age}};
         scene.processes[process.pid] = process;

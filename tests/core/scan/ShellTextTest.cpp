@@ -22,6 +22,13 @@ Commands commandsOf(std::string_view text) {
     return commands;
 }
 
+bool mayHideCommands(std::string_view text) {
+    VintrelCore::ShellText shell(text);
+    while (shell.nextCommand()) {
+    }
+    return shell.mayHideCommands();
+}
+
 } // namespace
 
 TEST(ShellText, isTakenApartAtWhatSeparatesCommands) {
@@ -56,4 +63,27 @@ TEST(ShellText, showsWhatIsSubstitutedAsCommandsOfTheirOwn) {
 
 TEST(ShellText, leavesCommentsOut) {
     EXPECT_EQ(commandsOf("a # b; c\nd#e"), (Commands{{"a"}, {"d#e"}}));
+}
+
+TEST(ShellText, saysWhatReadsWhatAnotherCommandWrites) {
+    VintrelCore::ShellText shell("a | b || c |& d > >(e; f)");
+    std::vector<std::string> fed;
+    while (const auto command = shell.nextCommand()) {
+        if (!command->empty() && shell.isFed()) {
+            fed.push_back(command->front());
+        }
+    }
+    EXPECT_EQ(fed, (std::vector<std::string>{"b", "e"})); // of "|&" it is not known
+}
+
+TEST(ShellText, saysWhenItMayHideCommands) {
+    for (const std::string_view text :
+         {"a \"$(b)\"", "a \"`b`\"", "a <<EOF\nb\nEOF", "a() { b; }", "a () { b; }", "a $'b\\'c'", "a 'b\\'",
+          "it's never closed", "\"nor this"}) {
+        EXPECT_TRUE(mayHideCommands(text)) << text;
+    }
+    for (const std::string_view text : {"a $(b)", "a `b`", "a <<< b", "a < <(b)", "a > >(b)", "(a)",
+                                        "a '$(b)'", "a \"$b\"", "a \"\\`b\\`\"", "a \"${b}\" 'c' d\\'e"}) {
+        EXPECT_FALSE(mayHideCommands(text)) << text;
+    }
 }

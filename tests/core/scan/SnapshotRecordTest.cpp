@@ -2,7 +2,10 @@
 
 #include "tests/support/Snapshots.h"
 
+#include <algorithm>
+#include <iterator>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -46,6 +49,26 @@ TEST(SnapshotRecords, leaveOutTheClientThatThisProgramRuns) {
     EXPECT_EQ(records[0].pid, 31);
     EXPECT_EQ(records[1].pid, 32);
     EXPECT_EQ(records[2].pid, 33);
+}
+
+TEST(SnapshotRecords, leaveOutTheClientThatTheOtherFrontEndRuns) {
+    const FakeKernel world;
+    Platform::KernelView kernel = world.view();
+    kernel.ownPID = 77;
+    const std::string client(Platform::dockerCandidates().front());
+    const auto records = snapshotRecords(
+        "30 40 00:00 ? 0.0 0 " + client + " ps -q\n" + // before its parent
+            "31 41 00:00 ? 0.0 0 " + client + " ps -q\n" + "32 42 00:00 ? 0.0 0 " + client + " ps -q\n" +
+            "33 43 00:00 ? 0.0 0 " + client + " ps -q\n" + "34 40 00:00 ? 0.0 0 node " + client +
+            "\n"
+            "40 1 00:00 ? 0.0 0 /usr/bin/vintrel-app --background\n"
+            "41 9 00:00 ? 0.0 0 vintrel list\n"
+            "42 9 00:00 ? 0.0 0 sh vintrel list\n"
+            "43 9 00:00 ? 0.0 0 /usr/bin/vintrel-apple\n",
+        kernel);
+    std::vector<int32_t> pids;
+    std::ranges::transform(records, std::back_inserter(pids), &SnapshotRecord::pid);
+    EXPECT_EQ(pids, (std::vector<int32_t>{32, 33, 34, 40, 41, 42, 43}));
 }
 
 TEST(SnapshotRecords, keepALivingProcessThatCallsItselfDefunct) {

@@ -44,6 +44,46 @@ TEST(ToolNames, followAPathUpwards) {
     EXPECT_EQ(ToolNames::packageOf("../../node_modules/./vitest/vitest.mjs"), "vitest");
 }
 
+TEST(ToolNames, takeNoPackagesFolderForAFileInIt) {
+    EXPECT_EQ(ToolNames::packageOf("/x/node_modules/vitest"), "");
+    EXPECT_EQ(ToolNames::packageOf("/x/node_modules/@playwright/mcp"), "");
+    EXPECT_EQ(ToolNames::packageOf("/x/.bin/vitest/server.js"), "");
+}
+
+TEST(ToolNames, knowWhereProgramsAreInstalled) {
+    for (const std::string_view path :
+         {"/usr/bin/pytest", "/bin/pytest", "~/.local/bin/pytest", "venv/bin/pytest",
+          "/home/dev/.pyenv/shims/pytest", ".bin/vitest", "node_modules/vitest/a.js",
+          "/x/site-packages/pytest/__main__.py", ".yarn/releases/yarn-4.1.0.cjs",
+          "/home/dev/.cache/ms-playwright/webkit-1/run"}) {
+        EXPECT_TRUE(ToolNames::isInstalled(path)) << path;
+    }
+    for (const std::string_view path :
+         {"pytest", "./pytest", "bin/pytest", "./bin/pytest", "/home/dev/src/shop/bin/pytest",
+          "tools/bin/pytest", "tests/playwright", "/usr/bin/pytest/", "/usr/bin/..", "/usr/bin/.",
+          "/home/dev/bin/tools/vitest", "/usr/bin", "/", ""}) {
+        EXPECT_FALSE(ToolNames::isInstalled(path)) << path;
+    }
+}
+
+TEST(ToolNames, takeOnlyInstalledScriptsForTheTool) {
+    EXPECT_TRUE(ToolNames::isToolsScript(pytest, "/usr/bin/pytest-3"));
+    EXPECT_TRUE(ToolNames::isToolsScript(vitest, "/x/node_modules/vitest/vitest.mjs"));
+    EXPECT_FALSE(ToolNames::isToolsScript(vitest, "/x/node_modules/other/bin/vitest"));
+    EXPECT_FALSE(ToolNames::isToolsScript(vitest, "/x/bin/vitest.mjs"));
+    EXPECT_FALSE(ToolNames::isToolsScript(playwrightTest, "tests/playwright"));
+    EXPECT_TRUE(ToolNames::isToolsFile(playwrightTest, "tests/playwright"));
+    EXPECT_FALSE(ToolNames::isToolsFile(playwrightTest, "tests/playwright.py"));
+}
+
+TEST(ToolNames, knowScriptsOfProjectsByWordsThatSayTheyTest) {
+    EXPECT_TRUE(ToolNames::isToolsPackage(vitest, "vitest:watch"));
+    EXPECT_TRUE(ToolNames::isToolsPackage(vitest, "test:unit:vitest"));
+    EXPECT_FALSE(ToolNames::isToolsPackage(vitest, "docs:vitest"));
+    EXPECT_FALSE(ToolNames::isToolsPackage(vitest, "test:unit"));
+    EXPECT_FALSE(ToolNames::isToolsPackage(vitest, "vitest.ts"));
+}
+
 TEST(ToolNames, knowPackagesWithScopeAndVersion) {
     EXPECT_TRUE(ToolNames::isToolsPackage(playwrightMCP, "@playwright/mcp@latest"));
     EXPECT_TRUE(ToolNames::isToolsPackage(playwrightMCP, "@cloudflare/playwright-mcp"));

@@ -50,6 +50,27 @@ TEST(WhatRuns, isAnInterpretersFirstArgumentThatIsNoOption) {
     EXPECT_EQ(whereIs(vitest, {"node", "-r"}), "nowhere");
 }
 
+TEST(WhatRuns, isNoFileOrFolderOfAProjectsThatIsNamedLikeATool) {
+    for (const std::string script :
+         {"vitest", "./vitest", "src/vitest", "/home/dev/src/vitest", "vitest/", "/x/bin/vitest/",
+          "/x/.bin/vitest/.", "/x/.bin/a/..", "bin/vitest", "./bin/vitest", "vitest.mjs", "/x/bin/vitest.mjs",
+          "a/../../bin/vitest"}) {
+        for (const std::string interpreter : {"node", "python3", "tsx", "bun", "bash", "perl"}) {
+            const bool isName = interpreter == "bun" && script == "vitest"; // of a script of the project's
+            EXPECT_EQ(whereIs(vitest, {interpreter, script}), isName ? "package" : "nowhere")
+                << interpreter << " " << script;
+        }
+    }
+}
+
+TEST(WhatRuns, isNoProjectsOwnProgramThatIsNamedLikeALauncher) {
+    EXPECT_EQ(whereIs(vitest, {"sh", "-c", "./time vitest"}), "nowhere");
+    EXPECT_EQ(whereIs(vitest, {"nice", "tools/npx", "vitest"}), "nowhere");
+    EXPECT_EQ(whereIs(vitest, {"nice", "/opt/node/bin/npx", "vitest"}), "launched");
+    EXPECT_EQ(whereIs(pytest, {"python3", "tools/coverage", "run", "-m", "pytest"}), "nowhere");
+    EXPECT_EQ(whereIs(pytest, {"uv", "run", "script.py", "-c", "pytest"}), "nowhere");
+}
+
 TEST(WhatRuns, isNothingOfAnInterpreterThatWasToldTheCode) {
     EXPECT_EQ(whereIs(vitest, {"node", "-e", "0", "vitest"}), "nowhere");
     EXPECT_EQ(whereIs(vitest, {"node", "-pe", "0", "vitest"}), "nowhere");
@@ -62,7 +83,7 @@ TEST(WhatRuns, isNothingOfAnInterpreterThatWasToldTheCode) {
 TEST(WhatRuns, isThePythonModuleBehindItsOption) {
     EXPECT_EQ(whereIs(pytest, {"python3", "-m", "pytest"}), "script");
     EXPECT_EQ(whereIs(pytest, {"python3", "-mpytest"}), "script");
-    EXPECT_EQ(whereIs(pytest, {"python3", "-Wm", "pytest"}), "script"); // "m" is what to warn about
+    EXPECT_EQ(whereIs(pytest, {"python3", "-Wm", "/usr/bin/pytest"}), "script"); // "m" is what to warn about
     EXPECT_EQ(whereIs(pytest, {"python3", "-W", "-m", "x", "pytest"}), "nowhere");
     EXPECT_EQ(whereIs(pytest, {"python3", "-m", "pytest.__main__"}), "script");
     EXPECT_EQ(whereIs(pytest, {"python3", "-m"}), "nowhere");
@@ -78,9 +99,12 @@ TEST(WhatRuns, isTheTitleThatANodeToolGaveItself) {
     EXPECT_EQ(whereIs(vitest, {"vitest 1"}), "program");
 }
 
-TEST(WhatRuns, ofAPathWithBlanksAloneIsItsLastComponent) {
+TEST(WhatRuns, ofAPathWithBlanksIsItsLastComponentWhereProgramsAreInstalled) {
     EXPECT_EQ(whereIs(vitest, {"/home/dev/vitest notes/viewer"}), "nowhere");
-    EXPECT_EQ(whereIs(vitest, {"/home/dev/my tools/vitest"}), "program");
+    EXPECT_EQ(whereIs(vitest, {"/opt/my tools/bin/vitest"}), "program");
+    EXPECT_EQ(whereIs(vitest, {"/home/dev/my tools/vitest"}), "nowhere");
+    EXPECT_EQ(whereIs(vitest, {"/usr/bin/less src/vitest"}), "nowhere"); // a title
+    EXPECT_EQ(whereIs(vitest, {"/usr/bin/less /home/dev/bin/vitest"}), "nowhere");
     EXPECT_EQ(whereIs(vitest, {"/home/dev/vitest -- x/viewer", "a"}), "nowhere");
 }
 
@@ -96,8 +120,11 @@ TEST(WhatRuns, isThePackageOfARunner) {
 }
 
 TEST(WhatRuns, isTheOnePackageThatARunnerTakesACommandFrom) {
-    EXPECT_EQ(whereIs(mcpServer, {"uvx", "--from", "mcp-server-git", "serve"}), "package");
-    EXPECT_EQ(whereIs(mcpServer, {"npx", "-p", "@modelcontextprotocol/server-git", "serve"}), "package");
+    EXPECT_EQ(whereIs(mcpServer, {"uvx", "--from", "mcp-server-git", "mcp-git"}), "package");
+    EXPECT_EQ(whereIs(mcpServer, {"npx", "-p", "@modelcontextprotocol/server-git", "git-mcp"}), "package");
+    EXPECT_EQ(whereIs(mcpServer, {"npx", "-p", "@modelcontextprotocol/server-git", "make"}), "nowhere");
+    EXPECT_EQ(whereIs(mcpServer, {"uvx", "--from", "mcp-server-git", "./mcp"}), "nowhere");
+    EXPECT_EQ(whereIs(playwrightTest, {"npx", "-p", "playwright", "make", "test"}), "nowhere");
     EXPECT_EQ(whereIs(vitest, {"npx", "-p", "eslint", "-p", "vitest", "eslint"}), "nowhere");
     EXPECT_EQ(whereIs(vitest, {"npx", "-p", "vitest", "node", "server.js"}), "nowhere");
 }
@@ -141,6 +168,40 @@ TEST(WhatRuns, isNoToolInAShellThatRunsSomethingElseToo) {
     EXPECT_EQ(whereIs(vitest, {"sh", "-c", "./server & vitest"}), "nowhere");
     EXPECT_EQ(whereIs(vitest, {"sh", "-c", "vitest $(./backup.sh)"}), "nowhere");
     EXPECT_EQ(whereIs(vitest, {"sh", "-c", "vitest < <(./backup.sh)"}), "nowhere");
+}
+
+TEST(WhatRuns, isNoToolInAShellThatReadsAFileFirst) {
+    EXPECT_EQ(whereIs(vitest, {"sh", "-c", ". ./start-all.sh; vitest"}), "nowhere");
+    EXPECT_EQ(whereIs(vitest, {"bash", "-c", "source ./env.sh && vitest"}), "nowhere");
+    EXPECT_EQ(whereIs(vitest, {"bash", "-c", "vitest && source ./env.sh"}), "nowhere");
+}
+
+TEST(WhatRuns, isNoToolInAShellWhoseTrapRunsSomethingElse) {
+    EXPECT_EQ(whereIs(vitest, {"sh", "-c", "trap ./backup.sh EXIT; vitest"}), "nowhere");
+    EXPECT_EQ(whereIs(vitest, {"sh", "-c", "trap 'exit 1' INT; trap - TERM; trap '' HUP; vitest"}),
+              "launched");
+}
+
+TEST(WhatRuns, isNoToolInAShellWhoseTextMayHideCommands) {
+    EXPECT_EQ(whereIs(vitest, {"sh", "-c", "vitest --port \"$(./server)\""}), "nowhere");
+    EXPECT_EQ(whereIs(vitest, {"sh", "-c", "vitest --port \"$PORT\""}), "launched");
+    EXPECT_EQ(whereIs(vitest, {"sh", "-c", "vitest() { sleep 9999; }; vitest"}), "nowhere");
+    EXPECT_EQ(whereIs(vitest, {"sh", "-c", "vitest <<EOF\necho it's\nEOF\n./server"}), "nowhere");
+}
+
+TEST(WhatRuns, filtersSayNothingWhereTheyReadWhatTheToolWrites) {
+    EXPECT_EQ(whereIs(vitest, {"sh", "-c", "vitest | grep -v x | tee log"}), "launched");
+    EXPECT_EQ(whereIs(vitest, {"sh", "-c", "vitest > >(tee log)"}), "launched");
+    EXPECT_EQ(whereIs(vitest, {"sh", "-c", "vitest || cat /dev/ttyUSB0"}), "nowhere");
+    EXPECT_EQ(whereIs(vitest, {"sh", "-c", "tail -f log & vitest"}), "nowhere");
+}
+
+TEST(WhatRuns, isWhatAVersionOfNodeIsChosenFor) {
+    EXPECT_EQ(whereIs(vitest, {"bash", "-c", "nvm use 20 && vitest"}), "launched");
+    EXPECT_EQ(whereIs(vitest, {"bash", "-c", "nvm exec v20.1 npx vitest"}), "launched");
+    EXPECT_EQ(whereIs(vitest, {"bash", "-c", "nvm exec 20 node server.js; vitest"}), "nowhere");
+    EXPECT_EQ(whereIs(vitest, {"bash", "-c", "nvm exec less vitest"}), "nowhere"); // of a file's version
+    EXPECT_EQ(whereIs(vitest, {"bash", "-c", "nvm run 20 vitest"}), "nowhere");
 }
 
 TEST(WhatRuns, ofAHelperBrowserIsItsProfile) {
@@ -191,7 +252,7 @@ TEST(WhatRuns, ofJoinedTextTakesABundlesNameAsAWhole) {
     EXPECT_EQ(
         foundName(foundInLine(vitest, "/Applications/Code.app/Contents/MacOS/Electron /Users/dev/vitest")),
         "nowhere");
-    EXPECT_EQ(foundName(foundInLine(pytest, "/x/Python.app/Contents/MacOS/Python /x/bin/pytest -q")),
+    EXPECT_EQ(foundName(foundInLine(pytest, "/x/Python.app/Contents/MacOS/Python /x/venv/bin/pytest -q")),
               "script");
 }
 

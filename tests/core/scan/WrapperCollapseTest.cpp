@@ -52,7 +52,8 @@ ProcessItem viteUnderNpm() {
             .cpuPercent = 3.75,
             .rssKB = 130'000,
             .startTime = ProcStartTime{.sec = 1'700'000'000, .usec = 10},
-            .folded = {{.pid = 101, .startTime = ProcStartTime{.sec = 1'700'000'100, .usec = 20}}}};
+            .folded = {{.pid = 101, .startTime = ProcStartTime{.sec = 1'700'000'100, .usec = 20}}},
+            .runnerCommand = "npm run dev"};
 }
 
 std::vector<std::string> commandsOf(const std::vector<ProcessItem>& items) {

@@ -5,6 +5,7 @@
 #include "tests/support/TemporaryFolder.h"
 
 #include <array>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -23,6 +24,7 @@
 using namespace VintrelCore;
 using namespace VintrelTests;
 using DockerCore::OwnerMap;
+using KillCore::ContainerHere;
 using KillCore::KillDetail;
 using KillCore::KillOutcome;
 using KillCore::KillResult;
@@ -32,18 +34,31 @@ using KillCore::World;
 namespace {
 
 const KillResult confirmedEnd{.outcome = KillOutcome::confirmed, .detail = KillDetail::ended};
+
+/// As engines write moments.
+std::string inUTC(int64_t seconds) {
+    const time_t time = seconds;
+    std::tm utc{};
+    ::gmtime_r(&time, &utc);
+    std::array<char, 40> text{};
+    return {text.data(), std::strftime(text.data(), text.size(), "%FT%T.123456789Z", &utc)};
+}
+
 const KillResult stopped{.outcome = KillOutcome::confirmed, .detail = KillDetail::containerStopped};
 
 class EndingContainers : public ::testing::Test {
 protected:
-    /// A client that notes each of its words in brackets, and then does what `rest` says.
+    /// A client that notes each of its words in brackets, and then does what `rest` says. What it is asked
+    /// before that about the containers, it answers with what is in `m_stops`.
     std::string client(const std::string& rest) {
-        const auto file =
-            m_folder.write("docker", "#!/bin/sh\ncd '" + m_folder.path().string() +
-                                         "'\n{ for word in \"$@\"; do printf '[%s]' \"$word\"; done; "
-                                         "echo; } >>calls\n" +
-                                         rest + "\n");
+        const auto file = m_folder.write(
+            "docker", "#!/bin/sh\ncd '" + m_folder.path().string() +
+                          "'\n[ \"$1\" = inspect ] && { echo \"$*\" >>questions; cat "
+                          "stops; exit; }\n{ for word in \"$@\"; do printf '[%s]' \"$word\"; done; "
+                          "echo; } >>calls\n" +
+                          rest + "\n");
         std::filesystem::permissions(file, std::filesystem::perms::owner_all);
+        m_folder.write("stops", m_stops);
         return file.string();
     }
 
@@ -52,7 +67,7 @@ protected:
         world.client = [path = client(rest)] { return path; };
         world.containerHere = [this](const ProcessItem& item) {
             const auto found = m_containers.find(item.pid);
-            return std::optional(found != m_containers.end() ? found->second : "0123456789ab");
+            return found != m_containers.end() ? found->second : ContainerHere{.id = "0123456789ab"};
         };
         return world;
     }
@@ -74,7 +89,8 @@ protected:
     }
 
     TemporaryFolder m_folder;
-    std::map<int32_t, std::string> m_containers; // ids by pid; all others have the same
+    std::map<int32_t, ContainerHere> m_containers; // by pid; all others are in the same
+    std::string m_stops;                           // as the client prints it
 };
 
 } // namespace
@@ -102,14 +118,14 @@ TEST_F(EndingContainers, goesForEveryKindOfItem) {
 TEST_F(EndingContainers, tellsTheEngineWhichContainerTheProcessIsInAndNotWhatTheOwnerIsCalled) {
     // The owners may be those of another engine, with a process of the same number.
     Subject subject(OnSIGTERM::leaves);
-    m_containers[subject.pid()] = "feedfeedfeed";
+    m_containers[subject.pid()] = {.id = "feedfeedfeed"};
     EXPECT_EQ(endOne(itemOf(subject), world(300, "exit 0"), {{subject.pid(), "production-db"}}), stopped);
     EXPECT_EQ(calls(), "[stop][feedfeedfeed]\n");
 }
 
 TEST_F(EndingContainers, handsTheNameOverAsItIsWhereNoIDCanBeKnown) {
     Subject subject(OnSIGTERM::leaves);
-    m_containers[subject.pid()] = "";
+    m_containers[subject.pid()] = {};
     EXPECT_EQ(endOne(itemOf(subject), world(300, "exit 0"), {{subject.pid(), "a b;$(exit 1)'*"}}), stopped);
     EXPECT_EQ(calls(), "[stop][a b;$(exit 1)'*]\n");
 }
@@ -158,7 +174,7 @@ TEST_F(EndingContainers, checksWhoItIsWhenItFallsBack) {
 TEST_F(EndingContainers, usesSignalsWithoutAClient) {
     Subject subject(OnSIGTERM::leaves);
     World world = shortWait();
-    world.containerHere = [](const ProcessItem&) { return "0123456789ab"; };
+    world.containerHere = [](const ProcessItem&) { return ContainerHere{.id = "0123456789ab"}; };
     EXPECT_EQ(endOne(itemOf(subject), world, {{subject.pid(), "web"}}), confirmedEnd);
     EXPECT_EQ(subject.wait(), 0);
 }
@@ -184,7 +200,7 @@ TEST_F(EndingContainers, usesSignalsForTheNumberOfARemoteEngine) {
         World remote = world(0.3, "exit 0");
         remote.containerHere = [&](const ProcessItem& item) {
             EXPECT_EQ(item.pid, subject.pid());
-            return std::optional<std::string>();
+            return std::optional<ContainerHere>();
         };
         EXPECT_EQ(endOne(itemOf(subject, kind), remote, {{subject.pid(), "web"}}), confirmedEnd);
         EXPECT_EQ(calls(), "");
@@ -218,7 +234,7 @@ TEST_F(EndingContainers, knowsAContainerByTheIDInTheControlGroupOfItsProcess) {
     for (const std::string& own : {"/system.slice/docker-" + id + ".scope", "/docker/" + id + "/init.scope",
                                    "/user.slice/libpod-" + id + ".scope/container",
                                    "/docker/" + std::string(64, 'b') + "/docker/" + id}) {
-        EXPECT_EQ(containerIn(own), id) << own;
+        EXPECT_EQ(containerIn(own), ContainerHere{.id = id}) << own;
     }
     // In a container, but in none that an engine could be told.
     for (const std::string& other : {std::string("/lxc/web"), "/docker/" + id.substr(1),
@@ -226,8 +242,87 @@ TEST_F(EndingContainers, knowsAContainerByTheIDInTheControlGroupOfItsProcess) {
         EXPECT_EQ(containerIn(other), std::nullopt) << other;
     }
     kernel.knowsContainers = false;
-    EXPECT_EQ(KillCore::containerOf(itemOf(subject, ProcessKind::docker), kernel), "");
+    EXPECT_EQ(KillCore::containerOf(itemOf(subject, ProcessKind::docker), kernel), ContainerHere());
     EXPECT_EQ(KillCore::containerOf(itemOf(subject, ProcessKind::node), kernel), std::nullopt);
+}
+
+TEST_F(EndingContainers, knowsAContainerWithoutAnIDThereByItsNamespaceOfProcesses) {
+    // As a user's own engine leaves it, which may not make control groups.
+    Platform::KernelView kernel = Platform::kernelView();
+    kernel.ownControlGroup = "/";
+    Platform::KernelFacts facts{.controlGroup = "/user.slice/session-1.scope", .isNamespacesFirst = true};
+    kernel.factsOf = [&facts](int32_t) { return facts; };
+    const ProcessItem item{.pid = 17, .kind = ProcessKind::node};
+    EXPECT_EQ(KillCore::containerOf(item, kernel), ContainerHere{.isToBeConfirmed = true});
+    facts.controlGroup = "/docker/" + std::string(64, 'a');
+    EXPECT_EQ(KillCore::containerOf(item, kernel), ContainerHere{.id = std::string(64, 'a')});
+    facts.isNamespacesFirst = false;
+    facts.controlGroup = "/user.slice/session-1.scope";
+    EXPECT_EQ(KillCore::containerOf(item, kernel), std::nullopt);
+}
+
+TEST_F(EndingContainers, isLeftToTheEngineThatNamesThisVeryProcess) {
+    for (const int64_t delay : {0, 9}) { // until the engine noted the start
+        Subject subject(OnSIGTERM::leaves);
+        const ProcessItem item = itemOf(subject, ProcessKind::node);
+        m_containers[subject.pid()] = {.isToBeConfirmed = true};
+        m_stops = "feedfeed\t" + std::to_string(subject.pid()) + "\t" + inUTC(item.startTime->sec + delay) +
+                  "\t10\n";
+        EXPECT_EQ(endOne(item, world(300, "exit 0"), {{subject.pid(), "web"}}), stopped) << delay;
+        EXPECT_EQ(calls(), "[stop][feedfeed]\n") << "by its id, whatever it is called by now";
+        expectUntouched(subject);
+        std::filesystem::remove(m_folder.path() / "calls");
+    }
+}
+
+TEST_F(EndingContainers, isNotLeftToAnEngineThatNamesAnotherProcess) {
+    // A sandbox here, and a container of a remote engine whose process has the same number, or had it.
+    Subject other(OnSIGTERM::leaves);
+    const int64_t start = itemOf(other).startTime->sec;
+    const std::string own = std::to_string(other.pid());
+    for (const std::string& stop : {"feedfeed\t" + own + "\t" + inUTC(start - 5) + "\t10\n",
+                                    "feedfeed\t" + own + "\t" + inUTC(start + 3'600) + "\t10\n",
+                                    "feedfeed\t" + own + "\tyesterday\t10\n",
+                                    "feedfeed\t1\t" + inUTC(start) + "\t10\n", std::string()}) {
+        Subject subject(OnSIGTERM::leaves);
+        m_containers[subject.pid()] = {.isToBeConfirmed = true};
+        m_stops = stop;
+        if (const auto at = m_stops.find(own); at != std::string::npos) {
+            m_stops.replace(at, own.size(), std::to_string(subject.pid()));
+        }
+        ASSERT_EQ(endOne(itemOf(subject, ProcessKind::node), world(0.3, "exit 0"), {{subject.pid(), "web"}}),
+                  confirmedEnd)
+            << stop;
+        EXPECT_EQ(calls(), "") << stop;
+        EXPECT_EQ(subject.wait(), 0);
+    }
+}
+
+TEST_F(EndingContainers, isGivenItsOwnTimeAndThenLeftToTheEngineThatIsStillStoppingIt) {
+    // The client is given ten seconds more than the container, which has none here.
+    Subject subject(OnSIGTERM::leaves);
+    m_stops = "0123456789ab\t" + std::to_string(subject.pid()) + "\t2026-11-22T08:00:00Z\t0\n";
+    Subject folded(OnSIGTERM::leaves);
+    ProcessItem item = itemOf(subject);
+    item.folded = {folded.folded()};
+    KillResult result;
+    const double seconds =
+        secondsOf([&] { result = endOne(item, world(0.3, "exec sleep 60"), {{subject.pid(), "web"}}); });
+    EXPECT_GE(seconds, 10);
+    EXPECT_LT(seconds, 25);
+    EXPECT_EQ(describe(result), "notKilled, containerStopping, left " + std::to_string(subject.pid()) + " " +
+                                    std::to_string(folded.pid()));
+    EXPECT_FALSE(KillCore::isCleaned(result));
+    expectUntouched(subject);
+    expectUntouched(folded);
+}
+
+TEST_F(EndingContainers, countsAsStoppedWhenItsProcessIsGoneThoughTheClientIsLate) {
+    Subject subject(OnSIGTERM::leaves);
+    m_stops = "0123456789ab\t" + std::to_string(subject.pid()) + "\t2026-11-22T08:00:00Z\t0\n";
+    const std::string end = "kill -9 " + std::to_string(subject.pid()) + "; exec sleep 60";
+    EXPECT_EQ(endOne(itemOf(subject), world(0.3, end), {{subject.pid(), "web"}}), stopped);
+    EXPECT_EQ(subject.wait(), -SIGKILL);
 }
 
 TEST_F(EndingContainers, signalsNothingOfTheRowEither) {
@@ -253,7 +348,7 @@ done
 exit 1)");
     Subject first(OnSIGTERM::leaves);
     Subject second(OnSIGTERM::leaves);
-    m_containers = {{first.pid(), "a"}, {second.pid(), "b"}};
+    m_containers = {{first.pid(), {.id = "a"}}, {second.pid(), {.id = "b"}}};
     const std::vector items{itemOf(first), itemOf(second)};
     const auto results = KillCore::killAll(items, {{first.pid(), "a"}, {second.pid(), "b"}}, meeting);
     EXPECT_EQ(results, (std::vector{stopped, stopped}));
@@ -267,7 +362,7 @@ TEST_F(EndingContainers, andOrdinaryProcessesInOneBatch) {
     Subject ordinary(OnSIGTERM::leaves);
     Subject refusing(OnSIGTERM::leaves);
     const std::vector items{itemOf(ordinary, ProcessKind::vite), itemOf(willing), itemOf(refusing)};
-    m_containers = {{willing.pid(), "willing"}, {refusing.pid(), "refusing"}};
+    m_containers = {{willing.pid(), {.id = "willing"}}, {refusing.pid(), {.id = "refusing"}}};
     const OwnerMap owners{{willing.pid(), "willing"}, {refusing.pid(), "refusing"}};
     EXPECT_EQ(KillCore::killAll(items, owners, world), (std::vector{confirmedEnd, stopped, confirmedEnd}));
     expectUntouched(willing);

@@ -1,0 +1,33 @@
+#include "VintrelCore/scan/ShellCommands.h"
+
+#include <string_view>
+
+namespace VintrelCore::ShellCommands {
+
+using CommandWords::isListed;
+using CommandWords::Words;
+
+bool runsNothingLasting(Words command, bool isFed) {
+    constexpr std::string_view listed =
+        "cd pushd popd export set unset true false : exit return wait sleep echo printf umask ulimit shopt "
+        "setopt pwd read test [ [[ local declare typeset for case in esac fi done } date mkdir touch";
+    // They end with what feeds them; on their own they may go through whole disks.
+    constexpr std::string_view filters = "tee tail head cat grep sed sort uniq wc cut tr";
+    if (command.empty()) {
+        return true;
+    }
+    const std::string_view program = command.front();
+    const bool choosesNode = program == "nvm" && command.size() > 1 && command[1] == "use";
+    return isListed(listed, program) || choosesNode || (isFed && isListed(filters, program));
+}
+
+Words withoutPrefixes(Words command) {
+    constexpr std::string_view listed = "exec command builtin time ! { if then elif else while until do";
+    while (!command.empty() &&
+           (CommandWords::isAssignment(command.front()) || isListed(listed, command.front()))) {
+        command = command.subspan(1);
+    }
+    return command;
+}
+
+} // namespace VintrelCore::ShellCommands
