@@ -46,6 +46,23 @@ void take(Stat& stat, int field, int64_t value) {
     }
 }
 
+/// The number of a process in each namespace, from the one that reads to its own.
+std::vector<std::string_view> numbersInNamespaces(std::string_view status) {
+    constexpr std::string_view field = "NSpid:";
+    std::vector<std::string_view> numbers;
+    while (auto line = Text::takeLine(status)) {
+        if (line->starts_with(field)) {
+            line->remove_prefix(field.size());
+            for (auto word = Text::takeWord(*line, "\t "); !word.empty();
+                 word = Text::takeWord(*line, "\t ")) {
+                numbers.push_back(word);
+            }
+            break;
+        }
+    }
+    return numbers;
+}
+
 } // namespace
 
 std::optional<Stat> parseStat(std::string_view record) {
@@ -93,39 +110,6 @@ std::vector<std::string> parseArguments(std::string_view record) {
 
 namespace {
 
-/// The port behind the colon of an address in hexadecimal digits.
-std::optional<uint16_t> portOf(std::string_view address) {
-    const auto colon = address.rfind(':');
-    const std::string_view digits =
-        address.substr(colon == std::string_view::npos ? address.size() : colon + 1);
-    const char* const end = digits.data() + digits.size();
-    uint16_t port = 0;
-    const auto [stop, error] = std::from_chars(digits.data(), end, port, 16);
-    return error == std::errc() && stop == end ? std::optional(port) : std::nullopt;
-}
-
-} // namespace
-
-std::vector<ListeningSocket> parseListeningSockets(std::string_view table) {
-    constexpr std::string_view listening = "0A"; // TCP_LISTEN of the kernel
-    std::vector<ListeningSocket> sockets;
-    while (auto line = Text::takeLine(table)) {
-        // sl local_address rem_address st tx_queue:rx_queue tr:tm->when retrnsmt uid timeout inode
-        std::array<std::string_view, 10> fields;
-        for (std::string_view& field : fields) {
-            field = Text::takeWord(*line);
-        }
-        const auto port = portOf(fields[1]);
-        const auto inode = Text::parseInteger<int64_t>(fields.back());
-        if (fields[3] == listening && port && inode && *inode > 0) {
-            sockets.push_back({.inode = static_cast<uint64_t>(*inode), .port = *port});
-        }
-    }
-    return sockets;
-}
-
-namespace {
-
 /// Blanks, tabs, line breaks and backslashes stand as three octal digits behind a backslash.
 std::string unescaped(std::string_view field) {
     constexpr size_t digits = 3;
@@ -169,17 +153,6 @@ bool asksOthers(std::string_view fileSystem) {
     return fileSystem.starts_with("fuse.") || std::ranges::find(types, fileSystem) != types.end();
 }
 
-std::optional<uint64_t> parseSocketName(std::string_view descriptor) {
-    constexpr std::string_view opening = "socket:[";
-    if (!descriptor.starts_with(opening) || !descriptor.ends_with(']')) {
-        return std::nullopt;
-    }
-    descriptor.remove_prefix(opening.size());
-    descriptor.remove_suffix(1);
-    const auto inode = Text::parseInteger<int64_t>(descriptor);
-    return inode && *inode > 0 ? std::optional(static_cast<uint64_t>(*inode)) : std::nullopt;
-}
-
 namespace {
 
 /// The number behind a field's name; of several, the first.
@@ -204,22 +177,12 @@ std::optional<int32_t> parseThreadGroup(std::string_view status) {
 }
 
 bool parseIsNamespacesFirst(std::string_view status) {
-    constexpr std::string_view field = "NSpid:";
-    while (auto line = Text::takeLine(status)) {
-        if (line->starts_with(field)) {
-            line->remove_prefix(field.size());
-            // Its number in each namespace, from the one that reads to its own.
-            size_t count = 0;
-            std::string_view last;
-            for (auto word = Text::takeWord(*line, "\t "); !word.empty();
-                 word = Text::takeWord(*line, "\t ")) {
-                last = word;
-                ++count;
-            }
-            return count > 1 && last == "1";
-        }
-    }
-    return false;
+    const auto numbers = numbersInNamespaces(status);
+    return numbers.size() > 1 && numbers.back() == "1";
+}
+
+bool parseIsInInnerNamespace(std::string_view status) {
+    return numbersInNamespaces(status).size() > 1;
 }
 
 std::optional<int32_t> parsePID(std::string_view descriptorInfo) {

@@ -33,20 +33,6 @@ struct Stat {
 /// The arguments in "cmdline", each of which ends with a zero byte; the last need not.
 [[nodiscard]] std::vector<std::string> parseArguments(std::string_view record);
 
-/// A socket that listens over TCP.
-struct ListeningSocket {
-    uint64_t inode = 0; ///< the number by which descriptors name it
-    int port = 0;
-
-    bool operator==(const ListeningSocket&) const = default;
-};
-
-/// Those in "net/tcp" or "net/tcp6"; lines that are malformed are skipped.
-[[nodiscard]] std::vector<ListeningSocket> parseListeningSockets(std::string_view table);
-
-/// The inode of "socket:[4711]", as a descriptor is named; absent when it is no socket.
-[[nodiscard]] std::optional<uint64_t> parseSocketName(std::string_view descriptor);
-
 struct Mount {
     std::string point; ///< the folder
     std::string type;  ///< of the file system
@@ -68,6 +54,9 @@ struct Mount {
 
 /// Whether a process is process 1 of a namespace below the one in which "status" was read.
 [[nodiscard]] bool parseIsNamespacesFirst(std::string_view status);
+
+/// Whether a process lives in a namespace of processes below the one in which "status" was read.
+[[nodiscard]] bool parseIsInInnerNamespace(std::string_view status);
 
 /// The process behind a descriptor for processes, from its "fdinfo"; absent when it is not there.
 [[nodiscard]] std::optional<int32_t> parsePID(std::string_view descriptorInfo);

@@ -26,7 +26,13 @@ constexpr uid_t otherAccount = 4'242;
 
 /// What the rules make of facts, in words. Without this process's own children: tools are among them.
 std::map<int32_t, std::string> recordsOf(Platform::Facts& facts) {
-    const auto list = [](const std::vector<int32_t>& pids) { return testing::PrintToString(pids); };
+    const auto list = [](const std::vector<FoldedShell>& shells) {
+        std::string text;
+        for (const FoldedShell& shell : shells) {
+            text += std::to_string(shell.pid) + " " + shell.command + ";";
+        }
+        return text;
+    };
     std::map<int32_t, std::string> records;
     for (const SnapshotRecord& record : snapshotRecords(facts.processes(), facts.kernelView())) {
         if (record.ppid == ::getpid()) {
@@ -34,7 +40,8 @@ std::map<int32_t, std::string> recordsOf(Platform::Facts& facts) {
         }
         records.emplace(record.pid, record.command + " of " + std::to_string(record.ppid) + " managed by '" +
                                         record.managedBy + "' runner " + std::to_string(record.isRunner) +
-                                        " " + list(record.foldedShells) + list(record.onlyChildren) +
+                                        " " + list(record.foldedShells) +
+                                        testing::PrintToString(record.onlyChildren) +
                                         list(record.shellsAbove) + std::to_string(record.onlyChildOf));
     }
     return records;

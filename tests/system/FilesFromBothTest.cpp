@@ -17,6 +17,7 @@
 #include <fcntl.h>
 #include <netinet/in.h>
 #include <sched.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 using namespace VintrelCore;
@@ -101,4 +102,45 @@ TEST(FactsFromBoth, tellTheSameOfFoldersAndFiles) {
         EXPECT_EQ(filesOf(*kernel), filesOf(tools)) << what;
         EXPECT_GE(filesOf(*kernel).size(), 2U) << what << ": the file, and the one that is gone";
     }
+}
+
+TEST(FactsFromBoth, tellTheSameOfSockets) {
+    OddProcesses odd;
+    TemporaryFolder folder;
+    const std::string path = (folder.path() / "x.sock").string();
+    odd.addCopy("with sockets of all sorts", [path] {
+        listenOn(5173, AF_INET);
+        listenOn(5174, AF_INET6);
+        sockaddr_in there{};
+        there.sin_family = AF_INET;
+        there.sin_port = htons(5173);
+        there.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        const int connected = ::socket(AF_INET, SOCK_STREAM, 0);
+        static_cast<void>(::connect(connected, reinterpret_cast<const sockaddr*>(&there), sizeof there));
+        sockaddr_in here{};
+        here.sin_family = AF_INET;
+        here.sin_port = htons(41'234);
+        const int datagrams = ::socket(AF_INET, SOCK_DGRAM, 0);
+        static_cast<void>(::bind(datagrams, reinterpret_cast<const sockaddr*>(&here), sizeof here));
+        sockaddr_un local{};
+        local.sun_family = AF_UNIX;
+        path.copy(local.sun_path, sizeof local.sun_path - 1);
+        const int server = ::socket(AF_UNIX, SOCK_STREAM, 0);
+        static_cast<void>(::bind(server, reinterpret_cast<const sockaddr*>(&local), sizeof local));
+        static_cast<void>(::listen(server, 1));
+        static_cast<void>(::socket(AF_UNIX, SOCK_DGRAM, 0));
+        static_cast<void>(::socket(AF_INET, SOCK_STREAM, 0)); // in no table yet
+        int pair[2];
+        static_cast<void>(::socketpair(AF_UNIX, SOCK_SEQPACKET, 0, pair));
+    });
+    const auto pids = odd.pids();
+    ToolFacts tools({});
+    const auto kernel = Platform::kernelFacts();
+    const auto socketsOf = [&](Platform::Facts& facts) {
+        auto files = OpenFilesResolver::filesAmong(facts.openDescriptors(pids));
+        std::erase_if(files, [](const OpenFile& file) { return !file.isSocket; });
+        return files;
+    };
+    EXPECT_EQ(socketsOf(*kernel), socketsOf(tools));
+    EXPECT_EQ(socketsOf(*kernel).size(), 7U) << "the test is about something";
 }

@@ -19,7 +19,7 @@ namespace VintrelCore::Platform::ListeningSockets {
 
 namespace {
 
-using Sockets = std::vector<ProcFiles::ListeningSocket>;
+using Sockets = std::vector<SocketTables::ListeningSocket>;
 
 constexpr unsigned listening =
     10; // TCP_LISTEN, which only the kernel's own headers and libc's rival ones name
@@ -109,9 +109,9 @@ std::optional<Sockets> tabled() {
     if (!table) {
         return std::nullopt;
     }
-    Sockets sockets = ProcFiles::parseListeningSockets(*table);
+    Sockets sockets = SocketTables::parseListening(*table);
     const auto sixth = readTable("/proc/net/tcp6"); // there is none where that version is switched off
-    for (const auto& socket : ProcFiles::parseListeningSockets(sixth.value_or(""))) {
+    for (const auto& socket : SocketTables::parseListening(sixth.value_or(""))) {
         sockets.push_back(socket);
     }
     return sockets;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "VintrelCore/platform/ProcFiles.h"
+#include "VintrelCore/platform/SocketTables.h"
 
 #include <optional>
 #include <vector>
@@ -10,9 +10,9 @@
 namespace VintrelCore::Platform::ListeningSockets {
 
 /// From the kernel's dump of sockets; absent where this program may not ask for one.
-[[nodiscard]] std::optional<std::vector<ProcFiles::ListeningSocket>> dumped();
+[[nodiscard]] std::optional<std::vector<SocketTables::ListeningSocket>> dumped();
 
 /// From /proc/net: slower, as it tells of every connection; absent where that cannot be read either.
-[[nodiscard]] std::optional<std::vector<ProcFiles::ListeningSocket>> tabled();
+[[nodiscard]] std::optional<std::vector<SocketTables::ListeningSocket>> tabled();
 
 } // namespace VintrelCore::Platform::ListeningSockets

@@ -128,37 +128,12 @@ TEST(ParseIsNamespacesFirst, isOneWhoseLastNumberOfSeveralIsOne) {
     EXPECT_FALSE(ProcFiles::parseIsNamespacesFirst("Name:\tsh\n"));
 }
 
-TEST(ParseListeningSockets, takesThoseThatListen) {
-    using Sockets = std::vector<ProcFiles::ListeningSocket>;
-    const std::string heading =
-        "  sl  local_address rem_address   st tx_queue rx_queue tr tm->when retrnsmt   "
-        "uid  timeout inode\n";
-    const auto line = [](const std::string& local, const std::string& state, const std::string& inode) {
-        return "   0: " + local + " 00000000:0000 " + state +
-               " 00000000:00000000 00:00000000 00000000     0" + "        0 " + inode +
-               " 1 0000000000000000 100 0 0 10 0\n";
-    };
-    EXPECT_EQ(ProcFiles::parseListeningSockets(heading + line("0100007F:1435", "0A", "4711") +
-                                               line("0100007F:1436", "01", "4712") +
-                                               line("00000000:1F40", "0A", "4713")),
-              (Sockets{{.inode = 4711, .port = 5173}, {.inode = 4713, .port = 8000}}));
-    EXPECT_EQ(ProcFiles::parseListeningSockets(line("00000000000000000000000001000000:1F40", "0A", "9")),
-              (Sockets{{.inode = 9, .port = 8000}}))
-        << "an address of the sixth version";
-    EXPECT_EQ(ProcFiles::parseListeningSockets(heading), Sockets{});
-    EXPECT_EQ(ProcFiles::parseListeningSockets(
-                  line("0100007F", "0A", "1") + line("0100007F:", "0A", "2") +
-                  line("0100007F:14351", "0A", "3") + line("0100007F:x", "0A", "4") + line(":", "0A", "5") +
-                  line("0:1435", "0A", "0") + line("0:1435", "0A", "-6") + "0A\n"),
-              Sockets{});
-}
-
-TEST(ParseSocketName, takesTheNumberOfASocketOnly) {
-    EXPECT_EQ(ProcFiles::parseSocketName("socket:[4711]"), 4711U);
-    for (const char* other : {"pipe:[4711]", "socket:[]", "socket:[0]", "socket:[-1]", "socket:[4711",
-                              "/tmp/socket:[4711]", "socket:[4711] (deleted)", "socket:", ""}) {
-        EXPECT_EQ(ProcFiles::parseSocketName(other), std::nullopt) << other;
-    }
+TEST(ParseIsInInnerNamespace, isOneThatHasSeveralNumbers) {
+    EXPECT_TRUE(ProcFiles::parseIsInInnerNamespace("Name:\tsh\nNSpid:\t4242\t17\nNSpgid:\t1\n"));
+    EXPECT_TRUE(ProcFiles::parseIsInInnerNamespace("NSpid:\t4242\t17\t1\n"));
+    EXPECT_FALSE(ProcFiles::parseIsInInnerNamespace("NSpid:\t4242\nNSpgid:\t1\t2\n"));
+    EXPECT_FALSE(ProcFiles::parseIsInInnerNamespace("Name:\tNSpid:\t1\t2\n"));
+    EXPECT_FALSE(ProcFiles::parseIsInInnerNamespace(""));
 }
 
 TEST(ParseMounts, findsPointAndTypeOfEach) {
