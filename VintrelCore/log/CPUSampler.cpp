@@ -33,10 +33,15 @@ CPUSampler::Reading CPUSampler::read(std::span<const ProcessItem> items) {
     return reading;
 }
 
+bool CPUSampler::isDue(const Reading& reading) const {
+    constexpr double shortestSpan = 10; // seconds
+    return !m_at || reading.at - *m_at >= shortestSpan;
+}
+
 std::optional<double> CPUSampler::usedSince(const FoldedProcess& process, const Reading& reading) const {
     const auto before = m_before.find(process.pid);
     const auto now = reading.used.find(process.pid);
-    if (before == m_before.end() || now == reading.used.end() || m_at >= reading.at ||
+    if (before == m_before.end() || now == reading.used.end() || !m_at || *m_at >= reading.at ||
         before->second.startTime != process.startTime) {
         return std::nullopt;
     }
@@ -56,7 +61,7 @@ std::vector<ScanHistory::Observation> CPUSampler::observe(std::span<const Proces
             for (const FoldedProcess& process : processes) {
                 used += usedSince(process, reading).value_or(0);
             }
-            share = used / (reading.at - m_at) * wholeInPercent;
+            share = used / (reading.at - *m_at) * wholeInPercent;
         }
         for (const FoldedProcess& process : processes) {
             if (const auto now = reading.used.find(process.pid); now != reading.used.end()) {

@@ -26,6 +26,10 @@ public:
     /// What is used by the candidates and by what is folded into them, now.
     [[nodiscard]] static Reading read(std::span<const ProcessItem> items);
 
+    /// Whether the reading before is old enough for another sample: over a shorter time than ten seconds a busy
+    /// server can rest, and an idle one work.
+    [[nodiscard]] bool isDue(const Reading& reading) const;
+
     /// The sample of each item, and the reading to compare the next one with: its share since the reading
     /// before, in percent, of it and what is folded into it; the share that ps told where that is not known.
     [[nodiscard]] std::vector<ScanHistory::Observation> observe(std::span<const ProcessItem> items,
@@ -40,7 +44,7 @@ private:
     /// What a process used since the reading before; absent when it was not in both.
     [[nodiscard]] std::optional<double> usedSince(const FoldedProcess& process, const Reading& reading) const;
 
-    double m_at = 0; // of the reading before
+    std::optional<double> m_at; // of the reading before
     std::unordered_map<int32_t, Counted> m_before;
 };
 

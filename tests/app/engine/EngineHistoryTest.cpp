@@ -25,13 +25,13 @@ protected:
 };
 
 TEST_F(EngineHistory, theFirstSampleIsWhatPsSays) {
-    world->candidates.items = {safeItem(1)};
+    world->found.items = {safeItem(1)};
     scanAt(1'000, {{1, 50}});
     EXPECT_EQ(samplesOf(safeItem(1)), Samples{0.25});
 }
 
 TEST_F(EngineHistory, laterSamplesAreTheShareSinceTheScanBefore) {
-    world->candidates.items = {safeItem(1)};
+    world->found.items = {safeItem(1)};
     scanAt(1'000, {{1, 50}});
     scanAt(1'100, {{1, 51}});
     scanAt(1'300, {{1, 151}});
@@ -39,10 +39,21 @@ TEST_F(EngineHistory, laterSamplesAreTheShareSinceTheScanBefore) {
     EXPECT_FALSE(isIdle(safeItem(1)));
 }
 
+TEST_F(EngineHistory, scansInQuickSuccessionMakeOneSample) {
+    world->found.items = {safeItem(1)};
+    for (const double seconds : {1'000.0, 1'000.1, 1'000.2, 1'009.9}) {
+        scanAt(seconds, {{1, 50 + seconds / 1'000}});
+        EXPECT_EQ(samplesOf(safeItem(1)), Samples{0.25}) << seconds;
+        EXPECT_FALSE(isIdle(safeItem(1)));
+    }
+    scanAt(1'020, {{1, 61}});
+    EXPECT_EQ(samplesOf(safeItem(1)), (Samples{0.25, 50})) << "since the sample before";
+}
+
 TEST_F(EngineHistory, whoWorkedLongAgoIsIdle) {
     ProcessItem item = safeItem(1);
     item.cpuPercent = 40; // of its whole life, and only because it began with work
-    world->candidates.items = {item};
+    world->found.items = {item};
     for (int round = 0; round <= 5; ++round) {
         EXPECT_FALSE(isIdle(item)) << round;
         scanAt(1'000 + 120 * round, {{1, 500 + 0.1 * round}});
@@ -52,7 +63,7 @@ TEST_F(EngineHistory, whoWorkedLongAgoIsIdle) {
 }
 
 TEST_F(EngineHistory, whoBeganToSpinIsNotIdle) {
-    world->candidates.items = {safeItem(1)};
+    world->found.items = {safeItem(1)};
     scanAt(1'000, {{1, 50}});
     scanAt(1'120, {{1, 50}});
     scanAt(1'240, {{1, 50}});
@@ -63,7 +74,7 @@ TEST_F(EngineHistory, whoBeganToSpinIsNotIdle) {
 }
 
 TEST_F(EngineHistory, twoScansAreTooFewForAVerdict) {
-    world->candidates.items = {safeItem(1)};
+    world->found.items = {safeItem(1)};
     scanAt(1'000, {{1, 50}});
     scanAt(1'120, {{1, 50}});
     EXPECT_FALSE(isIdle(safeItem(1)));
@@ -71,34 +82,34 @@ TEST_F(EngineHistory, twoScansAreTooFewForAVerdict) {
 
 TEST_F(EngineHistory, whatIsFoldedIntoARowCounts) {
     const ProcessItem row = runnerItem(10, {11});
-    world->candidates.items = {row};
+    world->found.items = {row};
     scanAt(1'000, {{10, 1}, {11, 30}});
     scanAt(1'100, {{10, 1}, {11, 80}});
     EXPECT_EQ(samplesOf(row), (Samples{0.25, 50}));
 }
 
 TEST_F(EngineHistory, whereTheKernelDoesNotTellItIsWhatPsSays) {
-    world->candidates.items = {safeItem(1)};
+    world->found.items = {safeItem(1)};
     scanAt(1'000, {});
     scanAt(1'120, {});
     EXPECT_EQ(samplesOf(safeItem(1)), (Samples{0.25, 0.25}));
 }
 
 TEST_F(EngineHistory, aNumberThatWasUsedAgainBeginsAnew) {
-    world->candidates.items = {safeItem(1)};
+    world->found.items = {safeItem(1)};
     scanAt(1'000, {{1, 50}});
     ProcessItem successor = safeItem(1);
     successor.startTime = VintrelCore::ProcStartTime{.sec = 7'000'000};
-    world->candidates.items = {successor};
+    world->found.items = {successor};
     scanAt(1'120, {{1, 110}});
     EXPECT_EQ(samplesOf(successor), Samples{0.25});
     EXPECT_TRUE(samplesOf(safeItem(1)).empty());
 }
 
 TEST_F(EngineHistory, whoWasAwayForAScanIsForgotten) {
-    world->candidates.items = {safeItem(1)};
+    world->found.items = {safeItem(1)};
     scanAt(1'000, {{1, 50}});
-    world->candidates.items = {safeItem(2)};
+    world->found.items = {safeItem(2)};
     scanAt(1'120, {{2, 5}});
     EXPECT_TRUE(samplesOf(safeItem(1)).empty());
     EXPECT_EQ(samplesOf(safeItem(2)).size(), 1U);

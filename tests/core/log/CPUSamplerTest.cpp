@@ -61,6 +61,16 @@ TEST(CPUSampler, theFirstSampleIsTheShareOfTheWholeLife) {
     EXPECT_EQ(sampling.scanAt(1'000, {{1, 60}}), Samples{12.5});
 }
 
+TEST(CPUSampler, isDueAfterTenSeconds) {
+    CPUSampler sampler;
+    EXPECT_TRUE(sampler.isDue({.at = 1'000})) << "the first";
+    (void)sampler.observe({}, {.at = 1'000});
+    for (const double tooSoon : {999.0, 1'000.0, 1'000.1, 1'009.9}) {
+        EXPECT_FALSE(sampler.isDue({.at = tooSoon})) << tooSoon;
+    }
+    EXPECT_TRUE(sampler.isDue({.at = 1'010}));
+}
+
 TEST(CPUSampler, theNextIsTheShareSinceThen) {
     Sampling sampling({itemOf(1, 12.5)});
     (void)sampling.scanAt(1'000, {{1, 60}});
