@@ -78,11 +78,10 @@ ProcessItem itemOf(const Share& share, size_t index) {
 
 /// What the sources answer. Changed only while no scan is under way.
 struct ViewsScene::World {
-    ScanSources::Candidates found{};
-    ScanSources::Directories directories{};
-    ScanSources::Listeners listeners{};
+    VintrelCore::Scan::Result found{};
 
     World() {
+        found.processTable = {{77, {.ppid = 1, .label = "shell"}}};
         for (const Share& share : shares) {
             for (size_t of = 0; of < share.count; ++of) {
                 add(itemOf(share, found.items.size()), projectOf(found.items.size()));
@@ -91,25 +90,20 @@ struct ViewsScene::World {
     }
 
     void add(ProcessItem item, const std::string& project) {
-        directories.cwds[item.pid] = {.label = project,
-                                      .fullPath = "/home/me/work/" + project,
-                                      .projectRoot = "/home/me/work/" + project};
+        found.cwds[item.pid] = {.label = project,
+                                .fullPath = "/home/me/work/" + project,
+                                .projectRoot = "/home/me/work/" + project};
         constexpr int everyTenth = 10;
         if (item.pid % everyTenth == 0) {
-            listeners.ports[item.pid].insert(item.pid);
+            found.listeningPorts[item.pid].insert(item.pid);
         }
         found.items.push_back(std::move(item));
     }
 
     [[nodiscard]] static ScanSources sources(const std::shared_ptr<World>& world) {
         ScanSources sources;
-        sources.listeningPorts = [world](int) { return world->listeners; };
         sources.containerOwners = [](int) { return VintrelCore::DockerService::OwnersAnswer{}; };
-        sources.enumerate = [world](const auto&, int) { return world->found; };
-        sources.workingDirectories = [world](const auto&, int) { return world->directories; };
-        sources.processTable = [](int) {
-            return VintrelCore::AncestryResolver::ProcessTable{{77, {.ppid = 1, .label = "shell"}}};
-        };
+        sources.scan = [world](const auto&, int) { return world->found; };
         sources.usedCPU = [](const auto&) { return VintrelCore::CPUSampler::Reading{}; };
         sources.openFiles = [](const auto&, int) { return VintrelCore::OpenFileList{}; };
         sources.kill = [](const auto&, const auto&, int) {

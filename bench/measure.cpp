@@ -1,9 +1,10 @@
 // Compares two programs, run by turns, and prints one row of a table.
 //
-//     bench_measure wall|cpu|memory LABEL TARGET ROUNDS SUBJECT... -- REFERENCE...
+//     bench_measure wall|work|cpu|memory LABEL TARGET ROUNDS SUBJECT... -- REFERENCE...
 //
-// A program may be several, run one after another, with "+" between them. "wall" compares as a ratio; "cpu"
-// (milliseconds) and "memory" (MB) as a difference, and take the program itself without its children.
+// A program may be several, run one after another, with "+" between them. "wall" and "work" (processor time
+// with that of all children) compare as ratios; "cpu" (milliseconds) and "memory" (MB) as differences, and
+// take the program itself without its children.
 #include <algorithm>
 #include <array>
 #include <chrono>
@@ -19,6 +20,7 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/ptrace.h>
+#include <sys/resource.h>
 #include <sys/types.h>
 #include <sys/wait.h>
 #include <time.h>
@@ -92,6 +94,18 @@ double cpu(const Step& step) {
     return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
 }
 
+/// Milliseconds that the program and the children that it waited for were on a processor.
+double work(const Step& step) {
+    int status = 0;
+    rusage used{};
+    ::wait4(start(step), &status, 0, &used);
+    requireSuccess(status, step);
+    const auto milliseconds = [](const timeval& time) {
+        return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_usec) / 1e3;
+    };
+    return milliseconds(used.ru_utime) + milliseconds(used.ru_stime);
+}
+
 double peakMegabytes(pid_t pid) {
     std::ifstream status("/proc/" + std::to_string(pid) + "/status");
     for (std::string line; std::getline(status, line);) {
@@ -136,8 +150,10 @@ struct Quantity {
     bool isRatio;
 };
 
-constexpr auto quantities = std::to_array<Quantity>(
-    {{"wall", wall, "ms", true}, {"cpu", cpu, "ms", false}, {"memory", memory, "MB", false}});
+constexpr auto quantities = std::to_array<Quantity>({{"wall", wall, "ms", true},
+                                                     {"work", work, "ms", true},
+                                                     {"cpu", cpu, "ms", false},
+                                                     {"memory", memory, "MB", false}});
 
 std::vector<Step> stepsOf(std::span<char* const> words) {
     std::vector<Step> steps(1);
@@ -196,8 +212,9 @@ int main(int argc, char** argv) {
                                    : quantities.end();
     constexpr size_t fixedWords = 5;
     if (words.size() <= fixedWords || separator == words.end() || quantity == quantities.end()) {
-        std::fputs("usage: bench_measure wall|cpu|memory LABEL TARGET ROUNDS SUBJECT... -- REFERENCE...\n",
-                   stderr);
+        std::fputs(
+            "usage: bench_measure wall|work|cpu|memory LABEL TARGET ROUNDS SUBJECT... -- REFERENCE...\n",
+            stderr);
         return 2;
     }
     const std::string label = words[2];
