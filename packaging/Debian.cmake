@@ -18,7 +18,6 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
 set(CPACK_DEBIAN_CLI_PACKAGE_NAME vintrel)
-set(CPACK_DEBIAN_CLI_PACKAGE_DEPENDS "lsof, procps")
 set(CPACK_DEBIAN_CLI_PACKAGE_SUGGESTS "docker.io | docker-cli | docker-ce-cli, vintrel-app")
 set(CPACK_COMPONENT_CLI_DESCRIPTION "find stray development processes and end them safely
 Dev servers, test runners, browser helpers and local model servers often run
@@ -32,7 +31,7 @@ This package holds the command line, which needs no desktop.")
 # a session bus the application still scans and shows; it only has no notifications. Links reach it by way of the list of
 # types that desktop-file-utils keeps whenever a launcher comes or goes, and of xdg-open.
 set(CPACK_DEBIAN_APP_PACKAGE_NAME vintrel-app)
-set(CPACK_DEBIAN_APP_PACKAGE_DEPENDS "lsof, procps, vintrel (= ${VINTREL_DEBIAN_VERSION})")
+set(CPACK_DEBIAN_APP_PACKAGE_DEPENDS "vintrel (= ${VINTREL_DEBIAN_VERSION})")
 set(CPACK_DEBIAN_APP_PACKAGE_RECOMMENDS
   "default-dbus-session-bus | dbus-session-bus, desktop-file-utils, qt6-wayland, xdg-utils")
 set(CPACK_DEBIAN_APP_PACKAGE_SUGGESTS "docker.io | docker-cli | docker-ce-cli, xdg-desktop-portal")
