@@ -20,6 +20,7 @@
 #include "VintrelCore/model/ProcessItem.h"
 #include "VintrelCore/platform/Platform.h"
 #include "VintrelCore/scan/Protection.h"
+#include "VintrelCore/scan/Scan.h"
 #include "VintrelCore/scan/ScanCore.h"
 #include "VintrelCore/scan/ScanFaults.h"
 #include "VintrelCore/scan/ScanRules.h"

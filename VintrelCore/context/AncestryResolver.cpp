@@ -48,6 +48,18 @@ ProcessTable processTable(const std::optional<std::string_view>& psOutput) {
     return table;
 }
 
+ProcessTable tableOf(std::span<const Platform::ProcessFacts> processes) {
+    ProcessTable table;
+    table.reserve(processes.size());
+    for (const Platform::ProcessFacts& process : processes) {
+        if (!process.name.empty()) {
+            table.insert_or_assign(process.pid,
+                                   ProcessNode{.ppid = process.ppid, .label = compactLabel(process.name)});
+        }
+    }
+    return table;
+}
+
 std::vector<std::string> ancestorChain(int32_t ofPPID, const ProcessTable& in) {
     std::vector<std::string> labels;
     std::unordered_set<int32_t> visited; // processes may have changed parents while the table was read

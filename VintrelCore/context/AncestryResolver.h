@@ -1,9 +1,11 @@
 #pragma once
 
 #include "VintrelCore/base/Shell.h"
+#include "VintrelCore/platform/Facts.h"
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -34,7 +36,10 @@ struct Entry {
 /// All processes by pid. ps runs only without prepared output; empty when it fails.
 [[nodiscard]] ProcessTable processTable(const std::optional<std::string_view>& psOutput = std::nullopt);
 
-/// The command behind it, for callers that want to be able to stop it.
+/// The same out of the facts of one moment.
+[[nodiscard]] ProcessTable tableOf(std::span<const Platform::ProcessFacts> processes);
+
+/// The command behind `processTable`, for callers that want to be able to stop it.
 [[nodiscard]] Shell::Command psCommand();
 
 /// One line of "pid ppid command"; absent when it is malformed.

@@ -10,6 +10,7 @@
 #include <set>
 #include <span>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -36,6 +37,7 @@ struct ProcessFacts {
 /// Why an answer is missing or not whole.
 struct Shortfall {
     Shell::Fault fault = Shell::Fault::none;
+    std::string source{};      ///< what did not answer: a tool's name, or a place in the file system
     bool metDeadMount = false; ///< a mount does not answer: files there must not be looked at
     bool interrupted = false;  ///< the caller stopped it
 
@@ -92,6 +94,10 @@ public:
 
     /// The file that a process runs, with " (deleted)" behind it when that is gone.
     [[nodiscard]] virtual std::optional<std::string> executable(int32_t pid) = 0;
+
+    /// A variable among those that a process was started with; "" when it is not there, absent when they
+    /// cannot be read.
+    [[nodiscard]] virtual std::optional<std::string> environmentValue(int32_t pid, std::string_view name) = 0;
 
     /// Resident memory in KiB, exactly.
     [[nodiscard]] virtual std::optional<int64_t> residentKB(int32_t pid) = 0;

@@ -92,6 +92,8 @@ struct KernelFacts {
     std::string controlGroup{}; ///< the path of its control group; "" where there are none
     /// It is process 1 of a namespace other than this program's, such as a container's or a sandbox's.
     bool isNamespacesFirst = false;
+    /// It lives in a namespace of processes below this program's, such as a container's or a sandbox's.
+    bool isInInnerNamespace = false;
 };
 
 /// What the snapshot's parent column has to be corrected with.

@@ -4,25 +4,33 @@
 
 namespace VintrelCore {
 
+namespace {
+
+/// Names the script that a package runner runs.
+constexpr std::string_view variableOfRunners = "npm_lifecycle_event";
+
+} // namespace
+
 ProcessLookup ProcessLookup::of(Platform::Facts& facts) {
-    return {.argumentsOf = [&facts](int32_t pid) { return facts.arguments(pid); },
-            .executableOf = [&facts](int32_t pid) { return facts.executable(pid); },
-            .holdsTerminal = facts.kernelView().holdsTerminal,
-            .wasInSnapshot = [](int32_t) { return true; }};
+    return {
+        .argumentsOf = [&facts](int32_t pid) { return facts.arguments(pid); },
+        .executableOf = [&facts](int32_t pid) { return facts.executable(pid); },
+        .runnersScriptOf = [&facts](int32_t pid) { return facts.environmentValue(pid, variableOfRunners); },
+        .holdsTerminal = facts.kernelView().holdsTerminal,
+        .wasInSnapshot = [](int32_t) { return true; }};
 }
 
 ProcessLookup ProcessLookup::since(std::optional<ProcStartTime> began) {
-    return {
-        .argumentsOf = Platform::arguments,
-        .executableOf = Platform::executable,
-        .runnersScriptOf = [](int32_t pid) { return Platform::environmentValue(pid, "npm_lifecycle_event"); },
-        .holdsTerminal = Platform::kernelView().holdsTerminal,
-        .wasInSnapshot =
-            [began](int32_t pid) {
-                // Who was there before the snapshot began, and still is, is whom its line is about.
-                const auto start = Platform::startTime(pid);
-                return start && (!began || *start < *began);
-            }};
+    return {.argumentsOf = Platform::arguments,
+            .executableOf = Platform::executable,
+            .runnersScriptOf = [](int32_t pid) { return Platform::environmentValue(pid, variableOfRunners); },
+            .holdsTerminal = Platform::kernelView().holdsTerminal,
+            .wasInSnapshot =
+                [began](int32_t pid) {
+                    // Who was there before the snapshot began, and still is, is whom its line is about.
+                    const auto start = Platform::startTime(pid);
+                    return start && (!began || *start < *began);
+                }};
 }
 
 std::optional<std::vector<std::string>> ProcessLookup::argumentsInSnapshot(int32_t pid) const {

@@ -3,6 +3,7 @@
 #include "VintrelCore/context/CwdResolver.h"
 #include "VintrelCore/context/SlowMounts.h"
 #include "VintrelCore/model/ProcessItem.h"
+#include "VintrelCore/platform/Platform.h"
 #include "VintrelCore/scan/ScanCore.h"
 
 #include <cstdint>
@@ -46,6 +47,16 @@ struct Protection {
 /// Those of the rows and of what is folded into them that have no entry among `cwds` because they have ended.
 [[nodiscard]] ScanCore::PIDSet endedAmong(std::span<const ProcessItem> items,
                                           const CwdResolver::CwdMap& cwds);
+
+/// Those of the rows and of what is folded into them that belong to another account for certain: their
+/// folders cannot be told. None for root, which can look into all.
+[[nodiscard]] ScanCore::PIDSet ofOtherAccounts(std::span<const ProcessItem> items,
+                                               const Platform::KernelView& kernel);
+
+/// Whether any of the rows, or of what is folded into them, may be this account's own and live: the folders
+/// of those can be told. `ended` and `others` as the functions above give them.
+[[nodiscard]] bool doesAnyOfOnesOwnLive(std::span<const ProcessItem> items, const ScanCore::PIDSet& ended,
+                                        const ScanCore::PIDSet& others);
 
 /// Whether the folder of the row, or of anything folded into it, is unknown, as that of a program with file
 /// capabilities is to its own user. Whether it is protected cannot be told then. What has ended works

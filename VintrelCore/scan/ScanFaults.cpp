@@ -4,38 +4,40 @@ namespace VintrelCore {
 
 namespace {
 
-std::optional<std::string> complaint(const std::string& tool, Shell::Fault fault,
+bool isPlace(const std::string& source) {
+    return source.starts_with('/');
+}
+
+/// A source is a tool that is run, or a place that is read.
+std::optional<std::string> complaint(const std::string& source, Shell::Fault fault,
                                      const std::string& consequence) {
     switch (fault) {
     case Shell::Fault::none:
         return std::nullopt;
     case Shell::Fault::notLaunched:
-        return tool + " could not be run: " + consequence;
+        return source + (isPlace(source) ? " could not be read: " : " could not be run: ") + consequence;
     case Shell::Fault::tooSlow:
-        return tool + " did not answer in time: " + consequence;
+        return source + " did not answer in time: " + consequence;
     case Shell::Fault::broken:
-        return tool + " gave no usable answer: " + consequence;
+        return source + " gave no usable answer: " + consequence;
     }
     return std::nullopt;
 }
 
 } // namespace
 
-std::optional<std::string> complaintAboutPS(const ScanFaults& faults) {
-    return complaint("ps", faults.ps, "no processes are known");
+std::optional<std::string> complaintAboutTable(const ScanFaults& faults) {
+    return complaint(faults.tableSource, faults.table, "no processes are known");
 }
 
-std::optional<std::string> complaintAboutLsof(const ScanFaults& faults) {
-    return complaint("lsof", faults.lsof, "projects and ports are unknown");
-}
-
-void ScanFaults::note(const Lsof::Answer& answer) {
-    note(Platform::Shortfall{.fault = answer.fault, .metDeadMount = answer.metDeadMount});
+std::optional<std::string> complaintAboutDetails(const ScanFaults& faults) {
+    return complaint(faults.detailsSource, faults.details, "projects and ports are unknown");
 }
 
 void ScanFaults::note(const Platform::Shortfall& shortfall) {
-    if (lsof == Shell::Fault::none) {
-        lsof = shortfall.fault;
+    if (details == Shell::Fault::none && shortfall.fault != Shell::Fault::none) {
+        details = shortfall.fault;
+        detailsSource = shortfall.source;
     }
     metDeadMount = metDeadMount || shortfall.metDeadMount;
 }
@@ -45,11 +47,11 @@ std::optional<std::string> reasonNotToClean(const ScanFaults& faults, const Scan
     if (settingsProblem) {
         return *settingsProblem + "; what is protected is unknown, and nothing was ended";
     }
-    if (faults.ps != Shell::Fault::none) {
-        return "without ps, no processes are known; nothing was ended";
+    if (faults.table != Shell::Fault::none) {
+        return "without " + faults.tableSource + ", no processes are known; nothing was ended";
     }
-    if (faults.lsof != Shell::Fault::none) {
-        return "without lsof, what is protected is unknown; nothing was ended";
+    if (faults.details != Shell::Fault::none) {
+        return "without " + faults.detailsSource + ", what is protected is unknown; nothing was ended";
     }
     if (faults.metDeadMount && rules.goByFolders()) {
         return "a mount does not answer; what is protected is unknown, and nothing was ended";

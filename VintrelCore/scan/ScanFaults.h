@@ -1,7 +1,6 @@
 #pragma once
 
 #include "VintrelCore/base/Shell.h"
-#include "VintrelCore/context/Lsof.h"
 #include "VintrelCore/platform/Facts.h"
 #include "VintrelCore/scan/ScanRules.h"
 
@@ -12,24 +11,25 @@ namespace VintrelCore {
 
 /// What a scan could not find out.
 struct ScanFaults {
-    Shell::Fault ps = Shell::Fault::none; ///< nothing is known then
-    Shell::Fault lsof =
-        Shell::Fault::none;      ///< projects or ports are unknown, and with them some of what protects
-    bool metDeadMount = false;   ///< lsof hung at first, and folders that protect could not be looked at
-    bool foldersUnknown = false; ///< lsof named that of no candidate at all
+    Shell::Fault table = Shell::Fault::none; ///< of processes: nothing is known then
+    std::string tableSource = "ps";          ///< where the table comes from
+    /// Projects or ports are unknown, and with them some of what protects.
+    Shell::Fault details = Shell::Fault::none;
+    std::string detailsSource = "lsof"; ///< the first that failed
+    bool metDeadMount = false;   ///< a mount does not answer, and folders that protect could not be looked at
+    bool foldersUnknown = false; ///< lsof named that of no candidate, not even of one's own that live
 
     bool operator==(const ScanFaults&) const = default;
 
-    /// Adds what was wrong with one of lsof's answers.
-    void note(const Lsof::Answer& answer);
+    /// Adds what was wrong with an answer about details.
     void note(const Platform::Shortfall& shortfall);
 };
 
-/// What to tell people about ps, if anything.
-[[nodiscard]] std::optional<std::string> complaintAboutPS(const ScanFaults& faults);
+/// What to tell people about the table of processes, if anything.
+[[nodiscard]] std::optional<std::string> complaintAboutTable(const ScanFaults& faults);
 
-/// What to tell people about lsof, if anything.
-[[nodiscard]] std::optional<std::string> complaintAboutLsof(const ScanFaults& faults);
+/// What to tell people about projects and ports, if anything.
+[[nodiscard]] std::optional<std::string> complaintAboutDetails(const ScanFaults& faults);
 
 /// Why nothing may be swept by these rules: a fact that protects is missing. `settingsProblem` is what is
 /// wrong with the settings, if anything.

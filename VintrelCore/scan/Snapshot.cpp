@@ -1,37 +1,16 @@
 #include "VintrelCore/scan/Snapshot.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace VintrelCore {
 
 Snapshot::Snapshot(Platform::Facts& facts)
-    : m_facts(&facts), m_records(snapshotRecords(facts.processes(), facts.kernelView())) {}
-
-Shell::Fault Snapshot::take(const Shell::Outcome& ps) {
-    if (ps.fault() != Shell::Fault::none) {
-        return ps.fault();
-    }
-    Platform::KernelView view = Platform::kernelView();
-    view.factsOf = [this, factsOf = std::move(view.factsOf)](int32_t pid) {
-        auto facts = factsOf(pid);
-        if (facts) {
-            m_starts.emplace(pid, facts->startTime);
-        }
-        return facts;
-    };
-    m_records = snapshotRecords(ps.output, view);
-    // There is at least ps itself. Text that is not valid comes as none.
-    return ps.output.empty() ? Shell::Fault::broken : Shell::Fault::none;
-}
+    : m_facts(facts), m_records(snapshotRecords(facts.processes(), facts.kernelView())) {}
 
 ScanCore::Candidates Snapshot::candidates(ScanCore::EnumerateOptions options) const {
-    options.startTimeProvider = [this](int32_t pid) { return startTime(pid); };
-    if (m_facts != nullptr) {
-        options.memoryProvider = [this](int32_t pid) { return m_facts->residentKB(pid); };
-    }
-    auto candidates = ScanCore::candidatesIn(
-        m_records, options, m_facts != nullptr ? ProcessLookup::of(*m_facts) : ProcessLookup::since(m_began));
+    options.startTimeProvider = [this](int32_t pid) { return m_facts.startTime(pid); };
+    options.memoryProvider = [this](int32_t pid) { return m_facts.residentKB(pid); };
+    auto candidates = ScanCore::candidatesIn(m_records, options, ProcessLookup::of(m_facts));
     std::erase_if(candidates.items, [](const ProcessItem& item) { return !item.startTime; });
     return candidates;
 }
@@ -45,15 +24,6 @@ std::unordered_map<int32_t, std::string> Snapshot::managersOf(std::span<const Pr
         }
     }
     return managers;
-}
-
-std::optional<ProcStartTime> Snapshot::startTime(int32_t pid) const {
-    if (m_facts != nullptr) {
-        return m_facts->startTime(pid);
-    }
-    const auto known = m_starts.find(pid);
-    const auto start = known != m_starts.end() ? std::optional(known->second) : Platform::startTime(pid);
-    return start && (!m_began || *start < *m_began) ? start : std::nullopt;
 }
 
 } // namespace VintrelCore

@@ -1,16 +1,12 @@
 #pragma once
 
-#include "VintrelCore/base/Shell.h"
-#include "VintrelCore/model/ProcStartTime.h"
 #include "VintrelCore/model/ProcessItem.h"
 #include "VintrelCore/platform/Facts.h"
-#include "VintrelCore/platform/Platform.h"
 #include "VintrelCore/scan/RecordPipeline.h"
 #include "VintrelCore/scan/ScanCore.h"
 #include "VintrelCore/scan/SnapshotRecord.h"
 
 #include <cstdint>
-#include <optional>
 #include <span>
 #include <string>
 #include <unordered_map>
@@ -18,17 +14,11 @@
 
 namespace VintrelCore {
 
-/// The process table of one moment, taken by this program, and the candidates in it.
+/// The process table of one moment, and the candidates in it.
 class Snapshot {
 public:
-    /// To be made before ps is started, where `take` gets its output.
-    Snapshot() = default;
-
-    /// Of a table of facts. Refers to them.
+    /// Refers to the facts.
     explicit Snapshot(Platform::Facts& facts);
-
-    /// Takes over what ps printed (`ScanCore::psCommand`). With a fault, nothing is known.
-    [[nodiscard]] Shell::Fault take(const Shell::Outcome& ps);
 
     /// What `ScanCore::enumerate` finds in this snapshot; `options` need no records and no provider of
     /// anything. Left out are those whose start cannot be had: they are gone, or they started after ps did,
@@ -40,13 +30,8 @@ public:
     managersOf(std::span<const ProcessItem> items) const;
 
 private:
-    [[nodiscard]] std::optional<ProcStartTime> startTime(int32_t pid) const;
-
-    Platform::Facts* m_facts = nullptr;
-    std::optional<ProcStartTime> m_began = Platform::startTimeOfNow();
+    Platform::Facts& m_facts;
     std::vector<SnapshotRecord> m_records;
-    /// The kernel's records are read once: what the parents are corrected with tells the start as well.
-    std::unordered_map<int32_t, ProcStartTime> m_starts;
 };
 
 } // namespace VintrelCore

@@ -21,7 +21,10 @@ Shell::Command with(const std::string& executable, Shell::Command command) {
 }
 
 Platform::Shortfall shortfallOf(const Lsof::Answer& answer) {
-    return {.fault = answer.fault, .metDeadMount = answer.metDeadMount, .interrupted = answer.interrupted};
+    return {.fault = answer.fault,
+            .source = "lsof",
+            .metDeadMount = answer.metDeadMount,
+            .interrupted = answer.interrupted};
 }
 
 /// ps shows a zombie's name in brackets, and says what it is; a living process may call itself so.
@@ -68,7 +71,7 @@ Platform::Shortfall ToolFacts::shortfall() {
 }
 
 void ToolFacts::take(const Shell::Outcome& ps) {
-    m_shortfall = {.fault = ps.fault(), .interrupted = ps.interrupted};
+    m_shortfall = {.fault = ps.fault(), .source = "ps", .interrupted = ps.interrupted};
     const Platform::KernelView kernel = Platform::kernelView();
     std::string_view rest = m_shortfall.fault == Shell::Fault::none ? ps.output : std::string_view();
     while (const auto text = Text::takeLine(rest)) {
@@ -119,6 +122,11 @@ std::optional<std::vector<std::string>> ToolFacts::arguments(int32_t pid) {
 std::optional<std::string> ToolFacts::executable(int32_t pid) {
     auto executable = Platform::executable(pid);
     return startTime(pid) ? std::move(executable) : std::nullopt;
+}
+
+std::optional<std::string> ToolFacts::environmentValue(int32_t pid, std::string_view name) {
+    auto value = Platform::environmentValue(pid, name);
+    return startTime(pid) ? std::move(value) : std::nullopt;
 }
 
 std::optional<int64_t> ToolFacts::residentKB(int32_t pid) {

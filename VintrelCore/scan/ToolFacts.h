@@ -34,6 +34,7 @@ public:
     [[nodiscard]] std::optional<ProcStartTime> startTime(int32_t pid) override;
     [[nodiscard]] std::optional<std::vector<std::string>> arguments(int32_t pid) override;
     [[nodiscard]] std::optional<std::string> executable(int32_t pid) override;
+    [[nodiscard]] std::optional<std::string> environmentValue(int32_t pid, std::string_view name) override;
     [[nodiscard]] std::optional<int64_t> residentKB(int32_t pid) override;
     [[nodiscard]] Platform::Folders folders(std::span<const int32_t> pids) override;
     [[nodiscard]] Platform::Listeners listeners(const std::set<int>& ports,

@@ -24,14 +24,15 @@ namespace {
 
 constexpr uid_t otherAccount = 4'242;
 
-using Sockets = std::vector<ProcFiles::ListeningSocket>;
+using Sockets = std::vector<SocketTables::ListeningSocket>;
 
 bool contains(const std::optional<Sockets>& sockets, int port) {
-    return sockets && std::ranges::find(*sockets, port, &ProcFiles::ListeningSocket::port) != sockets->end();
+    return sockets &&
+           std::ranges::find(*sockets, port, &SocketTables::ListeningSocket::port) != sockets->end();
 }
 
 Sockets sorted(Sockets sockets) {
-    std::ranges::sort(sockets, {}, &ProcFiles::ListeningSocket::inode);
+    std::ranges::sort(sockets, {}, &SocketTables::ListeningSocket::inode);
     return sockets;
 }
 
@@ -118,7 +119,8 @@ TEST(KernelFactsDeathTest, sayThatTheyAreNoneWithoutTheKernelsFolder) {
         }
         const auto facts = Platform::kernelFacts();
         EXPECT_TRUE(facts->processes().empty());
-        EXPECT_EQ(facts->shortfall().fault, Shell::Fault::broken);
+        EXPECT_EQ(facts->shortfall().fault, Shell::Fault::notLaunched);
+        EXPECT_EQ(facts->listeners({5173}, {}).shortfall.fault, Shell::Fault::none) << "the kernel was asked";
         EXPECT_TRUE(facts->listeners({5173}, {}).byPID.empty());
         exitWithVerdict();
     };

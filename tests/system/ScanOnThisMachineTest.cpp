@@ -1,6 +1,7 @@
 // The whole scan, with the real tools and with missing and broken ones.
 #include "VintrelCore/VintrelCore.h"
 #include "VintrelCore/context/Lsof.h"
+#include "VintrelCore/scan/ToolFacts.h"
 #include "tests/support/Process.h"
 #include "tests/support/ScopedEnvironment.h"
 #include "tests/support/Stray.h"
@@ -25,8 +26,16 @@ class ScanOnThisMachine : public ::testing::Test {
 protected:
     ScanOnThisMachine() { m_folder.makeFolder("shop/.git"); }
 
-    [[nodiscard]] CLIScan::World world(bool asksKernel = false) const {
-        return {.home = m_folder.path(), .asksKernel = asksKernel};
+    [[nodiscard]] CLIScan::World world() const { return {.home = m_folder.path()}; }
+
+    /// Where the kernel does not tell.
+    [[nodiscard]] CLIScan::World worldOfTools(const std::string& ps = Platform::psPath(),
+                                              const std::string& lsof = Lsof::path()) const {
+        const auto ask = [ps, lsof](int interrupt) {
+            return std::make_unique<ToolFacts>(
+                ToolFacts::Tools{.ps = ps, .lsof = lsof, .interrupt = interrupt});
+        };
+        return {.facts = ask, .home = m_folder.path()};
     }
 
     [[nodiscard]] bool lists(const CLIScan::Result& result) const {
@@ -42,7 +51,8 @@ protected:
 
 TEST_F(ScanOnThisMachine, findsTheStrayAndItsProject) {
     const auto result = CLIScan::scan({.elapsedThreshold = 0, .protectedProjects = {"~/shop"}}, world());
-    EXPECT_EQ(result.faults, ScanFaults());
+    EXPECT_EQ(complaintAboutTable(result.faults), std::nullopt);
+    EXPECT_EQ(complaintAboutDetails(result.faults), std::nullopt);
     EXPECT_FALSE(result.interrupted);
     ASSERT_TRUE(lists(result));
     EXPECT_EQ(result.cwds.at(m_stray.pid()),
@@ -57,9 +67,10 @@ TEST_F(ScanOnThisMachine, givesTheSameWhetherTheKernelOrTheToolsAreAsked) {
     std::filesystem::remove(m_folder.path() / "shop/gone");
     const ScanRules rules{
         .elapsedThreshold = 0, .ignoredNames = {"nothing @ ~/shop"}, .protectedProjects = {"~/shop"}};
-    auto byTools = CLIScan::scan(rules, world());
-    auto byKernel = CLIScan::scan(rules, world(true));
-    EXPECT_EQ(byKernel.faults, byTools.faults);
+    auto byTools = CLIScan::scan(rules, worldOfTools());
+    auto byKernel = CLIScan::scan(rules, world());
+    EXPECT_EQ(byKernel.faults.table, byTools.faults.table);
+    EXPECT_EQ(byKernel.faults.details, byTools.faults.details);
     EXPECT_EQ(byKernel.protectedPIDs, byTools.protectedPIDs);
     EXPECT_EQ(byKernel.unknownFolderPIDs, byTools.unknownFolderPIDs);
     for (const Stray* stray : std::array<const Stray*, 4>{&m_stray, &listening, &runner, &deleted}) {
@@ -142,23 +153,24 @@ TEST_F(ScanOnThisMachine, aFolderWhoseNameEndsLikeADeletedOneIsItself) {
 
 TEST_F(ScanOnThisMachine, withoutPSNothingIsKnown) {
     for (const char* tool : {"/nowhere/ps", "/bin/false", "/bin/true"}) {
-        const auto result = CLIScan::scan({}, {.ps = tool});
-        EXPECT_NE(result.faults.ps, Shell::Fault::none) << tool;
+        const auto result = CLIScan::scan({}, worldOfTools(tool));
+        EXPECT_NE(result.faults.table, Shell::Fault::none) << tool;
         EXPECT_TRUE(result.items.empty()) << tool;
     }
 }
 
 TEST_F(ScanOnThisMachine, withoutLsofTheCandidatesStandWithoutProjects) {
-    const auto result = CLIScan::scan({.elapsedThreshold = 0}, {.lsof = "/nowhere/lsof"});
-    EXPECT_EQ(result.faults.lsof, Shell::Fault::notLaunched);
-    EXPECT_EQ(result.faults.ps, Shell::Fault::none);
+    const auto result =
+        CLIScan::scan({.elapsedThreshold = 0}, worldOfTools(Platform::psPath(), "/nowhere/lsof"));
+    EXPECT_EQ(result.faults.details, Shell::Fault::notLaunched);
+    EXPECT_EQ(result.faults.table, Shell::Fault::none);
     EXPECT_TRUE(lists(result));
     EXPECT_TRUE(result.cwds.empty());
 }
 
 TEST_F(ScanOnThisMachine, anExitStatusOfLsofIsNoFailure) {
-    const auto result = CLIScan::scan({}, {.lsof = "/bin/false"});
-    EXPECT_EQ(result.faults.lsof, Shell::Fault::none);
+    const auto result = CLIScan::scan({}, worldOfTools(Platform::psPath(), "/bin/false"));
+    EXPECT_EQ(result.faults.details, Shell::Fault::none);
     EXPECT_TRUE(lists(result));
 }
 
@@ -169,7 +181,9 @@ TEST_F(ScanOnThisMachine, anInterruptStopsTheScanAndItsTools) {
     const auto hanging = m_folder.write("hang", "#!/bin/sh\nsleep 60\n");
     std::filesystem::permissions(hanging, std::filesystem::perms::owner_all);
     const auto start = std::chrono::steady_clock::now();
-    const auto result = CLIScan::scan({}, {.ps = hanging, .lsof = hanging, .interrupt = interrupt[0]});
+    auto world = worldOfTools(hanging, hanging);
+    world.interrupt = interrupt[0];
+    const auto result = CLIScan::scan({}, world);
     EXPECT_TRUE(result.interrupted);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3));
     ::close(interrupt[0]);
@@ -183,10 +197,10 @@ TEST_F(ScanOnThisMachine, aHangingLsofIsAskedOnceMoreWithoutBlockingCalls) {
                                                  "sleep 60\n");
     std::filesystem::permissions(lsof, std::filesystem::perms::owner_all);
     const auto start = std::chrono::steady_clock::now();
-    const auto result = CLIScan::scan({}, {.lsof = lsof, .home = m_folder.path()});
+    const auto result = CLIScan::scan({}, worldOfTools(Platform::psPath(), lsof));
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(15))
         << "both missed it together";
-    EXPECT_EQ(result.faults.lsof, Shell::Fault::none);
+    EXPECT_EQ(result.faults.details, Shell::Fault::none);
     ASSERT_TRUE(lists(result));
     EXPECT_EQ(result.cwds.at(m_stray.pid()).fullPath, "~/shop/web");
     EXPECT_EQ(result.cwds.at(m_stray.pid()).label, "web") << "no file is touched while a mount may be dead";
@@ -198,10 +212,30 @@ TEST_F(ScanOnThisMachine, aPidThatWasUsedAgainWhilePSRanIsNotListed) {
                                          "echo \"$! 1 10-00:00:00 ? 0.0 1000 vitest --watch\"\n"
                                          "echo \"$PPID 1 10-00:00:00 ? 0.0 1000 vitest --watch\"\n");
     std::filesystem::permissions(ps, std::filesystem::perms::owner_all);
-    auto world = this->world();
-    world.ps = ps;
-    const auto result = CLIScan::scan({}, world);
-    ASSERT_EQ(result.faults.ps, Shell::Fault::none);
+    const auto result = CLIScan::scan({}, worldOfTools(ps));
+    ASSERT_EQ(result.faults.table, Shell::Fault::none);
     ASSERT_EQ(result.items.size(), 1U) << "only the one that was there before";
     EXPECT_EQ(result.items.front().pid, ::getpid());
+}
+
+TEST_F(ScanOnThisMachine, leavesOutARowForTheUnknownFolderOfWhatLivesAndNotOfWhatEndsMeanwhile) {
+    const std::vector<std::string> runner{"npm test", "--below", "sh",           "-c",
+                                          "vitest",   "--below", "node (vitest)"};
+    const Stray ending({.argv = runner, .cwd = m_folder.makeFolder("elsewhere")});
+    const Stray secretive({.argv = runner, .cwd = m_folder.makeFolder("mine")});
+    // Between ps and the question for folders, the server of one row ends, and the runner of the other.
+    const auto lsof =
+        m_folder.write("lsof", "#!/bin/sh\ncase \"$*\" in *cwd*) kill -9 " +
+                                   std::to_string(ending.pids()[2]) + " " + std::to_string(secretive.pid()) +
+                                   " ;; esac\n" + Lsof::path() + " \"$@\" | grep -v '/mine$'\n");
+    std::filesystem::permissions(lsof, std::filesystem::perms::owner_all);
+    const auto result = CLIScan::scan({.elapsedThreshold = 0, .protectedProjects = {"~/mine"}},
+                                      worldOfTools(Platform::psPath(), lsof));
+    EXPECT_TRUE(result.unknownFolderPIDs.contains(secretive.pid()));
+    EXPECT_FALSE(result.unknownFolderPIDs.contains(ending.pid()));
+    const auto isSwept = [items = CLIEnding::itemsToClean(result)](int32_t pid) {
+        return std::ranges::find(items, pid, &ProcessItem::pid) != items.end();
+    };
+    EXPECT_TRUE(isSwept(ending.pid()));
+    EXPECT_FALSE(isSwept(secretive.pid()));
 }

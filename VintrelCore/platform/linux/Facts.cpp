@@ -2,9 +2,11 @@
 
 #include "VintrelCore/base/Text.h"
 #include "VintrelCore/platform/ProcText.h"
+#include "VintrelCore/platform/SocketTables.h"
 #include "VintrelCore/platform/linux/KernelClock.h"
 #include "VintrelCore/platform/linux/KernelTable.h"
 #include "VintrelCore/platform/linux/ListeningSockets.h"
+#include "VintrelCore/platform/linux/SocketNames.h"
 
 #include <algorithm>
 #include <array>
@@ -46,14 +48,17 @@ std::string typeOf(int folder, const char* number) {
     }
 }
 
-std::unordered_map<uint64_t, int> listenersOn(const std::set<int>& ports) {
+/// Absent when the kernel tells in no way.
+std::optional<std::unordered_map<uint64_t, int>> listenersOn(const std::set<int>& ports) {
     auto sockets = ListeningSockets::dumped();
     if (!sockets) {
         sockets = ListeningSockets::tabled();
     }
+    if (!sockets) {
+        return std::nullopt;
+    }
     std::unordered_map<uint64_t, int> portsByInode;
-    for (const ProcFiles::ListeningSocket& socket :
-         sockets.value_or(std::vector<ProcFiles::ListeningSocket>())) {
+    for (const SocketTables::ListeningSocket& socket : *sockets) {
         if (ports.contains(socket.port)) {
             portsByInode.emplace(socket.inode, socket.port);
         }
@@ -75,7 +80,7 @@ FactsFromKernel::FactsFromKernel() : m_buffer(KernelTable::bufferSize) {
 
 Shortfall FactsFromKernel::shortfall() {
     // This process is there at least.
-    return {.fault = m_processes.empty() ? Shell::Fault::broken : Shell::Fault::none};
+    return {.fault = m_processes.empty() ? Shell::Fault::notLaunched : Shell::Fault::none, .source = "/proc"};
 }
 
 KernelView FactsFromKernel::kernelView() {
@@ -112,7 +117,7 @@ const FactsFromKernel::Held& FactsFromKernel::heldBy(int32_t pid) {
     if (isNew) {
         forEachDescriptor(open(pid), [&held](int, const char*, std::string_view target) {
             held.isMasterOfTerminals = held.isMasterOfTerminals || isMasterOfTerminals(target);
-            if (const auto socket = ProcFiles::parseSocketName(target)) {
+            if (const auto socket = SocketTables::parseDescriptor(target)) {
                 held.sockets.push_back(*socket);
             }
         });
@@ -124,22 +129,39 @@ std::optional<KernelFacts> FactsFromKernel::readFacts(int32_t pid) {
     const FileDescriptor& process = open(pid);
     const auto status = process ? readBelow(process, "status", m_buffer) : std::nullopt;
     const auto userID = status ? ProcFiles::parseUserID(*status) : std::nullopt;
-    const auto cgroups = userID ? readBelow(process, "cgroup", m_buffer) : std::nullopt;
-    if (!cgroups) {
+    if (!userID) {
         return std::nullopt;
     }
     const ProcFiles::Stat& stat = m_stats.at(pid);
-    return KernelFacts{.userID = *userID,
-                       .state = stat.state,
-                       .sessionID = stat.sessionID,
-                       .startTime = KernelClock::timeOfTicks(static_cast<int64_t>(stat.startTicks)),
-                       .controlGroup = ProcFiles::parseControlGroup(*cgroups)};
+    KernelFacts facts{.userID = *userID,
+                      .state = stat.state,
+                      .processGroupID = stat.processGroupID,
+                      .sessionID = stat.sessionID,
+                      .startTime = KernelClock::timeOfTicks(static_cast<int64_t>(stat.startTicks)),
+                      .isNamespacesFirst = ProcFiles::parseIsNamespacesFirst(*status),
+                      .isInInnerNamespace = ProcFiles::parseIsInInnerNamespace(*status)};
+    const auto cgroups = readBelow(process, "cgroup", m_buffer); // takes the place of "status"
+    if (!cgroups) {
+        return std::nullopt;
+    }
+    facts.controlGroup = ProcFiles::parseControlGroup(*cgroups);
+    return facts;
 }
 
 std::optional<int32_t> FactsFromKernel::unitProcess(int32_t pid) {
-    const FileDescriptor& process = open(pid);
-    const auto environment = process ? readBelow(process, "environ", m_buffer) : std::nullopt;
+    const auto environment = readEnvironment(pid);
     return environment ? ProcFiles::parseUnitProcess(*environment) : std::nullopt;
+}
+
+std::optional<std::string_view> FactsFromKernel::readEnvironment(int32_t pid) {
+    const FileDescriptor& process = open(pid);
+    return process ? readBelow(process, "environ", m_buffer) : std::nullopt;
+}
+
+std::optional<std::string> FactsFromKernel::environmentValue(int32_t pid, std::string_view name) {
+    const auto environment = readEnvironment(pid);
+    return environment ? std::optional(std::string(ProcFiles::environmentValue(*environment, name)))
+                       : std::nullopt;
 }
 
 std::optional<ProcStartTime> FactsFromKernel::startTime(int32_t pid) {
@@ -185,7 +207,11 @@ Folders FactsFromKernel::folders(std::span<const int32_t> pids) {
 }
 
 Listeners FactsFromKernel::listeners(const std::set<int>& ports, std::span<const int32_t> candidates) {
-    const PortsByInode portsByInode = listenersOn(ports);
+    const auto found = listenersOn(ports);
+    if (!found) {
+        return {.shortfall = {.fault = Shell::Fault::notLaunched, .source = "/proc/net"}};
+    }
+    const PortsByInode& portsByInode = *found;
     Listeners listeners;
     std::unordered_set<uint64_t> missing;
     for (const auto& [inode, port] : portsByInode) {
@@ -193,8 +219,8 @@ Listeners FactsFromKernel::listeners(const std::set<int>& ports, std::span<const
     }
     const auto lookAt = [&](int32_t pid) {
         for (const uint64_t socket : heldBy(pid).sockets) {
-            if (const auto found = portsByInode.find(socket); found != portsByInode.end()) {
-                listeners.byPID[pid].insert(found->second);
+            if (const auto port = portsByInode.find(socket); port != portsByInode.end()) {
+                listeners.byPID[pid].insert(port->second);
                 missing.erase(socket);
             }
         }
@@ -217,8 +243,14 @@ Listeners FactsFromKernel::listeners(const std::set<int>& ports, std::span<const
 std::vector<OpenDescriptor> FactsFromKernel::openDescriptors(std::span<const int32_t> pids) {
     std::vector<OpenDescriptor> descriptors;
     for (const int32_t pid : pids) {
-        forEachDescriptor(open(pid), [&](int folder, const char* number, std::string_view target) {
-            descriptors.push_back({.type = typeOf(folder, number), .name = std::string(target)});
+        const FileDescriptor& process = open(pid);
+        SocketNames sockets(process);
+        forEachDescriptor(process, [&](int folder, const char* number, std::string_view target) {
+            const auto inode = SocketTables::parseDescriptor(target);
+            auto socket = inode ? sockets.find(*inode) : std::nullopt;
+            descriptors.push_back(
+                socket ? *std::move(socket)
+                       : OpenDescriptor{.type = typeOf(folder, number), .name = std::string(target)});
         });
     }
     return descriptors;

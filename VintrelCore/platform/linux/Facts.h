@@ -23,6 +23,7 @@ public:
     [[nodiscard]] std::optional<ProcStartTime> startTime(int32_t pid) override;
     [[nodiscard]] std::optional<std::vector<std::string>> arguments(int32_t pid) override;
     [[nodiscard]] std::optional<std::string> executable(int32_t pid) override;
+    [[nodiscard]] std::optional<std::string> environmentValue(int32_t pid, std::string_view name) override;
     [[nodiscard]] std::optional<int64_t> residentKB(int32_t pid) override;
     [[nodiscard]] Folders folders(std::span<const int32_t> pids) override;
     [[nodiscard]] Listeners listeners(const std::set<int>& ports,
@@ -43,6 +44,7 @@ private:
     [[nodiscard]] const FileDescriptor& open(int32_t pid);
     [[nodiscard]] const Held& heldBy(int32_t pid);
     [[nodiscard]] std::optional<KernelFacts> readFacts(int32_t pid);
+    [[nodiscard]] std::optional<std::string_view> readEnvironment(int32_t pid);
     [[nodiscard]] std::optional<int32_t> unitProcess(int32_t pid);
 
     ProcFolder m_proc;

@@ -53,7 +53,8 @@ std::optional<KernelFacts> readKernelFacts(int32_t pid) {
                        .sessionID = stat->sessionID,
                        .startTime = timeOf(*stat),
                        .controlGroup = ProcFiles::parseControlGroup(*cgroups),
-                       .isNamespacesFirst = ProcFiles::parseIsNamespacesFirst(*status)};
+                       .isNamespacesFirst = ProcFiles::parseIsNamespacesFirst(*status),
+                       .isInInnerNamespace = ProcFiles::parseIsInInnerNamespace(*status)};
 }
 
 bool isMasterOfTerminals(const std::filesystem::path& file) {

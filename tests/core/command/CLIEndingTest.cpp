@@ -19,19 +19,25 @@ Ending endingOf(int32_t pid, KillOutcome outcome, KillDetail detail, std::vector
     return {.item = itemOf(pid), .result = {.outcome = outcome, .detail = detail, .left = std::move(left)}};
 }
 
+CLIScan::Result scanOf(std::vector<ProcessItem> items) {
+    CLIScan::Result scan;
+    scan.items = std::move(items);
+    return scan;
+}
+
 const CwdResolver::CwdMap inShop{{42, {.label = "shop/web", .fullPath = "~/shop/web"}}};
 
 } // namespace
 
 TEST(ItemToKill, isTheCandidateOfThatPidInAnyBucket) {
-    const CLIScan::Result scan{.items = {itemOf(41), itemOf(42, RiskTier::high)}};
+    const auto scan = scanOf({itemOf(41), itemOf(42, RiskTier::high)});
     const auto item = itemToKill(42, scan);
     ASSERT_TRUE(item);
     EXPECT_EQ(*item, scan.items[1]);
 }
 
 TEST(ItemToKill, aPidThatIsNoCandidateIsRefused) {
-    const auto item = itemToKill(43, {.items = {itemOf(42)}});
+    const auto item = itemToKill(43, scanOf({itemOf(42)}));
     ASSERT_FALSE(item);
     EXPECT_EQ(item.error(), "43 is not among the candidates; nothing was ended");
 }
@@ -40,7 +46,7 @@ TEST(ItemToKill, aFoldedPidIsAnsweredWithItsRow) {
     ProcessItem runner = itemOf(4'242);
     runner.folded = {{.pid = 4'243}, {.pid = 4'244}};
     for (const int32_t pid : {4'243, 4'244}) {
-        const auto item = itemToKill(pid, {.items = {itemOf(7), runner}});
+        const auto item = itemToKill(pid, scanOf({itemOf(7), runner}));
         ASSERT_FALSE(item);
         EXPECT_EQ(item.error(), std::to_string(pid) + " is part of 4242: vintrel kill 4242");
     }
@@ -49,15 +55,15 @@ TEST(ItemToKill, aFoldedPidIsAnsweredWithItsRow) {
 TEST(ItemToKill, aRowOfItsOwnGoesBeforeARowItIsFoldedInto) {
     ProcessItem runner = itemOf(41);
     runner.folded = {{.pid = 42}};
-    const auto item = itemToKill(42, {.items = {runner, itemOf(42)}});
+    const auto item = itemToKill(42, scanOf({runner, itemOf(42)}));
     ASSERT_TRUE(item);
     EXPECT_EQ(item->pid, 42);
 }
 
 TEST(ItemsToClean, areTheSafeOnesThatAreNotProtectedInOrder) {
-    const CLIScan::Result scan{.items = {itemOf(1'001), itemOf(1'002, RiskTier::high), itemOf(1'003),
-                                         itemOf(1'004, RiskTier::high), itemOf(1'005)},
-                               .protectedPIDs = {1'003}};
+    auto scan = scanOf({itemOf(1'001), itemOf(1'002, RiskTier::high), itemOf(1'003),
+                        itemOf(1'004, RiskTier::high), itemOf(1'005)});
+    scan.protectedPIDs = {1'003};
     const auto items = itemsToClean(scan);
     ASSERT_EQ(items.size(), 2U);
     EXPECT_EQ(items[0].pid, 1'001);
@@ -65,8 +71,8 @@ TEST(ItemsToClean, areTheSafeOnesThatAreNotProtectedInOrder) {
 }
 
 TEST(ItemsToClean, leaveOutAndNameThoseWhoseFolderWouldHaveToBeKnown) {
-    const CLIScan::Result scan{.items = {itemOf(1'001), itemOf(1'002), itemOf(1'003, RiskTier::high)},
-                               .unknownFolderPIDs = {1'002, 1'003}};
+    auto scan = scanOf({itemOf(1'001), itemOf(1'002), itemOf(1'003, RiskTier::high)});
+    scan.unknownFolderPIDs = {1'002, 1'003};
     const auto items = itemsToClean(scan);
     ASSERT_EQ(items.size(), 1U);
     EXPECT_EQ(items[0].pid, 1'001);
@@ -77,9 +83,9 @@ TEST(ItemsToClean, leaveOutAndNameThoseWhoseFolderWouldHaveToBeKnown) {
 
 TEST(ReasonNotToClean, isThatAFactThatProtectsIsMissing) {
     EXPECT_EQ(reasonNotToClean({}, {}, std::nullopt), std::nullopt);
-    EXPECT_EQ(reasonNotToClean({.ps = Shell::Fault::broken}, {}, std::nullopt),
+    EXPECT_EQ(reasonNotToClean({.table = Shell::Fault::broken}, {}, std::nullopt),
               "without ps, no processes are known; nothing was ended");
-    EXPECT_EQ(reasonNotToClean({.lsof = Shell::Fault::tooSlow}, {}, std::nullopt),
+    EXPECT_EQ(reasonNotToClean({.details = Shell::Fault::tooSlow}, {}, std::nullopt),
               "without lsof, what is protected is unknown; nothing was ended");
     EXPECT_EQ(reasonNotToClean({}, {}, "the settings in /x are damaged"),
               "the settings in /x are damaged; what is protected is unknown, and nothing was ended");

@@ -1,3 +1,3 @@
 vintrel_test(pipeline_tests
-  SOURCES EnumerationFiltersTest.cpp EnumerationTest.cpp IgnoreRuleTest.cpp NamedOnlyTest.cpp
+  SOURCES EnumerationFiltersTest.cpp EnumerationTest.cpp IgnoreRuleTest.cpp NamedOnlyTest.cpp ScanTest.cpp
     WrapperCollapseTest.cpp)
