@@ -4,10 +4,10 @@
 #include "cli/Output.h"
 
 bool isUsable(const VintrelCore::CLIScan::Result& scan) {
-    const auto complaint = complaintAboutPS(scan.faults);
+    const auto complaint = complaintAboutTable(scan.faults);
     if (complaint) {
         Output::complain(*complaint);
-    } else if (const auto lesser = complaintAboutLsof(scan.faults)) {
+    } else if (const auto lesser = complaintAboutDetails(scan.faults)) {
         Output::complain(*lesser);
     }
     return !complaint;

@@ -7,16 +7,16 @@ namespace Vintrel {
 /// Something that went wrong and that the user should know of.
 struct Problem {
     enum class Source {
-        ps,         ///< no processes are known; what is shown is from before
-        lsof,       ///< projects or ports are unknown
+        processes,  ///< no processes are known; what is shown is from before
+        details,    ///< projects or ports are unknown
         mount,      ///< a mount does not answer, and what is protected is not known
         containers, ///< there is a client, but its engine does not answer, or not to this account
         settings,   ///< they could not be read, or not be written
         cleanLog,   ///< it could not be written
     };
 
-    Source source = Source::ps;
-    std::string text; ///< a sentence without an end: "lsof could not be run: projects and ports are unknown"
+    Source source = Source::processes;
+    std::string text; ///< a sentence without an end: "/proc could not be read: no processes are known"
 
     bool operator==(const Problem&) const = default;
 };

@@ -57,6 +57,7 @@ ScanEngine::ScanEngine(UserNotifications& notifications, ScanSources sources, QO
     : QObject(parent),
       m_notifications(notifications),
       m_sources(std::move(sources)),
+      m_containers(m_sources.containerOwners),
       m_cleanLog(CleanLogFile::defaultURL(), CleanLogFile::retentionCap) {
     Preferences::removeLeftovers();
     Preferences::Loaded loaded = Preferences::load();
@@ -65,6 +66,13 @@ ScanEngine::ScanEngine(UserNotifications& notifications, ScanSources sources, QO
     m_protectedFolders.setEntries(m_preferences.protectedProjects);
     updateProblems();
     connect(&m_cleanLog, &CleanLogStore::eventsChanged, this, &ScanEngine::updateProblems);
+    connect(&m_containers, &ContainerOwners::changed, this, [this] {
+        const QPointer<ScanEngine> self(this);
+        emit changed(Field::containerOwners);
+        if (self) {
+            updateProblems();
+        }
+    });
     connect(&m_timer, &QTimer::timeout, this, &ScanEngine::scan);
     startTimer();
 }
@@ -84,15 +92,16 @@ void ScanEngine::scan() {
     m_endedDuringScan.clear();
     m_protectedFolders.followLinks();
     publish(m_isScanning, true, Field::isScanning);
-    const ScanCycle::Inputs inputs{.rules = rules(),
-                                   .ignores = SortedIgnores::parse(m_preferences.ignoredNames),
-                                   .dismissedPIDs = m_dismissedPIDs,
-                                   .home = m_protectedFolders.protection().home};
-    const auto work = [inputs, sources = m_sources](int interrupt) {
-        return ScanCycle::run(inputs, sources, interrupt);
+    const Scan::Inputs inputs{
+        .rules = rules(), .dismissedPIDs = m_dismissedPIDs, .home = m_protectedFolders.protection().home};
+    const auto work = [inputs, scan = m_sources.scan, usedCPU = m_sources.usedCPU](int interrupt) {
+        Scan::Result result = scan(inputs, interrupt);
+        CPUSampler::Reading used = usedCPU(result.items);
+        return std::pair(std::move(result), std::move(used));
     };
-    Background::shared().run(this, work,
-                             [this](ScanCycle::Results results) { finishScan(std::move(results)); });
+    Background::shared().run(this, work, [this](std::pair<Scan::Result, CPUSampler::Reading> found) {
+        finishScan(std::move(found.first), found.second);
+    });
 }
 
 ScanRules ScanEngine::rules() const {
@@ -111,14 +120,13 @@ void ScanEngine::publish(Value& current, Value value, Field field) {
     }
 }
 
-void ScanEngine::finishScan(ScanCycle::Results results) {
+void ScanEngine::finishScan(Scan::Result result, const CPUSampler::Reading& usedCPU) {
     const QPointer<ScanEngine> self(this);
-    if (results.faults.ps == Shell::Fault::none) {
+    if (result.faults.table == Shell::Fault::none) {
         m_hasScanned = true;
-        publishResults(std::move(results));
+        publishResult(std::move(result), usedCPU);
     } else { // nothing was found out; what was known before may still hold
-        m_found.faults = results.faults;
-        m_found.containerEngine = results.containerEngine;
+        m_found.faults = result.faults;
         concludeScan();
     }
     while (self && !m_afterFirstScan.empty()) {
@@ -128,22 +136,29 @@ void ScanEngine::finishScan(ScanCycle::Results results) {
     }
 }
 
-void ScanEngine::publishResults(ScanCycle::Results results) {
-    dropWhatIsGone(results.items);
+void ScanEngine::publishResult(Scan::Result result, const CPUSampler::Reading& usedCPU) {
+    dropWhatIsGone(result.items);
     std::optional<PIDSet> previousPIDs = PIDSet();
-    std::ranges::transform(results.items, std::inserter(*previousPIDs, previousPIDs->end()),
+    std::ranges::transform(result.items, std::inserter(*previousPIDs, previousPIDs->end()),
                            &ProcessItem::pid);
     previousPIDs.swap(m_previousPIDs);
-    const Items newItems = results.items; // observers may dismiss some of them
+    const Items newItems = result.items; // observers may dismiss some of them
     const Items oldItems = m_found.items;
     const QPointer<ScanEngine> self(this);
-    for (const Field field : adopt(std::move(results))) {
+    const std::vector<Field> fields = adopt(std::move(result));
+    m_containers.update(m_found.mayHoldContainers);
+    if (!self) {
+        return; // an observer ended the engine
+    }
+    for (const Field field : fields) {
         emit changed(field);
         if (!self) {
-            return; // an observer ended the engine
+            return;
         }
     }
-    m_scanHistory = m_scanHistory.recording(m_cpuSampler.observe(newItems, m_found.usedCPU));
+    if (m_cpuSampler.isDue(usedCPU)) {
+        m_scanHistory = m_scanHistory.recording(m_cpuSampler.observe(newItems, usedCPU));
+    }
     forgetOpenFilesOfOthers(oldItems);
     if (!self || !concludeScan()) {
         return;
@@ -167,21 +182,20 @@ bool ScanEngine::concludeScan() {
 
 /// Takes all of it over before anybody is told of any of it: who acts on new items must find what is known of
 /// them. What has changed, in the order in which it is to be told.
-std::vector<ScanEngine::Field> ScanEngine::adopt(ScanCycle::Results results) {
+std::vector<ScanEngine::Field> ScanEngine::adopt(Scan::Result result) {
     std::vector<Field> fields;
     const auto note = [&fields](const auto& before, const auto& after, Field field) {
         if (before != after) {
             fields.push_back(field);
         }
     };
-    note(m_found.items, results.items, Field::items);
-    note(m_found.listeningPorts, results.listeningPorts, Field::listeningPorts);
-    note(m_found.containerOwners, results.containerOwners, Field::containerOwners);
-    note(m_found.cwds, results.cwds, Field::cwds);
-    note(m_found.processTable, results.processTable, Field::processTable);
-    note(m_found.managers, results.managers, Field::managers);
-    note(m_found.namedOnly, results.namedOnly, Field::namedOnly);
-    m_found = std::move(results);
+    note(m_found.items, result.items, Field::items);
+    note(m_found.listeningPorts, result.listeningPorts, Field::listeningPorts);
+    note(m_found.cwds, result.cwds, Field::cwds);
+    note(m_found.processTable, result.processTable, Field::processTable);
+    note(m_found.managers, result.managers, Field::managers);
+    note(m_found.namedOnly, result.namedOnly, Field::namedOnly);
+    m_found = std::move(result);
     return fields;
 }
 
@@ -200,15 +214,16 @@ void ScanEngine::updateProblems() {
             problems.push_back({.source = source, .text = *std::move(text)});
         }
     };
-    add(Problem::Source::ps, complaintAboutPS(faults));
-    add(Problem::Source::lsof, complaintAboutLsof(faults));
+    add(Problem::Source::processes, complaintAboutTable(faults));
+    add(Problem::Source::details, complaintAboutDetails(faults));
     if (faults.metDeadMount && rules().goByFolders()) {
         add(Problem::Source::mount, "a mount does not answer: what is protected is unknown");
     }
-    if (faults.lsof == Shell::Fault::none && faults.foldersUnknown && rules().goByFolders()) {
-        add(Problem::Source::lsof, "no working directory could be found out: what is protected is unknown");
+    if (faults.details == Shell::Fault::none && faults.foldersUnknown && rules().goByFolders()) {
+        add(Problem::Source::details,
+            "no working directory could be found out: what is protected is unknown");
     }
-    add(Problem::Source::containers, complaintAbout(m_found.containerEngine));
+    add(Problem::Source::containers, complaintAbout(m_containers.engine()));
     add(Problem::Source::settings, m_settingsProblem);
     if (!m_unsavedPreferences.empty()) {
         add(Problem::Source::settings, "the settings could not be written");
@@ -343,15 +358,16 @@ void ScanEngine::clean(const Items& items, const CleanCompletion& completion) {
 void ScanEngine::end(const Items& items,
                      const std::function<void(const KillService::Outcomes&)>& completion) {
     m_ending.insert(m_ending.end(), items.begin(), items.end());
-    KillService::kill(
-        items, m_found.containerOwners, this,
-        [this, items, cwds = m_found.cwds, completion](const KillService::Outcomes& outcomes) {
-            record(items, outcomes, cwds);
-            std::erase_if(m_ending, [&items](const Item& item) { return contains(items, item); });
-            scan();
-            completion(outcomes);
-        },
-        m_sources.kill);
+    const auto finish = [this, items, cwds = m_found.cwds, completion](const auto& outcomes) {
+        record(items, outcomes, cwds);
+        std::erase_if(m_ending, [&items](const Item& item) { return contains(items, item); });
+        scan();
+        completion(outcomes);
+    };
+    // A container's process is not to be ended like any other while its container is still being asked for.
+    m_containers.whenKnown([this, items, finish] {
+        KillService::kill(items, m_containers.owners(), this, finish, m_sources.kill);
+    });
 }
 
 void ScanEngine::cleanAllSafe(const std::function<void(const CleanSummary&)>& completion) {

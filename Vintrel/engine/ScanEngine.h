@@ -2,12 +2,12 @@
 
 #include "Vintrel/engine/CleanLogStore.h"
 #include "Vintrel/engine/CleanSummary.h"
+#include "Vintrel/engine/ContainerOwners.h"
 #include "Vintrel/engine/EngineField.h"
 #include "Vintrel/engine/KillService.h"
 #include "Vintrel/engine/Preferences.h"
 #include "Vintrel/engine/Problem.h"
 #include "Vintrel/engine/ProtectedFolders.h"
-#include "Vintrel/engine/ScanCycle.h"
 #include "Vintrel/engine/ScanSources.h"
 #include "Vintrel/engine/UserNotifications.h"
 #include "VintrelCore/command/URLScheme.h"
@@ -48,7 +48,7 @@ public:
 
     [[nodiscard]] const auto& listeningPorts() const { return m_found.listeningPorts; }
 
-    [[nodiscard]] const auto& containerOwners() const { return m_found.containerOwners; }
+    [[nodiscard]] const auto& containerOwners() const { return m_containers.owners(); }
 
     [[nodiscard]] const auto& cwds() const { return m_found.cwds; }
 
@@ -59,7 +59,6 @@ public:
 
     /// By pid, the unit or the program that looks after a candidate.
     [[nodiscard]] const auto& managers() const { return m_found.managers; }
-
     [[nodiscard]] const auto& namedOnly() const { return m_found.namedOnly; }
 
     /// What is wrong at the moment.
@@ -156,9 +155,9 @@ private:
     void publish(Value& current, Value value, Field field);
 
     void startTimer();
-    void finishScan(ScanCycle::Results results);
-    void publishResults(ScanCycle::Results results);
-    std::vector<Field> adopt(ScanCycle::Results results);
+    void finishScan(VintrelCore::Scan::Result result, const VintrelCore::CPUSampler::Reading& usedCPU);
+    void publishResult(VintrelCore::Scan::Result result, const VintrelCore::CPUSampler::Reading& usedCPU);
+    std::vector<Field> adopt(VintrelCore::Scan::Result result);
     bool concludeScan();
     void dropWhatIsGone(Items& items) const;
     void forgetOpenFilesOfOthers(const Items& oldItems);
@@ -176,7 +175,8 @@ private:
 
     UserNotifications& m_notifications;
     ScanSources m_sources;
-    ScanCycle::Results m_found;
+    VintrelCore::Scan::Result m_found;
+    ContainerOwners m_containers;
     bool m_isScanning = false;
     bool m_isToRestore = false;
     std::unordered_map<int32_t, VintrelCore::OpenFileList> m_openFiles;

@@ -63,7 +63,7 @@ void StraysModel::follow(EngineField field) {
 
 /// Whether the last scan could not find out which processes there are.
 bool StraysModel::hasNoProcesses() const {
-    return std::ranges::find(m_engine.problems(), Problem::Source::ps, &Problem::source) !=
+    return std::ranges::find(m_engine.problems(), Problem::Source::processes, &Problem::source) !=
            m_engine.problems().end();
 }
 

@@ -11,6 +11,8 @@
 //   --zombie    it has ended, and the adopter does not look after it
 //   --ignores-term  it does not end when it is asked to
 //   --hosts-terminal  it holds a terminal's other side, as a terminal's window does
+//   --secretive  it keeps the right to look into other processes, and nothing without that right can look
+//   into it
 // ARGV may hold the words --below and --worker: what follows is the command line of a child of the process
 // before it. A worker ends with its parent, as those of test runners do. Its pid is printed on a line; then
 // the program waits for the end of its standard input if it has something to keep (the adopter, the open
@@ -24,6 +26,7 @@
 
 #include <arpa/inet.h>
 #include <fcntl.h>
+#include <linux/capability.h>
 #include <netinet/in.h>
 #include <signal.h>
 #include <sys/ioctl.h>
@@ -43,6 +46,7 @@ struct Options {
     bool zombie = false;
     bool ignoresTerm = false;
     bool hostsTerminal = false;
+    bool secretive = false;
     std::string terminal;
     std::string cwd;
     int port = 0;
@@ -77,6 +81,8 @@ Options parse(int argc, char** argv) {
             options.ignoresTerm = true;
         } else if (word == "--hosts-terminal") {
             options.hostsTerminal = true;
+        } else if (word == "--secretive") {
+            options.secretive = true;
         } else if (word == "--terminal") {
             options.terminal = value();
         } else if (word == "--cwd") {
@@ -168,6 +174,9 @@ char** endOfCommand(char** argv) {
     }
     if (options.ignoresTerm) {
         ::signal(SIGTERM, SIG_IGN);
+    }
+    if (!options.secretive) {
+        ::prctl(PR_CAPBSET_DROP, CAP_SYS_PTRACE); // who is to look into it needs no less than it has
     }
     ::signal(SIGHUP, SIG_IGN); // as nohup does it: what the terminal sends at its end may come at once
     ::setenv(idleVariable, options.zombie ? "0" : options.lifetime.c_str(), 1);

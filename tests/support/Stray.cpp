@@ -34,6 +34,7 @@ ProcessOptions starterOf(const StrayOptions& options) {
     add(options.zombie, {"--zombie"});
     add(options.ignoresTerm, {"--ignores-term"});
     add(options.hostsTerminal, {"--hosts-terminal"});
+    add(options.secretive, {"--secretive"});
     add(!options.terminal.empty(), {"--terminal", options.terminal});
     argv.emplace_back("--");
     argv.insert(argv.end(), options.argv.begin(), options.argv.end());

@@ -20,6 +20,8 @@ struct StrayOptions {
     bool zombie = false;        ///< it has ended, and its adopter does not look after it
     bool ignoresTerm = false;   ///< it does not end when it is asked to
     bool hostsTerminal = false; ///< it holds a terminal's other side, as a terminal's window does
+    /// Its folder cannot be told by a program that may not look into every process.
+    bool secretive = false;
     std::string terminal{};     ///< "open" or "closed": it had a terminal
     /// What it runs, made when it is missing; "" for the helper itself.
     std::filesystem::path program{};

@@ -44,27 +44,27 @@ protected:
 
 TEST_F(EngineCleanRefusal, withoutKnownListeners) {
     for (const auto fault : {Shell::Fault::notLaunched, Shell::Fault::tooSlow, Shell::Fault::broken}) {
-        world->listeners.answer.fault = fault;
+        world->found.faults.details = fault;
         scan({safeItem(1)});
         expectRefusal(withoutLsof());
-        EXPECT_TRUE(hasProblem(Problem::Source::lsof));
+        EXPECT_TRUE(hasProblem(Problem::Source::details));
         waitForScan();
     }
 }
 
 TEST_F(EngineCleanRefusal, withoutKnownDirectories) {
     for (const auto fault : {Shell::Fault::notLaunched, Shell::Fault::tooSlow, Shell::Fault::broken}) {
-        world->directories.answer.fault = fault;
+        world->found.faults.details = fault;
         scan({safeItem(1)});
         expectRefusal(withoutLsof());
-        EXPECT_TRUE(hasProblem(Problem::Source::lsof));
+        EXPECT_TRUE(hasProblem(Problem::Source::details));
         waitForScan();
     }
 }
 
 TEST_F(EngineCleanRefusal, withADeadMountAndProtectedProjects) {
     engine().setProtectedProjects({"~/work"});
-    world->listeners.answer.metDeadMount = true;
+    world->found.faults.metDeadMount = true;
     scan({safeItem(1)});
     expectRefusal(deadMount());
     EXPECT_TRUE(hasProblem(Problem::Source::mount));
@@ -72,7 +72,7 @@ TEST_F(EngineCleanRefusal, withADeadMountAndProtectedProjects) {
 
 TEST_F(EngineCleanRefusal, withADeadMountAndIgnoreRulesForFolders) {
     engine().setIgnoredNames({"bun @ ~/work"});
-    world->directories.answer.metDeadMount = true;
+    world->found.faults.metDeadMount = true;
     scan({safeItem(1)});
     expectRefusal(deadMount());
     EXPECT_TRUE(hasProblem(Problem::Source::mount));
@@ -80,15 +80,15 @@ TEST_F(EngineCleanRefusal, withADeadMountAndIgnoreRulesForFolders) {
 
 TEST_F(EngineCleanRefusal, notWithADeadMountThatNoRuleGoesBy) {
     engine().setIgnoredNames({"bun"});
-    world->listeners.answer.metDeadMount = true;
-    world->directories.answer.metDeadMount = true;
+    world->found.faults.metDeadMount = true;
+    world->found.faults.metDeadMount = true;
     scan({safeItem(1)});
     expectNoRefusal();
 }
 
 TEST_F(EngineCleanRefusal, withRulesForFoldersThatAreNewerThanTheDeadMount) {
-    world->listeners.answer.metDeadMount = true;
-    world->directories.answer.metDeadMount = true;
+    world->found.faults.metDeadMount = true;
+    world->found.faults.metDeadMount = true;
     scan({safeItem(1)});
     engine().setProtectedProjects({"~/work"});
     CleanOutcome outcome;
@@ -100,15 +100,16 @@ TEST_F(EngineCleanRefusal, withRulesForFoldersThatAreNewerThanTheDeadMount) {
 
 TEST_F(EngineCleanRefusal, whenRulesGoByFoldersAndNoneIsKnown) {
     engine().setProtectedProjects({"~/work"});
+    world->found.faults.foldersUnknown = true;
     scan({safeItem(1), safeItem(2)});
     const auto reason = engine().reasonNotToClean();
     ASSERT_TRUE(reason);
     expectRefusal(*reason);
-    EXPECT_TRUE(hasProblem(Problem::Source::lsof));
+    EXPECT_TRUE(hasProblem(Problem::Source::details));
     waitForScan();
-    world->directories.cwds = {{2, cwdOf("~/elsewhere")}};
+    world->found.faults.foldersUnknown = false;
     scan();
-    EXPECT_EQ(engine().reasonNotToClean(), std::nullopt) << "one is, and so lsof can see";
+    EXPECT_EQ(engine().reasonNotToClean(), std::nullopt);
     EXPECT_TRUE(engine().problems().empty());
 }
 
@@ -121,14 +122,14 @@ TEST_F(EngineCleanRefusal, notWhenRulesGoByFoldersAndThereIsNobody) {
 
 TEST_F(EngineCleanRefusal, withoutAProcessTable) {
     scan({safeItem(1)});
-    world->candidates.fault = Shell::Fault::tooSlow;
+    world->found.faults.table = Shell::Fault::tooSlow;
     scan(std::vector<ProcessItem>{});
     expectRefusal("without ps, no processes are known; nothing was ended");
-    EXPECT_TRUE(hasProblem(Problem::Source::ps));
+    EXPECT_TRUE(hasProblem(Problem::Source::processes));
 }
 
 TEST_F(EngineCleanRefusal, withoutAProcessTableInTheFirstScanThatItWaitsFor) {
-    world->candidates.fault = Shell::Fault::notLaunched;
+    world->found.faults.table = Shell::Fault::notLaunched;
     CleanOutcome outcome;
     engine().cleanAllSafe(outcome.taker());
     ASSERT_TRUE(outcome.wait());
@@ -149,7 +150,7 @@ TEST_F(EngineCleanRefusal, withSettingsThatCannotBeRead) {
 
 TEST_F(EngineCleanRefusal, withSettingsThatCannotBeReadEvenBeforeAnyScan) {
     settings().write("[General]\nprotectedProjects=\"~/shop\n");
-    world->candidates.items = {safeItem(1)};
+    world->found.items = {safeItem(1)};
     CleanOutcome outcome;
     engine().cleanAllSafe(outcome.taker());
     ASSERT_TRUE(outcome.wait());
@@ -159,7 +160,7 @@ TEST_F(EngineCleanRefusal, withSettingsThatCannotBeReadEvenBeforeAnyScan) {
 
 TEST_F(EngineCleanRefusal, lastsUntilWhatIsProtectedIsSetAgain) {
     settings().write("[General]\nprotectedProjects=\"~/shop\n");
-    world->directories.cwds = {{1, cwdOf("~/elsewhere")}};
+    world->found.cwds = {{1, cwdOf("~/elsewhere")}};
     scan({safeItem(1)});
     engine().setElapsedThreshold(5);
     EXPECT_NE(engine().reasonNotToClean(), std::nullopt) << "that does not say what is protected";
@@ -169,20 +170,20 @@ TEST_F(EngineCleanRefusal, lastsUntilWhatIsProtectedIsSetAgain) {
 }
 
 TEST_F(EngineCleanRefusal, endsWhenTheNextScanKnowsEverything) {
-    world->listeners.answer.fault = Shell::Fault::tooSlow;
-    world->directories.answer.fault = Shell::Fault::tooSlow;
+    world->found.faults.details = Shell::Fault::tooSlow;
+    world->found.faults.details = Shell::Fault::tooSlow;
     scan({safeItem(1)});
     expectRefusal(withoutLsof());
     waitForScan();
-    world->listeners.answer.fault = Shell::Fault::none;
-    world->directories.answer.fault = Shell::Fault::none;
+    world->found.faults.details = Shell::Fault::none;
+    world->found.faults.details = Shell::Fault::none;
     scan();
     EXPECT_TRUE(engine().problems().empty());
     expectNoRefusal();
 }
 
 TEST_F(EngineCleanRefusal, aRowMayStillBeEnded) {
-    world->listeners.answer.fault = Shell::Fault::tooSlow;
+    world->found.faults.details = Shell::Fault::tooSlow;
     scan({safeItem(1)});
     int ended = 0;
     engine().kill(safeItem(1),

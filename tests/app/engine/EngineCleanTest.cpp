@@ -24,9 +24,9 @@ protected:
 
 TEST_F(EngineClean, endsExactlyTheSweepableItemsAtOnce) {
     world->owners.owners = {{3, "shop-db"}};
-    world->directories.cwds = {{4, cwdOf("~/work/shop")}};
+    world->found.cwds = {{4, cwdOf("~/work/shop")}};
     for (const int32_t pid : {1, 3, 10, 11}) {
-        world->directories.cwds[pid] = cwdOf("~/elsewhere");
+        world->found.cwds[pid] = cwdOf("~/elsewhere");
     }
     engine().setProtectedProjects({"~/work"});
     scan({safeItem(3), reviewItem(2), safeItem(1), safeItem(4), runnerItem(10, {11})});
@@ -55,7 +55,7 @@ TEST_F(EngineClean, recordsWhatHasEnded) {
     ProcessItem custom = safeItem(2);
     custom.kind = ProcessKind::custom;
     custom.customLabel = "My agent";
-    world->directories.cwds = {{1, {.label = "shop/web", .fullPath = "~/work/shop/web"}}};
+    world->found.cwds = {{1, {.label = "shop/web", .fullPath = "~/work/shop/web"}}};
     world->killResults = {{3, {KillOutcome::notKilled, KillDetail::notPermitted, {3}}}};
     scan({safeItem(1), custom, safeItem(3)});
     world->now = VintrelCore::Instant(std::chrono::seconds(1'712'345'678));
@@ -89,7 +89,7 @@ TEST_F(EngineClean, hasRecordedAndScansWhenItIsTold) {
 TEST_F(EngineClean, theScanAfterItShowsWhatIsLeft) {
     world->killResults = {{2, {KillOutcome::notKilled, KillDetail::notPermitted, {2}}}};
     scan({safeItem(1), safeItem(2)});
-    world->candidates.items = {safeItem(2)};
+    world->found.items = {safeItem(2)};
     engine().cleanAllSafe(outcome.taker());
     ASSERT_TRUE(outcome.wait());
     waitForScan();
@@ -106,7 +106,7 @@ TEST_F(EngineClean, withNothingToSweepIsEmpty) {
 }
 
 TEST_F(EngineClean, beforeAnyScanScansFirst) {
-    world->candidates.items = {safeItem(1), reviewItem(2)};
+    world->found.items = {safeItem(1), reviewItem(2)};
     engine().cleanAllSafe(outcome.taker());
     EXPECT_TRUE(engine().isScanning());
     EXPECT_TRUE(world->killings.empty());
@@ -131,7 +131,7 @@ TEST_F(EngineClean, duringTheFirstScanWaitsForIt) {
 
 TEST_F(EngineClean, everyoneWhoAskedBeforeTheFirstScanIsTold) {
     CleanOutcome another;
-    world->candidates.items = {safeItem(1)};
+    world->found.items = {safeItem(1)};
     engine().cleanAllSafe(outcome.taker());
     engine().cleanAllSafe(another.taker());
     ASSERT_TRUE(outcome.wait());
@@ -182,12 +182,12 @@ TEST_F(EngineClean, whatEndedIsNotShownByAScanThatWasUnderWay) {
 }
 
 TEST_F(EngineClean, recordsTheProjectThatWasKnownWhenItBegan) {
-    world->directories.cwds = {{1, cwdOf("~/work/shop")}};
+    world->found.cwds = {{1, cwdOf("~/work/shop")}};
     scan({safeItem(1)});
     world.killGate().close();
     engine().cleanAllSafe(outcome.taker());
     ASSERT_TRUE(spinUntil([this] { return world.killGate().arrivals() == 1; }));
-    world->directories.cwds.clear();
+    world->found.cwds.clear();
     scan(std::vector<ProcessItem>{}); // it has ended by now, and nothing is known of it any more
     world.killGate().open();
     ASSERT_TRUE(outcome.wait());

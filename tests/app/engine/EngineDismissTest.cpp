@@ -31,7 +31,7 @@ TEST_F(EngineDismiss, hidesInEveryLaterScan) {
     for (int round = 0; round < 3; ++round) {
         scan(); // the process runs on
         EXPECT_EQ(pidsOf(engine().items()), PIDs{2});
-        EXPECT_EQ(world->enumerations.back().dismissedPIDs, PIDSet{1});
+        EXPECT_EQ(world->scans.back().dismissedPIDs, PIDSet{1});
     }
 }
 
@@ -58,7 +58,7 @@ TEST_F(EngineDismiss, hidesWhatIsFoldedIntoTheRow) {
     EXPECT_EQ(pidsOf(engine().items()), PIDs{20});
     scan({safeItem(11), safeItem(20)}); // the runner has ended, and its server shows
     EXPECT_EQ(pidsOf(engine().items()), PIDs{20});
-    EXPECT_EQ(world->enumerations.back().dismissedPIDs, (PIDSet{10, 11, 12}));
+    EXPECT_EQ(world->scans.back().dismissedPIDs, (PIDSet{10, 11, 12}));
 }
 
 TEST_F(EngineDismiss, duringAScanHidesFromItsResults) {
@@ -103,7 +103,7 @@ TEST_F(EngineDismiss, hiddenItemsComeBackWithAScan) {
     EXPECT_TRUE(engine().isScanning());
     waitForScan();
     EXPECT_EQ(pidsOf(engine().items()), (PIDs{1, 2}));
-    EXPECT_TRUE(world->enumerations.back().dismissedPIDs.empty());
+    EXPECT_TRUE(world->scans.back().dismissedPIDs.empty());
 }
 
 TEST_F(EngineDismiss, keepsTheItemOutOfASweep) {

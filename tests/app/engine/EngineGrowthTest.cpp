@@ -32,7 +32,7 @@ protected:
     /// One scan of a world in which strays come and go, each looked at.
     void scanAndLook(int round) {
         const int32_t pid = 1'000 + round;
-        world->directories.cwds = {{pid, cwdOf("~/work/shop")}};
+        world->found.cwds = {{pid, cwdOf("~/work/shop")}};
         scan({safeItem(1), safeItem(pid)});
         engine().loadOpenFiles(pid);
         engine().dismiss(1);
@@ -45,8 +45,7 @@ private:
     /// What the stand-ins keep would grow, too.
     void forgetQuestions() {
         changes.clear();
-        world->enumerations.clear();
-        world->directoryQueries.clear();
+        world->scans.clear();
         world->sampled.clear();
         world->openFilesQueries.clear();
         world->threads.clear();

@@ -48,7 +48,7 @@ TEST_F(EngineKill, endsTheItemWithTheKnownOwners) {
 }
 
 TEST_F(EngineKill, recordsAndScansBeforeItTells) {
-    world->directories.cwds = {{1, {.label = "shop/web", .fullPath = "~/work/shop/web"}}};
+    world->found.cwds = {{1, {.label = "shop/web", .fullPath = "~/work/shop/web"}}};
     scan({safeItem(1)});
     (void)kill(safeItem(1));
     EXPECT_TRUE(wasScanning);

@@ -22,14 +22,14 @@ protected:
 
 TEST_F(EngineLifetime, endsDuringAScan) {
     beginScan({safeItem(1)});
-    endBefore(world.enumerateGate());
+    endBefore(world.scanGate());
     EXPECT_TRUE(posted().empty());
 }
 
 TEST_F(EngineLifetime, endsBeforeAScanHasAskedAnything) {
-    world.listeningPortsGate().close();
+    world.scanGate().close();
     engine().scan();
-    endBefore(world.listeningPortsGate());
+    endBefore(world.scanGate());
 }
 
 TEST_F(EngineLifetime, endsRightAfterAskingForAScan) {
@@ -55,7 +55,7 @@ TEST_F(EngineLifetime, endsDuringTheScanThatACleanWaitsFor) {
     beginScan({safeItem(1)});
     CleanOutcome outcome;
     engine().cleanAllSafe(outcome.taker());
-    endBefore(world.enumerateGate());
+    endBefore(world.scanGate());
     EXPECT_EQ(outcome.count(), 0U);
     EXPECT_TRUE(world->killings.empty());
 }

@@ -53,14 +53,14 @@ TEST_F(EngineLink, withNothingToCleanSaysSo) {
 }
 
 TEST_F(EngineLink, beforeAnyScanScansFirst) {
-    world->candidates.items = {safeItem(1)};
+    world->found.items = {safeItem(1)};
     engine().perform(Command::clean);
     expectPosted({resultOf("Cleaned 1 of 1", 1'024)});
     EXPECT_EQ(world->killings.size(), 1U);
 }
 
 TEST_F(EngineLink, thatMayNotCleanSaysWhy) {
-    world->listeners.answer.fault = Shell::Fault::tooSlow;
+    world->found.faults.details = Shell::Fault::tooSlow;
     scan({safeItem(1)});
     const auto reason = engine().reasonNotToClean();
     ASSERT_TRUE(reason);
@@ -74,7 +74,7 @@ TEST_F(EngineLink, thatMayNotCleanSaysWhy) {
 }
 
 TEST_F(EngineLink, thatMayNotCleanBeforeAnyScanSaysWhy) {
-    world->candidates.fault = Shell::Fault::tooSlow;
+    world->found.faults.table = Shell::Fault::tooSlow;
     engine().perform(Command::clean);
     EXPECT_TRUE(spinUntil([this] { return !posted().empty(); }));
     ASSERT_EQ(posted().size(), 1U);

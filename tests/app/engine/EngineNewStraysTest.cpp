@@ -113,7 +113,7 @@ TEST_F(EngineNewStrays, areAnnouncedWhenTheScanIsOver) {
     };
     engine.scan();
     ASSERT_TRUE(spinUntil([&] { return !engine.isScanning(); }));
-    world->candidates.items = {safeItem(1)};
+    world->found.items = {safeItem(1)};
     engine.scan();
     ASSERT_TRUE(spinUntil([&] { return !watching.added.empty(); }));
     EXPECT_EQ(wasScanning, std::vector<bool>{false});
@@ -123,7 +123,7 @@ TEST_F(EngineNewStrays, aScanThatBringsHiddenItemsBackAnnouncesNothing) {
     scan({safeItem(1), safeItem(2)});
     engine().dismiss(2);
     scan({safeItem(1)});
-    world->candidates.items = {safeItem(1), safeItem(2), safeItem(3)};
+    world->found.items = {safeItem(1), safeItem(2), safeItem(3)};
     engine().restoreHiddenAndScan();
     EXPECT_EQ(engine().previousPIDs(), std::nullopt);
     waitForScan();
@@ -150,7 +150,7 @@ TEST_F(EngineNewStrays, aLinkMakesEveryStrayNew) {
 }
 
 TEST_F(EngineNewStrays, aLinkAnnouncesWithTheFirstScanOfAll) {
-    world->candidates.items = {safeItem(1)};
+    world->found.items = {safeItem(1)};
     engine().perform(Command::scan);
     EXPECT_TRUE(engine().isScanning());
     waitForScan();
@@ -168,7 +168,7 @@ TEST_F(EngineNewStrays, aLinkDuringAScanMakesThatOneAnnounceEverything) {
 
 TEST_F(EngineNewStrays, aLinkAnnouncesNothingWhenThatIsOff) {
     engine().setNotificationsEnabled(false);
-    world->candidates.items = {safeItem(1)};
+    world->found.items = {safeItem(1)};
     engine().perform(Command::scan);
     waitForScan();
     expectNothingPosted();

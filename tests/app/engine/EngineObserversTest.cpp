@@ -18,7 +18,7 @@ TEST_F(EngineObservers, mayDismissWhileItemsArePublished) {
             engine().dismiss(engine().items().front().pid);
         }
     };
-    world->listeners.ports = {{9, {3'000}}};
+    world->found.listeningPorts = {{9, {3'000}}};
     scan({safeItem(1), safeItem(2), safeItem(3)});
     EXPECT_TRUE(engine().items().empty());
     EXPECT_EQ(engine().dismissedPIDs(), (PIDSet{1, 2, 3}));
@@ -50,7 +50,7 @@ TEST_F(EngineObservers, mayAskForAScanWhileOneIsPublished) {
 TEST_F(EngineObservers, mayAskForAScanWhenOneHasEnded) {
     onChange = [this](Field field) {
         if (field == Field::isScanning && !engine().isScanning() && scansBegun() < 3) {
-            world->candidates.items.push_back(safeItem(static_cast<int32_t>(10 + scansBegun())));
+            world->found.items.push_back(safeItem(static_cast<int32_t>(10 + scansBegun())));
             engine().scan();
         }
     };
@@ -130,7 +130,7 @@ TEST_F(EngineObservers, maySweepWhileItemsArePublished) {
             engine().cleanAllSafe(outcome.taker());
         }
     };
-    world->directories.cwds = {{1, cwdOf("~/work")}};
+    world->found.cwds = {{1, cwdOf("~/work")}};
     scan({safeItem(1)});
     ASSERT_TRUE(outcome.wait());
     EXPECT_EQ(outcome.summary(), (CleanSummary{1, 1, 1'024}));

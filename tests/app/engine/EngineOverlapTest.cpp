@@ -27,11 +27,11 @@ TEST_F(EngineOverlap, hiddenItemsThatAreRestoredDuringAScanComeWithTheNextUnanno
     engine().dismiss(1);
     beginScan({safeItem(2)}); // the world leaves out what it was told to
     engine().restoreHiddenAndScan();
-    world.enumerateGate().open();
-    world->candidates.items = {safeItem(1), safeItem(2)};
+    world.scanGate().open();
+    world->found.items = {safeItem(1), safeItem(2)};
     ASSERT_TRUE(spinUntil([this] { return scansBegun() == 3 && !engine().isScanning(); }));
     EXPECT_EQ(pidsOf(engine().items()), (PIDs{1, 2}));
-    EXPECT_TRUE(world->enumerations.back().dismissedPIDs.empty());
+    EXPECT_TRUE(world->scans.back().dismissedPIDs.empty());
     expectPosted({});
 }
 
@@ -40,7 +40,7 @@ TEST_F(EngineOverlap, whatIsHiddenAfterThatStaysHidden) {
     beginScan({safeItem(1), safeItem(2)});
     engine().restoreHiddenAndScan();
     engine().dismiss(2);
-    world.enumerateGate().open();
+    world.scanGate().open();
     ASSERT_TRUE(spinUntil([this] { return scansBegun() == 3 && !engine().isScanning(); }));
     EXPECT_EQ(pidsOf(engine().items()), (PIDs{1}));
 }
@@ -91,7 +91,7 @@ TEST_F(EngineOverlap, theEndOfTheProgramRecordsWhatHasEnded) {
 
 TEST_F(EngineOverlap, whoActsOnNewItemsFindsWhatIsKnownOfThem) {
     engine().setProtectedProjects({"~/work"});
-    world->directories.cwds = {{1, cwdOf("~/work/shop")}};
+    world->found.cwds = {{1, cwdOf("~/work/shop")}};
     bool wasProtected = false;
     onChange = [&](Field field) {
         if (field == Field::items) {
@@ -112,8 +112,8 @@ TEST_F(EngineOverlap, whoIsToldOfNewItemsMayEndTheEngine) {
             endEngine();
         }
     };
-    world->candidates.items = {safeItem(1)};
-    world->directories.cwds = {{1, cwdOf("~/work/shop")}};
+    world->found.items = {safeItem(1)};
+    world->found.cwds = {{1, cwdOf("~/work/shop")}};
     engine().scan();
     ASSERT_TRUE(spinUntil([&] { return isOver; }));
     spinFor(std::chrono::milliseconds(20));

@@ -14,7 +14,7 @@ class EngineProtection : public EngineTest {
 protected:
     /// Whether an item that works in `folder` is protected by `entries`.
     bool isProtected(const std::string& folder, const std::vector<std::string>& entries) {
-        world->directories.cwds = {{1, cwdOf(folder)}};
+        world->found.cwds = {{1, cwdOf(folder)}};
         engine().setProtectedProjects(entries);
         scan({safeItem(1)});
         return engine().isProtected(engine().items().front());
@@ -85,7 +85,7 @@ TEST_F(EngineProtection, whoWorksNobodyKnowsWhereIsNotProtected) {
 
 TEST_F(EngineProtection, aRowIsProtectedByWhatIsFoldedIntoIt) {
     engine().setProtectedProjects({"~/work/shop"});
-    world->directories.cwds = {{10, cwdOf("~")}, {12, cwdOf("~/work/shop/web")}};
+    world->found.cwds = {{10, cwdOf("~")}, {12, cwdOf("~/work/shop/web")}};
     const ProcessItem row = runnerItem(10, {11, 12});
     scan({row});
     EXPECT_TRUE(engine().isProtected(row));
@@ -105,7 +105,7 @@ TEST_F(EngineProtection, aChangeOfTheEntriesCountsAtOnce) {
 }
 
 TEST_F(EngineProtection, tellsWhichEntryItIs) {
-    world->directories.cwds = {{1, cwdOf("~/work/shop/web")}};
+    world->found.cwds = {{1, cwdOf("~/work/shop/web")}};
     engine().setProtectedProjects({"~/other", "~/work/shop", "~/work"});
     scan({safeItem(1)});
     EXPECT_FALSE(engine().isProtected(safeItem(1), "~/other"));
@@ -120,7 +120,7 @@ TEST_F(EngineProtection, sweepsTheSafeOnesInOrder) {
 }
 
 TEST_F(EngineProtection, leavesOutWhoWorksNobodyKnowsWhereAsSoonAsRulesGoByFolders) {
-    world->directories.cwds = {{1, cwdOf("~/work/shop")}, {3, cwdOf("~/elsewhere")}, {10, cwdOf("~")}};
+    world->found.cwds = {{1, cwdOf("~/work/shop")}, {3, cwdOf("~/elsewhere")}, {10, cwdOf("~")}};
     scan({safeItem(1), safeItem(2), safeItem(3)});
     EXPECT_EQ(pidsOf(engine().sweepableSafeItems()), (PIDs{1, 2, 3}));
     EXPECT_FALSE(engine().staysOutOfSweeps(safeItem(2)));
@@ -139,8 +139,8 @@ TEST_F(EngineProtection, leavesOutWhoWorksNobodyKnowsWhereAsSoonAsRulesGoByFolde
 }
 
 TEST_F(EngineProtection, leavesNothingOutForTheFolderOfWhatHadEnded) {
-    world->directories.cwds = {{10, cwdOf("~/elsewhere")}, {21, cwdOf("~/elsewhere")}};
-    world->ended = {11, 20, 30};
+    world->found.cwds = {{10, cwdOf("~/elsewhere")}, {21, cwdOf("~/elsewhere")}};
+    world->found.ended = {11, 20, 30};
     scan({runnerItem(10, {11}), runnerItem(20, {21}), runnerItem(30, {31})});
     engine().setProtectedProjects({"~/work"});
     EXPECT_FALSE(engine().staysOutOfSweeps(runnerItem(10, {11})));

@@ -14,23 +14,24 @@ using namespace std::chrono_literals;
 class EngineScan : public EngineTest {
 protected:
     void prepareEverything() {
-        world->listeners.ports = {{1, {3'000, 5'173}}, {9, {8'080}}};
+        world->found.listeningPorts = {{1, {3'000, 5'173}}, {9, {8'080}}};
         world->owners = {.owners = {{2, "shop-db"}},
                          .engine = VintrelCore::DockerService::EngineState::answering};
-        world->candidates = {
-            .items = {safeItem(1), reviewItem(2)}, .managers = {{2, "mydev.service"}}, .namedOnly = {2}};
-        world->directories.cwds = {{1, cwdOf("~/work/shop")}};
-        world->processTable = {{1, {.ppid = 0, .label = "init"}}, {2, {.ppid = 1, .label = "vite"}}};
+        world->found.items = {safeItem(1), reviewItem(2)};
+        world->found.managers = {{2, "mydev.service"}};
+        world->found.namedOnly = {2};
+        world->found.cwds = {{1, cwdOf("~/work/shop")}};
+        world->found.processTable = {{1, {.ppid = 0, .label = "init"}}, {2, {.ppid = 1, .label = "vite"}}};
     }
 };
 
 TEST_F(EngineScan, returnsAtOnceAndDeliversLater) {
-    world.listeningPortsGate().close();
-    world->candidates.items = {safeItem(1)};
+    world.scanGate().close();
+    world->found.items = {safeItem(1)};
     engine().scan();
     EXPECT_TRUE(engine().isScanning());
     EXPECT_TRUE(engine().items().empty());
-    world.listeningPortsGate().open();
+    world.scanGate().open();
     waitForScan();
     EXPECT_EQ(pidsOf(engine().items()), PIDs{1});
 }
@@ -39,12 +40,12 @@ TEST_F(EngineScan, publishesAllThatWasFound) {
     prepareEverything();
     scan();
     EXPECT_EQ(engine().items(), (std::vector{safeItem(1), reviewItem(2)}));
-    EXPECT_EQ(engine().listeningPorts(), world->listeners.ports);
+    EXPECT_EQ(engine().listeningPorts(), world->found.listeningPorts);
     EXPECT_EQ(engine().containerOwners(), world->owners.owners);
-    EXPECT_EQ(engine().cwds(), world->directories.cwds);
-    EXPECT_EQ(engine().processTable(), world->processTable);
-    EXPECT_EQ(engine().managers(), world->candidates.managers);
-    EXPECT_EQ(engine().namedOnly(), world->candidates.namedOnly);
+    EXPECT_EQ(engine().cwds(), world->found.cwds);
+    EXPECT_EQ(engine().processTable(), world->found.processTable);
+    EXPECT_EQ(engine().managers(), world->found.managers);
+    EXPECT_EQ(engine().namedOnly(), world->found.namedOnly);
     EXPECT_EQ(engine().previousPIDs(), (PIDSet{1, 2}));
     EXPECT_TRUE(engine().openFiles().empty());
     EXPECT_TRUE(engine().problems().empty());
@@ -126,8 +127,8 @@ TEST_F(EngineScan, onlyWhatIsOtherThanBeforeIsTold) {
     prepareEverything();
     scan();
     changes.clear();
-    world->listeners.ports.erase(9);
-    world->candidates.items.pop_back();
+    world->found.listeningPorts.erase(9);
+    world->found.items.pop_back();
     scan();
     EXPECT_EQ(changes, (Fields{Field::isScanning, Field::items, Field::listeningPorts, Field::isScanning}));
 }
@@ -141,11 +142,8 @@ TEST_F(EngineScan, ofAnEmptyWorldTellsNothingButItself) {
 TEST_F(EngineScan, whatIsGoneIsForgotten) {
     prepareEverything();
     scan();
-    world->listeners = {};
-    world->owners.owners.clear();
-    world->candidates = {};
-    world->directories = {};
-    world->processTable.clear();
+    world->found = {};
+    world->owners = {};
     scan();
     EXPECT_TRUE(engine().items().empty());
     EXPECT_TRUE(engine().listeningPorts().empty());

@@ -105,7 +105,7 @@ TEST_F(EngineStart, announcementsThatWereOnAskForNothing) {
 
 TEST_F(EngineStart, everyTickOfTheTimerScans) {
     storeInterval(0.2);
-    world->candidates.items = {safeItem(1)};
+    world->found.items = {safeItem(1)};
     EXPECT_EQ(engine().scanInterval(), 0.2);
     EXPECT_TRUE(spinUntil([this] { return scansBegun() >= 3; }));
     EXPECT_EQ(pidsOf(engine().items()), PIDs{1});

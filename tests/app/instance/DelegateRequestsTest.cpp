@@ -65,7 +65,7 @@ TEST_F(DelegateRequestsTest, openThePopover) {
 }
 
 TEST_F(DelegateRequestsTest, carryLinksOutWithoutThePopover) {
-    world->candidates.items = {safeItem(1)};
+    world->found.items = {safeItem(1)};
     serve();
     requests.open({"vintrel://clean"});
     EXPECT_TRUE(spinUntil([this] { return !notifications.added.empty(); }));
@@ -86,12 +86,12 @@ TEST_F(DelegateRequestsTest, carryLinksOutInEverySpelling) {
 }
 
 TEST_F(DelegateRequestsTest, carryLinksOutInTheirOrder) {
-    world->candidates.items = {safeItem(1)};
+    world->found.items = {safeItem(1)};
     serve();
     requests.open({"vintrel://scan", "vintrel://nothing", "vintrel://clean"});
     EXPECT_TRUE(spinUntil([this] { return !notifications.added.empty() && isAtRest(); }));
     EXPECT_EQ(titles(), Titles{"Cleaned 1 of 1"});
-    EXPECT_EQ(world->enumerations.size(), 2U) << "the clean waits for the scan, and another one follows it";
+    EXPECT_EQ(world->scans.size(), 2U) << "the clean waits for the scan, and another one follows it";
 }
 
 TEST_F(DelegateRequestsTest, disregardUnknownLinks) {
@@ -100,11 +100,11 @@ TEST_F(DelegateRequestsTest, disregardUnknownLinks) {
     EXPECT_FALSE(delegate->engine().isScanning());
     spinFor(50ms);
     EXPECT_EQ(titles(), Titles());
-    EXPECT_TRUE(world->enumerations.empty());
+    EXPECT_TRUE(world->scans.empty());
 }
 
 TEST_F(DelegateRequestsTest, tellTheAnswerToWhoCannotHearIt) {
-    world->candidates.items = {reviewItem(1)};
+    world->found.items = {reviewItem(1)};
     serve();
     requests.performAndTell(*VintrelShortcuts::find("clean-safe-strays"));
     EXPECT_TRUE(spinUntil([this] { return !notifications.added.empty(); }));

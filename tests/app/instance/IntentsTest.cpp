@@ -32,7 +32,7 @@ protected:
 };
 
 TEST_F(IntentsTest, scanNowScansAndAnswersAtOnce) {
-    world->candidates.items = {safeItem(1)};
+    world->found.items = {safeItem(1)};
     ScanNowIntent::perform(engine(), taker());
     EXPECT_EQ(dialogs, Dialogs{"Rescanning for strays."});
     EXPECT_TRUE(engine().isScanning());
@@ -70,7 +70,7 @@ TEST_F(IntentsTest, cleanSafeStraysCountsWhatHasEnded) {
 }
 
 TEST_F(IntentsTest, cleanSafeStraysScansFirstWhenNothingIsKnown) {
-    world->candidates.items = {safeItem(1)};
+    world->found.items = {safeItem(1)};
     EXPECT_EQ(afterClean(), Dialogs{"Cleaned 1 of 1"});
 }
 
@@ -93,7 +93,7 @@ TEST_F(IntentsTest, cleanSafeStraysLeavesWhatNeedsReview) {
 }
 
 TEST_F(IntentsTest, cleanSafeStraysLeavesWhatIsProtected) {
-    world->directories.cwds = {{1, cwdOf("/home/me/mine")}};
+    world->found.cwds = {{1, cwdOf("/home/me/mine")}};
     store([](QSettings& values) { values.setValue("protectedProjects", QStringList{"/home/me/mine"}); });
     scan({safeItem(1)});
     EXPECT_EQ(afterClean(), Dialogs{"No unprotected safe-to-clean processes."});
@@ -101,7 +101,7 @@ TEST_F(IntentsTest, cleanSafeStraysLeavesWhatIsProtected) {
 }
 
 TEST_F(IntentsTest, cleanSafeStraysSaysWhyItMayNotClean) {
-    world->listeners.answer.fault = Shell::Fault::tooSlow;
+    world->found.faults.details = Shell::Fault::tooSlow;
     scan({safeItem(1)});
     const auto reason = engine().reasonNotToClean();
     ASSERT_TRUE(reason);
@@ -110,7 +110,7 @@ TEST_F(IntentsTest, cleanSafeStraysSaysWhyItMayNotClean) {
 }
 
 TEST_F(IntentsTest, cleanSafeStraysSaysWhyItMayNotCleanBeforeAnyScan) {
-    world->candidates.fault = Shell::Fault::tooSlow;
+    world->found.faults.table = Shell::Fault::tooSlow;
     const Dialogs told = afterClean();
     ASSERT_EQ(told.size(), 1U);
     EXPECT_TRUE(told[0].starts_with("Nothing was cleaned: ")) << told[0];

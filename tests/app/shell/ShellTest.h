@@ -49,7 +49,7 @@ protected:
         for (int32_t pid = 500; pid < 500 + review; ++pid) {
             items.push_back(VintrelTests::reviewItem(pid));
         }
-        world->candidates.items = items;
+        world->found.items = items;
         delegate->engine().scan();
         waitForScan();
     }

@@ -31,7 +31,7 @@ TEST_F(StatusIconUpdates, noScanIsStarted) {
     launch();
     spinFor(30ms);
     EXPECT_FALSE(delegate->engine().isScanning());
-    EXPECT_TRUE(world->enumerations.empty());
+    EXPECT_TRUE(world->scans.empty());
 }
 
 TEST_F(StatusIconUpdates, theTooltipHasTheVersion) {
@@ -70,11 +70,11 @@ TEST_F(StatusIconUpdates, nothingIsTheOutline) {
 TEST_F(StatusIconUpdates, aScanShowsWhileItRuns) {
     launch();
     scan(2, 0);
-    world.enumerateGate().close();
+    world.scanGate().close();
     delegate->engine().scan();
     EXPECT_EQ(look().symbolName, "arrow.2.circlepath");
     EXPECT_EQ(look().title, "");
-    world.enumerateGate().open();
+    world.scanGate().open();
     waitForScan();
     EXPECT_EQ(look().title, " 2");
 }
@@ -138,10 +138,10 @@ TEST_F(StatusIconUpdates, aDismissedItemIsNotCounted) {
 
 TEST_F(StatusIconUpdates, theEngineMayChangeUntilTheEnd) {
     launch();
-    world.enumerateGate().close();
+    world.scanGate().close();
     delegate->engine().scan();
     delegate.reset();
-    world.enumerateGate().open();
+    world.scanGate().open();
     spinFor(30ms);
 }
 

@@ -66,30 +66,32 @@ protected:
 
     /// Scans a world in which these are the candidates.
     void scan(const std::vector<ProcessItem>& candidates) {
-        world->candidates.items = candidates;
+        world->found.items = candidates;
         scan();
     }
 
     void waitForScan() {
-        ASSERT_TRUE(spinUntil([this] { return !engine().isScanning(); }));
+        ASSERT_TRUE(spinUntil([this] {
+            return !engine().isScanning() && engine().containerOwners() == world->owners.owners;
+        }));
     }
 
     /// Scans a world in which these are the candidates, as far as the closed gate.
     void beginScan(const std::vector<ProcessItem>& candidates) {
-        world->candidates.items = candidates;
-        world.enumerateGate().close();
-        const int before = world.enumerateGate().arrivals();
+        world->found.items = candidates;
+        world.scanGate().close();
+        const int before = world.scanGate().arrivals();
         engine().scan();
-        ASSERT_TRUE(spinUntil([&] { return world.enumerateGate().arrivals() > before; }));
+        ASSERT_TRUE(spinUntil([&] { return world.scanGate().arrivals() > before; }));
     }
 
     /// Lets the scan that was begun come to its end.
     void finishScan() {
-        world.enumerateGate().open();
+        world.scanGate().open();
         waitForScan();
     }
 
-    [[nodiscard]] size_t scansBegun() const { return world->enumerations.size(); }
+    [[nodiscard]] size_t scansBegun() const { return world->scans.size(); }
 
     [[nodiscard]] const std::vector<UserNotification>& posted() const { return notifications.added; }
 

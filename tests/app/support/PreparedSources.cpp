@@ -16,8 +16,8 @@ namespace KillCore = VintrelCore::KillCore;
 struct State {
     std::recursive_mutex mutex;
     PreparedSources::World world;
-    Gate listeningPorts;
-    Gate enumerate;
+    Gate scan;
+    Gate owners;
     Gate openFiles;
     Gate kill;
 };
@@ -41,32 +41,28 @@ KillCore::KillResult resultOf(const PreparedSources::World& world, int32_t pid) 
 }
 
 void prepareScan(ScanSources& sources, const std::shared_ptr<State>& state) {
-    sources.listeningPorts = [state](int) {
-        state->listeningPorts.pass();
-        return with(state, [](auto& world) { return world.listeners; });
-    };
-    sources.containerOwners = [state](int) { return with(state, [](auto& world) { return world.owners; }); };
-    sources.enumerate = [state](const VintrelCore::ScanCore::EnumerateOptions& options, int) {
-        with(state, [&](auto& world) { world.enumerations.push_back(options); });
-        state->enumerate.pass();
-        return with(state, [](auto& world) { return world.candidates; });
-    };
-    sources.workingDirectories = [state](const ScanSources::DirectoriesQuery& query, int) {
-        return with(state, [&](auto& world) {
-            world.directoryQueries.push_back(query);
-            return world.directories;
+    sources.scan = [state](const VintrelCore::Scan::Inputs& inputs, int) {
+        with(state, [&](auto& world) { world.scans.push_back(inputs); });
+        state->scan.pass();
+        return with(state, [](auto& world) {
+            VintrelCore::Scan::Result found = world.found;
+            found.mayHoldContainers = !world.owners.owners.empty() ||
+                                      world.owners.engine != VintrelCore::DockerService::EngineState::absent;
+            return found;
         });
     };
-    sources.endedAmong = [state](const std::vector<ProcessItem>&, const VintrelCore::CwdResolver::CwdMap&) {
-        return with(state, [](auto& world) { return world.ended; });
-    };
-    sources.processTable = [state](int) {
-        return with(state, [](auto& world) { return world.processTable; });
+    sources.containerOwners = [state](int) {
+        state->owners.pass();
+        return with(state, [](auto& world) { return world.owners; });
     };
     sources.usedCPU = [state](const std::vector<ProcessItem>& items) {
         return with(state, [&](auto& world) {
             world.sampled.push_back(pidsOf(items));
-            return world.reading;
+            auto reading = world.reading;
+            if (reading.at == 0) { // where the time does not matter, scans are far enough from each other
+                reading.at = 120.0 * static_cast<double>(world.scans.size());
+            }
+            return reading;
         });
     };
 }
@@ -111,12 +107,12 @@ std::shared_ptr<State> PreparedSources::makeState() {
     return std::make_shared<State>();
 }
 
-Gate& PreparedSources::listeningPortsGate() const {
-    return m_state->listeningPorts;
+Gate& PreparedSources::scanGate() const {
+    return m_state->scan;
 }
 
-Gate& PreparedSources::enumerateGate() const {
-    return m_state->enumerate;
+Gate& PreparedSources::ownersGate() const {
+    return m_state->owners;
 }
 
 Gate& PreparedSources::openFilesGate() const {
@@ -128,8 +124,7 @@ Gate& PreparedSources::killGate() const {
 }
 
 void PreparedSources::openGates() const {
-    for (Gate* const gate :
-         {&m_state->listeningPorts, &m_state->enumerate, &m_state->openFiles, &m_state->kill}) {
+    for (Gate* const gate : {&m_state->scan, &m_state->owners, &m_state->openFiles, &m_state->kill}) {
         gate->open();
     }
 }

@@ -2,7 +2,6 @@
 
 #include "Vintrel/engine/ScanSources.h"
 #include "Vintrel/engine/UserNotifications.h"
-#include "VintrelCore/context/AncestryResolver.h"
 #include "VintrelCore/context/CwdResolver.h"
 #include "VintrelCore/context/OpenFilesResolver.h"
 #include "VintrelCore/docker/DockerCore.h"
@@ -10,7 +9,7 @@
 #include "VintrelCore/log/CPUSampler.h"
 #include "VintrelCore/log/CleanEvent.h"
 #include "VintrelCore/model/ProcessItem.h"
-#include "VintrelCore/scan/ScanCore.h"
+#include "VintrelCore/scan/Scan.h"
 #include "VintrelCore/terminate/KillResult.h"
 
 #include <chrono>
@@ -74,12 +73,9 @@ public:
 
     struct World {
         // Answers.
-        Vintrel::ScanSources::Listeners listeners{};
+        VintrelCore::Scan::Result found{};
+        /// Asked for only when there are some, or an engine.
         VintrelCore::DockerService::OwnersAnswer owners{};
-        Vintrel::ScanSources::Candidates candidates{};
-        Vintrel::ScanSources::Directories directories{};
-        VintrelCore::ScanCore::PIDSet ended{};
-        VintrelCore::AncestryResolver::ProcessTable processTable{};
         VintrelCore::CPUSampler::Reading reading{};
         VintrelCore::OpenFileList openFiles{};
         /// By pid; whoever is not here ends as asked.
@@ -87,8 +83,7 @@ public:
         VintrelCore::Instant now{std::chrono::seconds(1'700'000'000)};
 
         // Questions.
-        std::vector<VintrelCore::ScanCore::EnumerateOptions> enumerations{};
-        std::vector<Vintrel::ScanSources::DirectoriesQuery> directoryQueries{};
+        std::vector<VintrelCore::Scan::Inputs> scans{};
         std::vector<std::vector<int32_t>> sampled{}; ///< pids of the items whose processor time was read
         std::vector<std::vector<int32_t>> openFilesQueries{};
         std::vector<Killing> killings{};
@@ -116,10 +111,10 @@ public:
 
     Access operator->() const { return Access(m_state); }
 
-    /// Before anything of a scan is asked.
-    [[nodiscard]] Gate& listeningPortsGate() const;
-    /// Before the candidates are told. What was asked is known by then.
-    [[nodiscard]] Gate& enumerateGate() const;
+    /// Before a scan answers. What was asked is known by then.
+    [[nodiscard]] Gate& scanGate() const;
+    /// Before it is told which containers there are.
+    [[nodiscard]] Gate& ownersGate() const;
     [[nodiscard]] Gate& openFilesGate() const;
     /// Before anything is ended.
     [[nodiscard]] Gate& killGate() const;

@@ -123,7 +123,7 @@ TEST(ContainerStates, eachHasItsMessage) {
 
 TEST(ContainerStates, theSecondLineTellsWhatIsWrongWithTheEngine) {
     const std::vector<Problem> problems{
-        {.source = Problem::Source::ps, .text = "ps could not be run"},
+        {.source = Problem::Source::processes, .text = "ps could not be run"},
         {.source = Problem::Source::containers, .text = "the container engine does not answer"},
         {.source = Problem::Source::cleanLog, .text = "the clean log could not be written"}};
     EXPECT_EQ(stateDetail(problems), "The container engine does not answer");
@@ -131,7 +131,7 @@ TEST(ContainerStates, theSecondLineTellsWhatIsWrongWithTheEngine) {
 
 TEST(ContainerStates, otherProblemsAreNotToldHere) {
     EXPECT_EQ(stateDetail({}), "");
-    const std::vector<Problem> others{{.source = Problem::Source::lsof, .text = "lsof could not be run"}};
+    const std::vector<Problem> others{{.source = Problem::Source::details, .text = "lsof could not be run"}};
     EXPECT_EQ(stateDetail(others), "");
 }
 

@@ -165,7 +165,7 @@ TEST_F(SettingsToggles, noSettingStartsAScan) {
     editor("Ignored processes")->insertPlainText("node");
     editor("Custom rules")->insertPlainText("a = b");
     spinFor(50ms);
-    EXPECT_TRUE(world->enumerations.empty());
+    EXPECT_TRUE(world->scans.empty());
     EXPECT_FALSE(engine().isScanning());
 }
 

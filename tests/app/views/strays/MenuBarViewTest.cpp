@@ -161,7 +161,7 @@ TEST_F(MenuBarViewTest, everyOpeningScans) {
     EXPECT_EQ(scansBegun(), 1U);
     window->close();
     settle();
-    world->candidates.items = {safeItem(1), safeItem(2)};
+    world->found.items = {safeItem(1), safeItem(2)};
     window->present();
     ASSERT_TRUE(spinUntil([this] { return scansBegun() == 2; }));
     waitForScan();

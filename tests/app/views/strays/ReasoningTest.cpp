@@ -61,7 +61,7 @@ TEST_F(ReasoningTest, tellsAnOrphan) {
 TEST_F(ReasoningTest, somebodysChildOfNoParentWorthNamingIsNoOrphan) {
     ProcessItem item = plainItem(5);
     item.ppid = 0;
-    world->processTable = {{1, {.ppid = 0, .label = "systemd"}}};
+    world->found.processTable = {{1, {.ppid = 0, .label = "systemd"}}};
     scan({item});
     EXPECT_EQ(reasoning(5).tags, Texts{});
     EXPECT_EQ(reasoning(5).facts, Texts{"tty pts/3"});
@@ -126,14 +126,14 @@ TEST_F(ReasoningTest, hasItsTagsInOneOrder) {
 }
 
 TEST_F(ReasoningTest, namesTheParent) {
-    world->processTable = {{77, {.ppid = 0, .label = "zsh"}}};
+    world->found.processTable = {{77, {.ppid = 0, .label = "zsh"}}};
     scan({plainItem(5)});
     EXPECT_EQ(reasoning(5).facts, (Texts{"child of zsh", "tty pts/3"}));
     EXPECT_EQ(reasoning(5).ancestry, "") << "there is nobody but the parent";
 }
 
 TEST_F(ReasoningTest, namesAllParentsNearestFirst) {
-    world->processTable = {{77, {.ppid = 60, .label = "zsh"}},
+    world->found.processTable = {{77, {.ppid = 60, .label = "zsh"}},
                            {60, {.ppid = 1, .label = "terminal"}},
                            {1, {.ppid = 0, .label = "systemd"}}};
     scan({plainItem(5)});
@@ -148,23 +148,23 @@ TEST_F(ReasoningTest, namesAllParentsNearestFirst) {
 }
 
 TEST_F(ReasoningTest, endsWhereParentsGoInACircle) {
-    world->processTable = {{77, {.ppid = 78, .label = "one"}}, {78, {.ppid = 77, .label = "two"}}};
+    world->found.processTable = {{77, {.ppid = 78, .label = "one"}}, {78, {.ppid = 77, .label = "two"}}};
     scan({plainItem(5)});
     EXPECT_EQ(reasoning(5).facts.front(), "child of one");
     EXPECT_NE(reasoning(5).ancestry.find("two"), std::string::npos);
 }
 
 TEST_F(ReasoningTest, listsItsPorts) {
-    world->listeners.ports = {{5, {5173, 3000}}, {6, {9}}};
+    world->found.listeningPorts = {{5, {5173, 3000}}, {6, {9}}};
     scan({plainItem(5)});
     EXPECT_EQ(reasoning(5).facts, (Texts{"tty pts/3", "3000, 5173 listening"}));
-    world->listeners.ports = {{5, {5183}}};
+    world->found.listeningPorts = {{5, {5183}}};
     scan();
     EXPECT_EQ(reasoning(5).facts, (Texts{"tty pts/3", "5183 listening"}));
 }
 
 TEST_F(ReasoningTest, listsThePortsOfWhatIsFoldedIntoTheRow) {
-    world->listeners.ports = {{12, {5173}}};
+    world->found.listeningPorts = {{12, {5173}}};
     ProcessItem item = runnerItem(10, {11, 12});
     item.ppid = 0;
     scan({item});
@@ -172,14 +172,14 @@ TEST_F(ReasoningTest, listsThePortsOfWhatIsFoldedIntoTheRow) {
 }
 
 TEST_F(ReasoningTest, saysWhoManagesIt) {
-    world->candidates.managers = {{5, "mydev.service"}};
+    world->found.managers = {{5, "mydev.service"}};
     scan({plainItem(5)});
     const Texts facts = reasoning(5).facts;
     EXPECT_NE(std::ranges::find(facts, "managed by mydev.service"), facts.end());
 }
 
 TEST_F(ReasoningTest, tellsWhatIsNamedOnlyInArguments) {
-    world->candidates.namedOnly = {5};
+    world->found.namedOnly = {5};
     ProcessItem told = plainItem(5);
     ProcessItem tool = plainItem(6);
     told.ppid = tool.ppid = 1;
@@ -193,7 +193,7 @@ TEST_F(ReasoningTest, saysWhyItIsNotInTheSweep) {
         const Texts facts = reasoning(pid).facts;
         return std::ranges::find(facts, "not in the sweep: its folder is unknown") != facts.end();
     };
-    world->directories.cwds = {{6, cwdOf("~/elsewhere")}};
+    world->found.cwds = {{6, cwdOf("~/elsewhere")}};
     scan({safeItem(5), safeItem(6), plainItem(7)});
     EXPECT_FALSE(saysSo(5));
     engine().setProtectedProjects({"~/work"});
@@ -203,8 +203,8 @@ TEST_F(ReasoningTest, saysWhyItIsNotInTheSweep) {
 }
 
 TEST_F(ReasoningTest, hasItsFactsInOneOrder) {
-    world->processTable = {{77, {.ppid = 0, .label = "zsh"}}};
-    world->listeners.ports = {{5, {3000}}};
+    world->found.processTable = {{77, {.ppid = 0, .label = "zsh"}}};
+    world->found.listeningPorts = {{5, {3000}}};
     scan({plainItem(5)});
     EXPECT_EQ(reasoning(5).facts, (Texts{"child of zsh", "tty pts/3", "3000 listening"}));
 }

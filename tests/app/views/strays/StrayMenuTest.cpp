@@ -33,7 +33,7 @@ private:
 };
 
 TEST_F(StrayMenuTest, hasFourItemsInOneOrder) {
-    world->directories.cwds = {{4'242, cwdOf("~/work/shop")}};
+    world->found.cwds = {{4'242, cwdOf("~/work/shop")}};
     list({safeItem(4'242)});
     const auto actions = menu(safeItem(4'242));
     ASSERT_EQ(actions.size(), 4U);
@@ -68,7 +68,7 @@ TEST_F(StrayMenuTest, copiesTheCommandThatEndsIt) {
 }
 
 TEST_F(StrayMenuTest, revealsTheWorkingDirectoryAndNotTheProject) {
-    world->directories.cwds = {
+    world->found.cwds = {
         {1, {.label = "shop/web", .fullPath = "~/work/shop/web", .projectRoot = "~/work/shop"}}};
     list({safeItem(1)});
     menu(safeItem(1))[3]->trigger();

@@ -86,7 +86,7 @@ TEST_F(StraysAccessibilityTest, everyControlOfTheOtherTabsHasAName) {
 }
 
 TEST_F(StraysAccessibilityTest, rowsAreItemsOfAListAndReadAsSentences) {
-    world->directories.cwds = {{1, cwdOf("~/work/shop")}};
+    world->found.cwds = {{1, cwdOf("~/work/shop")}};
     open({safeItem(1), reviewItem(2)});
     const std::vector<QString> names = rowNames();
     ASSERT_EQ(names.size(), 2U);
@@ -108,7 +108,7 @@ TEST_F(StraysAccessibilityTest, theSentenceFollowsTheRow) {
 
 TEST_F(StraysAccessibilityTest, anExpandedRowTellsItsReasons) {
     world->openFiles = {.files = {{.name = "~/work/dev.log"}}};
-    world->listeners.ports = {{1, {5'183}}};
+    world->found.listeningPorts = {{1, {5'183}}};
     open({safeItem(1)});
     click(infoButton(1));
     ASSERT_TRUE(spinUntil([this] { return engine().openFiles().contains(1); }));
@@ -123,10 +123,10 @@ TEST_F(StraysAccessibilityTest, anExpandedRowTellsItsReasons) {
 }
 
 TEST_F(StraysAccessibilityTest, foreignTextIsMadeFitToShow) {
-    world->directories.cwds = {{1, {.label = "a\xe2\x80\xaez\x1b[0m", .fullPath = "~/x"}}};
-    world->processTable = {{1, {.ppid = 0, .label = "b\xe2\x80\xaez\n"}}};
+    world->found.cwds = {{1, {.label = "a\xe2\x80\xaez\x1b[0m", .fullPath = "~/x"}}};
+    world->found.processTable = {{1, {.ppid = 0, .label = "b\xe2\x80\xaez\n"}}};
     world->owners.owners = {{1, "c\x1b[31mz"}};
-    world->candidates.managers = {{1, "d\rz.service"}};
+    world->found.managers = {{1, "d\rz.service"}};
     world->openFiles = {.files = {{.name = "~/e\tz\xe2\x80\xae"}}};
     open({safeItem(1)});
     click(infoButton(1));
@@ -155,7 +155,7 @@ TEST_F(StraysAccessibilityTest, buttonsCanBePressed) {
 }
 
 TEST_F(StraysAccessibilityTest, theWholeFlowWorksWithoutAPointer) {
-    world->directories.cwds = {{1, cwdOf("~/work/shop")}};
+    world->found.cwds = {{1, cwdOf("~/work/shop")}};
     open({safeItem(1), safeItem(2)});
     letRowsRest();
     press(Qt::Key_F, Qt::ControlModifier);

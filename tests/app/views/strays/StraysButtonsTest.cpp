@@ -111,7 +111,7 @@ TEST_F(StraysButtonsTest, hideTakesTheRowAway) {
 }
 
 TEST_F(StraysButtonsTest, lockProtectsTheProject) {
-    world->directories.cwds = {{1, cwdOf("~/work/shop")}};
+    world->found.cwds = {{1, cwdOf("~/work/shop")}};
     open({safeItem(1)});
     const QImage before = row(1)->grab().toImage();
     click(lock(1));
@@ -131,7 +131,7 @@ TEST_F(StraysButtonsTest, lockProtectsTheProject) {
 
 TEST_F(StraysButtonsTest, aProtectedRowSaysSo) {
     engine().setProtectedProjects({"~/work"});
-    world->directories.cwds = {{1, cwdOf("~/work/shop")}, {2, cwdOf("~/other")}, {3, cwdOf("~/work")}};
+    world->found.cwds = {{1, cwdOf("~/work/shop")}, {2, cwdOf("~/other")}, {3, cwdOf("~/work")}};
     open({safeItem(1), safeItem(2), reviewItem(3)});
     const auto said = [this](int32_t pid) {
         return (row(pid)->accessibleName() + row(pid)->accessibleDescription())
@@ -152,7 +152,7 @@ TEST_F(StraysButtonsTest, killEndsTheRow) {
     EXPECT_EQ(world->killings[0].items, Items{reviewItem(2)});
     settle();
     EXPECT_TRUE(row(2)->row().isEnding);
-    world->candidates.items = {safeItem(1)};
+    world->found.items = {safeItem(1)};
     world.killGate().open();
     ASSERT_TRUE(spinUntil([this] { return scansBegun() == 2; }));
     waitForScan();

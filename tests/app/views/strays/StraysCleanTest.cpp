@@ -50,7 +50,7 @@ TEST_F(StraysCleanTest, endsOnlyWhatMatchesTheFilter) {
 
 TEST_F(StraysCleanTest, leavesWhatIsProtected) {
     engine().setProtectedProjects({"~/kept"});
-    world->directories.cwds = {{1, cwdOf("~/kept")}, {2, cwdOf("~/kept2")}, {3, cwdOf("~")}};
+    world->found.cwds = {{1, cwdOf("~/kept")}, {2, cwdOf("~/kept2")}, {3, cwdOf("~")}};
     list({safeItem(1), safeItem(2), safeItem(3), safeItem(4)});
     clean();
     ASSERT_EQ(killings(), 1U);
@@ -75,7 +75,7 @@ TEST_F(StraysCleanTest, recordsWhatHasEndedOnly) {
 TEST_F(StraysCleanTest, postsNoNotification) {
     enableNotifications();
     list({safeItem(1)});
-    world->candidates.items = {};
+    world->found.items = {};
     clean();
     expectPosted({});
 }
@@ -89,13 +89,13 @@ TEST_F(StraysCleanTest, endsNothingWhenNothingMatches) {
 
 TEST_F(StraysCleanTest, endsNothingWhenAllIsProtectedOrNeedsReview) {
     engine().setProtectedProjects({"~/kept"});
-    world->directories.cwds = {{1, cwdOf("~/kept/x")}};
+    world->found.cwds = {{1, cwdOf("~/kept/x")}};
     list({safeItem(1), reviewItem(2)});
     expectNothingEnds();
 }
 
 TEST_F(StraysCleanTest, endsNothingWhenAFactThatProtectsIsMissing) {
-    world->directories.answer.fault = Shell::Fault::notLaunched;
+    world->found.faults.details = Shell::Fault::notLaunched;
     list({safeItem(1)});
     ASSERT_TRUE(engine().reasonNotToClean());
     expectNothingEnds();
@@ -141,7 +141,7 @@ TEST_F(StraysCleanTest, endsNothingThatWasNotShown) {
 TEST_F(StraysCleanTest, rowsSayWhyTheyAreStillThere) {
     world->killResults = {{2, {KillOutcome::notKilled, KillDetail::notPermitted, {2}}}};
     list({safeItem(1), safeItem(2)});
-    world->candidates.items = {safeItem(2)};
+    world->found.items = {safeItem(2)};
     clean();
     EXPECT_EQ(row(2).failure, Announcements::notEnded(world->killResults.at(2)));
 }
@@ -191,7 +191,7 @@ TEST_F(StraysCleanTest, doesNotMakeAnEndForgottenThatIsUnderWay) {
 
 TEST_F(StraysCleanTest, isOverWhenTheEngineFoundAReasonNotTo) {
     list({safeItem(1)});
-    world->directories.answer.fault = Shell::Fault::notLaunched;
+    world->found.faults.details = Shell::Fault::notLaunched;
     scan();
     settle();
     model().cleanAll();

@@ -56,8 +56,8 @@ TEST_F(StraysEndingTest, isUnderWayUntilTheNextScan) {
     ASSERT_TRUE(spinUntil([this] { return killings() == 1; }));
     settle();
     EXPECT_TRUE(row(1).isEnding);
-    world->candidates.items = {safeItem(2)};
-    world.enumerateGate().close();
+    world->found.items = {safeItem(2)};
+    world.scanGate().close();
     world.killGate().open();
     ASSERT_TRUE(spinUntil([this] { return engine().isScanning(); }));
     settle();

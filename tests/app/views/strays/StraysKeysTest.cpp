@@ -131,7 +131,7 @@ TEST_F(StraysKeysTest, killWorksFromTheKeyboard) {
 TEST_F(StraysKeysTest, aHeldKeyDoesNotEndOneRowAfterTheOther) {
     open({safeItem(1), safeItem(2), safeItem(3)});
     letRowsRest();
-    world->candidates.items = {safeItem(2), safeItem(3)};
+    world->found.items = {safeItem(2), safeItem(3)};
     killButton(1)->setFocus();
     press(Qt::Key_Return);
     ASSERT_TRUE(spinUntil([this] { return scansBegun() == 2; }));

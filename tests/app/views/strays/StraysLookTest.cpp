@@ -44,7 +44,7 @@ TEST_F(StraysLookTest, longCommandsFit) {
     item.command = std::string(300, 'x') + " --flag";
     ProcessItem custom = kindItem(2, ProcessKind::custom);
     custom.customLabel = std::string(300, 'w');
-    world->directories.cwds = {{3, cwdOf("~/" + std::string(250, 'm'))}};
+    world->found.cwds = {{3, cwdOf("~/" + std::string(250, 'm'))}};
     world->owners.owners = {{1, std::string(300, 'c')}};
     world->openFiles = {.files = {{.name = "~/" + std::string(300, 'f')}, {.name = "~/a b c"}}};
     open({item, custom, safeItem(3)});
@@ -67,8 +67,8 @@ TEST_F(StraysLookTest, aLongTextIsTold) {
 }
 
 TEST_F(StraysLookTest, aNoteThatDoesNotFitTakesMoreLines) {
-    world->candidates.managers = {{1, std::string(200, 'u') + ".service"}};
-    world->processTable = {{1, {.ppid = 0, .label = std::string(200, 'p')}}};
+    world->found.managers = {{1, std::string(200, 'u') + ".service"}};
+    world->found.processTable = {{1, {.ppid = 0, .label = std::string(200, 'p')}}};
     open({safeItem(1)});
     expandAll();
     expectNothingSticksOut();
@@ -91,7 +91,7 @@ TEST_F(StraysLookTest, withoutProjectOrStartTimeARowIsWhole) {
 }
 
 TEST_F(StraysLookTest, namesFromRightToLeftStandInTheirRow) {
-    world->directories.cwds = {{1, cwdOf("~/עבודה/חנות")}, {2, cwdOf("~/عمل")}};
+    world->found.cwds = {{1, cwdOf("~/עבודה/חנות")}, {2, cwdOf("~/عمل")}};
     open({safeItem(1), safeItem(2), safeItem(3)});
     EXPECT_TRUE(row(1)->accessibleName().contains(QString::fromUtf8("חנות")));
     EXPECT_EQ(row(1)->height(), row(3)->height());
@@ -135,7 +135,7 @@ TEST_F(StraysLookTest, inTheOtherDirectionArrowsGoAsTheyPoint) {
 }
 
 TEST_F(StraysLookTest, theExpandedTextIsMirroredToo) {
-    world->processTable = {{1, {.ppid = 0, .label = "systemd"}}};
+    world->found.processTable = {{1, {.ppid = 0, .label = "systemd"}}};
     open({safeItem(1)});
     expandAll();
     const ReasoningBlock* const block = shown<ReasoningBlock>().at(0);

@@ -249,7 +249,7 @@ TEST_F(StraysMergeTest, aProblemShiftsNoRowWhileAButtonIsHeldDown) {
     QAbstractButton* const held = hideButton(2);
     const int before = place(row(2)).y();
     QTest::mousePress(held, Qt::LeftButton);
-    world->directories.answer.fault = Shell::Fault::notLaunched;
+    world->found.faults.details = Shell::Fault::notLaunched;
     rescan({safeItem(1), safeItem(2)});
     ASSERT_FALSE(engine().problems().empty());
     EXPECT_EQ(place(row(2)).y(), before);

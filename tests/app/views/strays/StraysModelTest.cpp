@@ -41,7 +41,7 @@ TEST_F(StraysModelTest, countsWhatMatches) {
 }
 
 TEST_F(StraysModelTest, groupsEachSectionByKind) {
-    world->directories.cwds = {{1, cwdOf("~/b")}, {2, cwdOf("~/A")}, {3, cwdOf("~/c")}};
+    world->found.cwds = {{1, cwdOf("~/b")}, {2, cwdOf("~/A")}, {3, cwdOf("~/c")}};
     list({safeItem(1), kindItem(4, ProcessKind::npm), safeItem(2), reviewItem(3)});
     const auto safe = section(Bucket::safe);
     EXPECT_EQ(safe.bucket, Bucket::safe);
@@ -60,7 +60,7 @@ TEST_F(StraysModelTest, rowsSayWhatTheyAre) {
     item.elapsed = 86'400;
     item.cpuPercent = 12.34;
     item.rssKB = 2'048;
-    world->directories.cwds = {{5, cwdOf("~/work/shop")}};
+    world->found.cwds = {{5, cwdOf("~/work/shop")}};
     list({item});
     EXPECT_EQ(row(5).label, "Vite");
     EXPECT_EQ(row(5).descriptor, "shop");
@@ -81,7 +81,7 @@ TEST_F(StraysModelTest, theUsersOwnLabelIsLabelAndDescriptor) {
 }
 
 TEST_F(StraysModelTest, aRowReadsAsASentence) {
-    world->directories.cwds = {{5, cwdOf("~/work/shop")}};
+    world->found.cwds = {{5, cwdOf("~/work/shop")}};
     list({safeItem(5)});
     const std::string sentence = row(5).sentence();
     for (const std::string part : {"Vite", "shop", "2h", "0.2%"}) {
@@ -90,8 +90,8 @@ TEST_F(StraysModelTest, aRowReadsAsASentence) {
 }
 
 TEST_F(StraysModelTest, theFilterLooksAtCommandsProjectsAndPorts) {
-    world->directories.cwds = {{2, cwdOf("~/work/ledgra")}};
-    world->listeners.ports = {{3, {3000}}};
+    world->found.cwds = {{2, cwdOf("~/work/ledgra")}};
+    world->found.listeningPorts = {{3, {3000}}};
     ProcessItem four = safeItem(4);
     four.command = "node --port 3000";
     list({safeItem(1), safeItem(2), safeItem(3), four});
@@ -117,7 +117,7 @@ TEST_F(StraysModelTest, theFilterFindsAPortThatALaterScanSaw) {
     list({safeItem(1)});
     model().setFilterText("4321");
     EXPECT_TRUE(rows().empty());
-    world->listeners.ports = {{1, {4321}}};
+    world->found.listeningPorts = {{1, {4321}}};
     list({safeItem(1)});
     EXPECT_EQ(shownPIDs(), PIDs{1});
 }
@@ -130,7 +130,7 @@ TEST_F(StraysModelTest, saysThatThereIsNothing) {
 }
 
 TEST_F(StraysModelTest, doesNotSayThatThereIsNothingWhenItCouldNotLook) {
-    world->candidates.fault = Shell::Fault::notLaunched;
+    world->found.faults.table = Shell::Fault::notLaunched;
     list({});
     EXPECT_FALSE(model().problems().empty());
     EXPECT_EQ(model().emptyText(), std::nullopt);
@@ -163,7 +163,7 @@ TEST_F(StraysModelTest, givesNoMoreRowsThanAreAskedFor) {
 
 TEST_F(StraysModelTest, sumsUpWhatCouldBeReclaimed) {
     engine().setProtectedProjects({"~/kept"});
-    world->directories.cwds = {
+    world->found.cwds = {
         {1, cwdOf("~")}, {2, cwdOf("~/a")}, {3, cwdOf("~/kept/x")}, {5, cwdOf("~/other")}};
     list({safeItem(1), safeItem(2), safeItem(3), reviewItem(4), safeItem(5)});
     EXPECT_EQ(pidsOf(model().sweepableSafeItems()), (PIDs{1, 2, 5}));
@@ -200,7 +200,7 @@ TEST_F(StraysModelTest, theOnlySafeItemIsTheOneThatIsListed) {
 }
 
 TEST_F(StraysModelTest, workingDirectoriesAreAbsolute) {
-    world->directories.cwds = {{1, cwdOf("~/work/shop")}, {2, cwdOf("/srv/app")}, {3, cwdOf("~")}};
+    world->found.cwds = {{1, cwdOf("~/work/shop")}, {2, cwdOf("/srv/app")}, {3, cwdOf("~")}};
     list({safeItem(1), safeItem(2), safeItem(3), safeItem(4)});
     EXPECT_EQ(model().workingDirectory(safeItem(1)), home().string() + "/work/shop");
     EXPECT_EQ(model().workingDirectory(safeItem(2)), "/srv/app");
@@ -210,10 +210,10 @@ TEST_F(StraysModelTest, workingDirectoriesAreAbsolute) {
 
 TEST_F(StraysModelTest, tellsOnceOfAllThatAScanBrought) {
     (void)model();
-    world->directories.cwds = {{1, cwdOf("~/work/shop")}};
-    world->listeners.ports = {{1, {3000}}};
+    world->found.cwds = {{1, cwdOf("~/work/shop")}};
+    world->found.listeningPorts = {{1, {3000}}};
     world->owners.owners = {{1, "db"}};
-    world->processTable = {{77, {.ppid = 0, .label = "zsh"}}};
+    world->found.processTable = {{77, {.ppid = 0, .label = "zsh"}}};
     beginScan({safeItem(1), riskyItem(2)});
     settle();
     modelChanges = 0;
@@ -249,7 +249,7 @@ TEST_F(StraysModelTest, tellsOfEveryChangeOfItsOwn) {
 
 TEST_F(StraysModelTest, tellsWhatIsWrong) {
     EXPECT_TRUE(model().problems().empty());
-    world->listeners.answer.fault = Shell::Fault::notLaunched;
+    world->found.faults.details = Shell::Fault::notLaunched;
     list({safeItem(1)});
     ASSERT_FALSE(model().problems().empty());
     EXPECT_NE(model().problems().front().find("lsof could not be run"), std::string::npos);

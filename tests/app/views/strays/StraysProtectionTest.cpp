@@ -13,7 +13,7 @@ protected:
     void listIn(const std::string& folder, const std::optional<std::string>& root = std::nullopt) {
         VintrelCore::ProcessCwd cwd = cwdOf(folder);
         cwd.projectRoot = root;
-        world->directories.cwds = {{1, cwd}};
+        world->found.cwds = {{1, cwd}};
         list({safeItem(1)});
     }
 
@@ -86,7 +86,7 @@ TEST_F(StraysProtectionTest, twoClicksLeaveEverythingAsItWas) {
 }
 
 TEST_F(StraysProtectionTest, protectsEveryRowOfTheProject) {
-    world->directories.cwds = {{1, {.label = "shop", .fullPath = "~/shop/web", .projectRoot = "~/shop"}},
+    world->found.cwds = {{1, {.label = "shop", .fullPath = "~/shop/web", .projectRoot = "~/shop"}},
                                {2, {.label = "shop", .fullPath = "~/shop/api", .projectRoot = "~/shop"}},
                                {3, cwdOf("~/shop2")}};
     list({safeItem(1), safeItem(2), safeItem(3)});
@@ -99,7 +99,7 @@ TEST_F(StraysProtectionTest, protectsEveryRowOfTheProject) {
 
 TEST_F(StraysProtectionTest, isNotShownOnRowsThatNeedReview) {
     engine().setProtectedProjects({"~/work"});
-    world->directories.cwds = {{1, cwdOf("~/work/shop")}};
+    world->found.cwds = {{1, cwdOf("~/work/shop")}};
     list({reviewItem(1)});
     EXPECT_FALSE(row(1).isProtected);
 }

@@ -157,7 +157,7 @@ TEST_F(StraysStateTest, aRescanBringsHiddenItemsBackAndAnnouncesNothing) {
     model().dismiss(safeItem(1));
     list({safeItem(1), safeItem(2)});
     ASSERT_EQ(shownPIDs(), PIDs{2});
-    world->candidates.items = {safeItem(1), safeItem(2), safeItem(3)};
+    world->found.items = {safeItem(1), safeItem(2), safeItem(3)};
     model().rescan();
     EXPECT_TRUE(engine().dismissedPIDs().empty());
     EXPECT_TRUE(engine().isScanning());

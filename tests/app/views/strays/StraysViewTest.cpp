@@ -68,7 +68,7 @@ TEST_F(StraysFirstTab, theSafeHeaderTellsWhatCouldBeReclaimed) {
 
 TEST_F(StraysFirstTab, whatIsProtectedIsCountedButNotReclaimable) {
     engine().setProtectedProjects({"~/kept"});
-    world->directories.cwds = {{2, cwdOf("~/kept/x")}, {3, cwdOf("~")}};
+    world->found.cwds = {{2, cwdOf("~/kept/x")}, {3, cwdOf("~")}};
     open({safeItem(2), safeItem(3)});
     EXPECT_TRUE(says("Safe to clean (2)"));
     EXPECT_TRUE(says(memoryTextOfKB(3 * 1'024) + " reclaimable"));
@@ -101,7 +101,7 @@ TEST_F(StraysFirstTab, cleanAllIsDisabledWhenTheFilterHidesEverySafeRow) {
 }
 
 TEST_F(StraysFirstTab, cleanAllIsDisabledWhenAllIsProtected) {
-    world->directories.cwds = {{1, cwdOf("~/kept/x")}};
+    world->found.cwds = {{1, cwdOf("~/kept/x")}};
     open({safeItem(1)});
     EXPECT_TRUE(cleanButton()->isEnabled());
     engine().setProtectedProjects({"~/kept"});
@@ -113,7 +113,7 @@ TEST_F(StraysFirstTab, cleanAllIsDisabledWhenAllIsProtected) {
 }
 
 TEST_F(StraysFirstTab, cleanAllIsDisabledWhenAFactThatProtectsIsMissing) {
-    world->directories.answer.fault = Shell::Fault::notLaunched;
+    world->found.faults.details = Shell::Fault::notLaunched;
     open({safeItem(1)});
     EXPECT_FALSE(cleanButton()->isEnabled());
 }
@@ -163,14 +163,14 @@ TEST_F(StraysFirstTab, aFilterThatFindsNothingIsTold) {
 }
 
 TEST_F(StraysFirstTab, whatIsWrongIsTold) {
-    world->listeners.answer.fault = Shell::Fault::notLaunched;
+    world->found.faults.details = Shell::Fault::notLaunched;
     open({safeItem(1)});
     const Texts all = texts();
     const auto isAbout = [](const std::string& text) {
         return text.find("lsof could not be run") != std::string::npos;
     };
     EXPECT_TRUE(std::ranges::any_of(all, isAbout));
-    world->listeners.answer.fault = Shell::Fault::none;
+    world->found.faults.details = Shell::Fault::none;
     rescan({safeItem(1)});
     const Texts after = texts();
     EXPECT_FALSE(std::ranges::any_of(after, isAbout));

@@ -37,7 +37,7 @@ protected:
 
     /// Opens the popover while these are the candidates, and waits for them.
     void open(const std::vector<ProcessItem>& candidates) {
-        world->candidates.items = candidates;
+        world->found.items = candidates;
         view = new MenuBarView(engine(), fileBrowser, [this] { ++settingsOpened; }, noContainers());
         window = std::make_unique<PopoverWindow>([this] { return view.data(); });
         window->present();
