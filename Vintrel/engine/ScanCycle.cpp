@@ -1,5 +1,7 @@
 #include "Vintrel/engine/ScanCycle.h"
 
+#include "VintrelCore/scan/Protection.h"
+
 #include <thread>
 #include <utility>
 
@@ -60,9 +62,11 @@ void findCandidates(const Inputs& inputs, const ScanSources& sources, int interr
                                    interrupt);
     results.faults.note(directories.answer);
     results.cwds = std::move(directories.cwds);
-    results.faults.foldersUnknown = results.cwds.empty() && !candidates.items.empty();
     results.items = ScanCore::applyScopedIgnores(candidates.items, results.cwds, inputs.ignores.scoped);
     results.ended = sources.endedAmong(results.items, results.cwds);
+    results.faults.foldersUnknown =
+        results.cwds.empty() &&
+        doesAnyOfOnesOwnLive(results.items, results.ended, sources.ofOtherAccounts(results.items));
     results.usedCPU = sources.usedCPU(results.items);
 }
 

@@ -66,6 +66,7 @@ ScanSources::ScanSources()
       enumerate(takeSnapshot),
       workingDirectories(askForDirectories),
       endedAmong(VintrelCore::endedAmong),
+      ofOtherAccounts(VintrelCore::ofOtherAccounts),
       processTable(askForProcessTable),
       usedCPU([](const std::vector<ProcessItem>& items) { return CPUSampler::read(items); }),
       openFiles(askForOpenFiles),

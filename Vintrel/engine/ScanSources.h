@@ -57,6 +57,8 @@ struct ScanSources {
     std::function<VintrelCore::ScanCore::PIDSet(const std::vector<VintrelCore::ProcessItem>& items,
                                                 const VintrelCore::CwdResolver::CwdMap& cwds)>
         endedAmong;
+    std::function<VintrelCore::ScanCore::PIDSet(const std::vector<VintrelCore::ProcessItem>& items)>
+        ofOtherAccounts;
     std::function<VintrelCore::AncestryResolver::ProcessTable(int interrupt)> processTable;
     std::function<VintrelCore::CPUSampler::Reading(const std::vector<VintrelCore::ProcessItem>& items)>
         usedCPU;

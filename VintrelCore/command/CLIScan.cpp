@@ -77,9 +77,11 @@ private:
                                                   .lsofOutput = answer.output,
                                                   .home = protection.home,
                                                   .mayTouchFiles = !m_result.faults.metDeadMount});
-        m_result.faults.foldersUnknown = m_result.cwds.empty();
         m_result.items = ScanCore::applyScopedIgnores(m_result.items, m_result.cwds, m_ignores.scoped);
         const ScanCore::PIDSet ended = endedAmong(m_result.items, m_result.cwds);
+        m_result.faults.foldersUnknown =
+            m_result.cwds.empty() &&
+            doesAnyOfOnesOwnLive(m_result.items, ended, ofOtherAccounts(m_result.items));
         for (const ProcessItem& item : m_result.items) {
             if (protection.covers(item, m_result.cwds)) {
                 m_result.protectedPIDs.insert(item.pid);

@@ -65,6 +65,27 @@ ScanCore::PIDSet endedAmong(std::span<const ProcessItem> items, const CwdResolve
     return ended;
 }
 
+ScanCore::PIDSet ofOtherAccounts(std::span<const ProcessItem> items) {
+    ScanCore::PIDSet others;
+    const Platform::KernelView kernel = Platform::kernelView();
+    if (kernel.userID == 0) { // root can look into every account's processes
+        return others;
+    }
+    for (const int32_t pid : allPIDsOf(items)) {
+        const auto facts = kernel.factsOf(pid);
+        if (facts && facts->userID != kernel.userID) {
+            others.insert(pid);
+        }
+    }
+    return others;
+}
+
+bool doesAnyOfOnesOwnLive(std::span<const ProcessItem> items, const ScanCore::PIDSet& ended,
+                          const ScanCore::PIDSet& others) {
+    return std::ranges::any_of(allPIDsOf(items),
+                               [&](int32_t pid) { return !ended.contains(pid) && !others.contains(pid); });
+}
+
 bool isFolderUnknown(const ProcessItem& item, const CwdResolver::CwdMap& cwds,
                      const ScanCore::PIDSet& ended) {
     return std::ranges::any_of(allPIDsOf({&item, 1}),

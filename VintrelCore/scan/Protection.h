@@ -39,6 +39,15 @@ struct Protection {
 [[nodiscard]] ScanCore::PIDSet endedAmong(std::span<const ProcessItem> items,
                                           const CwdResolver::CwdMap& cwds);
 
+/// Those of the rows and of what is folded into them that belong to another account for certain: lsof
+/// cannot tell their folders. None for root, which can look into all.
+[[nodiscard]] ScanCore::PIDSet ofOtherAccounts(std::span<const ProcessItem> items);
+
+/// Whether any of the rows, or of what is folded into them, may be this account's own and live: lsof can tell
+/// the folders of those. `ended` and `others` as the functions above give them.
+[[nodiscard]] bool doesAnyOfOnesOwnLive(std::span<const ProcessItem> items, const ScanCore::PIDSet& ended,
+                                        const ScanCore::PIDSet& others);
+
 /// Whether the folder of the row, or of anything folded into it, is unknown, as that of a program with file
 /// capabilities is to its own user. Whether it is protected cannot be told then. What has ended works
 /// nowhere.

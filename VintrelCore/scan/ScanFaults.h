@@ -15,7 +15,7 @@ struct ScanFaults {
     Shell::Fault lsof =
         Shell::Fault::none;      ///< projects or ports are unknown, and with them some of what protects
     bool metDeadMount = false;   ///< lsof hung at first, and folders that protect could not be looked at
-    bool foldersUnknown = false; ///< lsof named that of no candidate at all
+    bool foldersUnknown = false; ///< lsof named that of no candidate, not even of one's own that live
 
     bool operator==(const ScanFaults&) const = default;
 

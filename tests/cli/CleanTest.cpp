@@ -1,6 +1,7 @@
 // "vintrel clean": all safe strays at once. These tests see only the processes that they started.
 #include "VintrelCore/VintrelCore.h"
 #include "tests/cli/VintrelRun.h"
+#include "tests/support/NeedsRoot.h"
 #include "tests/support/Process.h"
 #include "tests/support/Stray.h"
 
@@ -165,6 +166,21 @@ TEST(Clean, endsNothingWhenNoFolderCanBeToldAndRulesGoByFolders) {
     EXPECT_FALSE(isRunning(stray.pid()));
     ASSERT_EQ(eventsOf(home).size(), 1U);
     EXPECT_EQ(eventsOf(home)[0].projectLabel, "—");
+}
+
+TEST(Clean, isNotRefusedForTheUnknownFoldersOfOtherAccounts) {
+    VINTREL_NEEDS_ROOT();
+    const VintrelHome home;
+    std::filesystem::permissions(home.path(), std::filesystem::perms::all);
+    home.writeSettings(std::string(everybodyIsOld) + "protectedProjects=~/mine\n");
+    const std::vector<std::string> asNobody{"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"};
+    const Stray others({.argv = {"vitest"}, .cwd = home.path()});
+    letStraysAge();
+    ASSERT_EQ(parseTable(home.run({"list"}, asNobody).output).at(others.pid()).project, "—");
+    const auto outcome = home.run({"clean"}, asNobody);
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.errors, "");
+    EXPECT_TRUE(isRunning(others.pid()));
 }
 
 TEST(Clean, leavesOutWhoseFolderIsUnknownWhereRulesGoByFolders) {

@@ -113,6 +113,19 @@ TEST_F(EngineFaults, aDeadMountIsToldWhereItMatters) {
     expectSentence(textOf(Problem::Source::mount));
 }
 
+TEST_F(EngineFaults, unknownFoldersAreToldUnlessAllBelongToOtherAccountsOrHaveEnded) {
+    engine().setProtectedProjects({"~/work"});
+    world->directories.cwds.clear();
+    scan({safeItem(1), safeItem(2), safeItem(3)});
+    expectSentence(textOf(Problem::Source::lsof));
+    world->ofOtherAccounts = {1, 3};
+    scan();
+    expectSentence(textOf(Problem::Source::lsof));
+    world->ended = {2};
+    scan();
+    EXPECT_TRUE(engine().problems().empty());
+}
+
 TEST_F(EngineFaults, anEngineOfContainersThatIsNotThereIsNone) {
     for (const auto state : {EngineState::absent, EngineState::answering}) {
         world->owners.engine = state;

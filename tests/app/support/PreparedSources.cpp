@@ -60,6 +60,9 @@ void prepareScan(ScanSources& sources, const std::shared_ptr<State>& state) {
     sources.endedAmong = [state](const std::vector<ProcessItem>&, const VintrelCore::CwdResolver::CwdMap&) {
         return with(state, [](auto& world) { return world.ended; });
     };
+    sources.ofOtherAccounts = [state](const std::vector<ProcessItem>&) {
+        return with(state, [](auto& world) { return world.ofOtherAccounts; });
+    };
     sources.processTable = [state](int) {
         return with(state, [](auto& world) { return world.processTable; });
     };

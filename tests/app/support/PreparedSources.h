@@ -79,6 +79,7 @@ public:
         Vintrel::ScanSources::Candidates candidates{};
         Vintrel::ScanSources::Directories directories{};
         VintrelCore::ScanCore::PIDSet ended{};
+        VintrelCore::ScanCore::PIDSet ofOtherAccounts{};
         VintrelCore::AncestryResolver::ProcessTable processTable{};
         VintrelCore::CPUSampler::Reading reading{};
         VintrelCore::OpenFileList openFiles{};
