@@ -8,6 +8,9 @@
 /// blanks.
 namespace VintrelCore::GoBetweens {
 
+/// More levels of programs that start programs than anything real has.
+inline constexpr int deepest = 8;
+
 enum class Sort : uint8_t {
     interpreter, ///< runs a script or a module
     runner,      ///< runs a package, or a script of the project's

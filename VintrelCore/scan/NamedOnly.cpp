@@ -1,7 +1,7 @@
 #include "VintrelCore/scan/NamedOnly.h"
 
 #include "VintrelCore/scan/Interpreters.h"
-#include "VintrelCore/scan/RunnerShells.h"
+#include "VintrelCore/scan/ToldText.h"
 #include "VintrelCore/scan/WhatRuns.h"
 
 #include <algorithm>
@@ -43,7 +43,7 @@ Found foundInShell(ProcessKind kind, const SnapshotRecord& record, const Process
         return Found::nowhere;
     }
     const auto arguments = lookup.argumentsInSnapshot(record.onlyChildOf);
-    const bool isAlone = arguments && RunnerShells::textOfOneProgram(*arguments);
+    const bool isAlone = arguments && ToldText::textOfOneProgram(*arguments);
     return isAlone ? WhatRuns::foundIn(kind, *arguments) : Found::nowhere;
 }
 

@@ -3,6 +3,7 @@
 #include "VintrelCore/model/ProcessItem.h"
 #include "VintrelCore/scan/Caretakers.h"
 #include "VintrelCore/scan/RunnerShells.h"
+#include "VintrelCore/scan/ToldText.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -15,7 +16,7 @@ namespace VintrelCore {
 namespace {
 
 bool isShell(const SnapshotRecord& record) {
-    return RunnerShells::isToldText(record.command);
+    return ToldText::isToldText(record.command);
 }
 
 bool hasTTY(const SnapshotRecord& record) {

@@ -3,7 +3,7 @@
 #include "VintrelCore/base/Saturating.h"
 #include "VintrelCore/scan/CommandWords.h"
 #include "VintrelCore/scan/RunnerShells.h"
-#include "VintrelCore/scan/WhatRuns.h"
+#include "VintrelCore/scan/ToldText.h"
 
 #include <algorithm>
 #include <iterator>
@@ -48,9 +48,9 @@ bool RunnerRows::mayLoseOther(const ProcessItem& item) const {
         return m_parentsOfTerminals.contains(pid) || m_lookup.holdsTerminal(pid);
     };
     const auto goesOn = [this](const FoldedProcess& process) {
-        const bool isShell = RunnerShells::isToldText(process.command);
+        const bool isShell = ToldText::isToldText(process.command);
         const auto arguments = isShell ? m_lookup.argumentsInSnapshot(process.pid) : std::nullopt;
-        return isShell && !(arguments && WhatRuns::isToldOneThing(*arguments));
+        return isShell && !(arguments && ToldText::isToldOneThing(*arguments));
     };
     return !item.folded.empty() && (runsBeforeAnother(item) || hosts(item.pid) ||
                                     std::ranges::any_of(item.folded, hosts, &FoldedProcess::pid) ||

@@ -143,8 +143,8 @@ bool isPathWithBlanks(std::string_view path) {
 
 /// Where the suffix of a script begins; the size of the name when it has none.
 size_t suffixStart(std::string_view name) {
-    constexpr auto suffixes =
-        std::to_array<std::string_view>({".js", ".mjs", ".cjs", ".ts", ".mts", ".cts", ".py", ".exe"});
+    constexpr auto suffixes = std::to_array<std::string_view>(
+        {".js", ".mjs", ".cjs", ".jsx", ".ts", ".mts", ".cts", ".tsx", ".py", ".exe"});
     const auto suffix = std::ranges::find_if(suffixes, [name](auto end) { return name.ends_with(end); });
     return name.size() - (suffix != suffixes.end() ? suffix->size() : 0);
 }

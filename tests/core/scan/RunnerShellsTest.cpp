@@ -207,31 +207,3 @@ TEST(IsPackageRunner, severalToolsRunPackagesOnlyWhenTheyAreToldTo) {
         EXPECT_FALSE(RunnerShells::isPackageRunner(command)) << command;
     }
 }
-
-TEST(ToldText, ofAShellComesAfterItsOptions) {
-    for (const char* command : {"sh -c vite --port 1", "/bin/dash -c  'vite'", "bash -lc vite", "sh -ec vite",
-                                "bash -o pipefail -c vite", "bash --norc -c vite",
-                                "bash --rcfile /x/rc -c vite", "sh -c -e vite", "sh -ce vite"}) {
-        EXPECT_TRUE(RunnerShells::isToldText(command)) << command;
-    }
-    for (const char* command : {"bash --norc -i", "zsh -c vite", "sh x.sh -c", "sh", "bash -o -c",
-                                "/x/csh -c vite", "bash --rcfile -c", "bash -- -c vite", ""}) {
-        EXPECT_FALSE(RunnerShells::isToldText(command)) << command;
-    }
-}
-
-TEST(ToldText, isOfOneProgramWhenNothingSeparatesCommands) {
-    using Arguments = std::vector<std::string>;
-    EXPECT_EQ(RunnerShells::textOfOneProgram(Arguments{"sh", "-c", "vite --port 1"}), "vite --port 1");
-    EXPECT_EQ(RunnerShells::textOfOneProgram(Arguments{"/bin/bash", "-o", "pipefail", "-lc", "vite"}),
-              "vite");
-    EXPECT_EQ(RunnerShells::textOfOneProgram(Arguments{"sh", "-c", "vite", "name"}), "vite");
-    for (const char* text : {"vite\npython3 x.py", "vite; x", "vite && x", "vite | x", "vite & x",
-                             "$(x) vite", "vite `x`", "(vite)", "vite <(x)"}) {
-        EXPECT_EQ(RunnerShells::textOfOneProgram(Arguments{"sh", "-c", text}), std::nullopt) << text;
-    }
-    EXPECT_EQ(RunnerShells::textOfOneProgram(Arguments{"sh", "-c"}), std::nullopt);
-    EXPECT_EQ(RunnerShells::textOfOneProgram(Arguments{"sh", "vite"}), std::nullopt);
-    EXPECT_EQ(RunnerShells::textOfOneProgram(Arguments{"zsh", "-c", "vite"}), std::nullopt);
-    EXPECT_EQ(RunnerShells::textOfOneProgram(Arguments{}), std::nullopt);
-}
