@@ -66,8 +66,9 @@ bool runsScriptThatRunsPackages(const GoBetween& program, Words arguments) {
 bool runsScriptsItself(std::string_view command) {
     const std::vector<std::string_view> words = CommandWords::wordsOf(command);
     const auto isSuch = [](std::string_view word) {
-        return CommandWords::isListed("yarn yarnpkg pnpm pn deno",
-                                      ToolNames::plainName(ToolNames::lastComponent(word)));
+        const GoBetween* const program =
+            GoBetweens::find(ToolNames::lastComponent(ToolNames::withoutVersion(word)));
+        return program != nullptr && program->runsScripts;
     };
     const auto runsOneProgram = [](std::string_view word) {
         return CommandWords::isListed("exec dlx x", word);

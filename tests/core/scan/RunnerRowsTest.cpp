@@ -268,6 +268,9 @@ TEST(RunnerRows, runnersThatNeedNoShellMayHaveMoreToRun) {
     };
     EXPECT_EQ(tierOf("node .yarn/releases/yarn-4.5.3.cjs test"), RiskTier::moderate);
     EXPECT_EQ(tierOf("pnpm test"), RiskTier::moderate);
+    EXPECT_EQ(tierOf("node .yarn/releases/yarn-4.0.0-rc.53.cjs test"), RiskTier::moderate);
+    EXPECT_EQ(tierOf("node .yarn/releases/yarn-berry.cjs test"), RiskTier::moderate);
+    EXPECT_EQ(tierOf("corepack pnpm@10 test"), RiskTier::moderate);
     EXPECT_EQ(tierOf("pnpm exec vitest"), RiskTier::easy);
     EXPECT_EQ(tierOf("npm test"), RiskTier::easy) << "with bash, which lets the last command take its place";
 }

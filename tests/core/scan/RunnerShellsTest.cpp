@@ -180,9 +180,21 @@ TEST(IsPackageRunner, knowsTheFilesOfVersionsAndTheNewerNames) {
     for (const char* command :
          {"node .yarn/releases/yarn-1.22.22.cjs dev", "node /home/dev/.yarn/releases/yarn-4.5.3.cjs run dev",
           "node /opt/pnpm/bin/pnpm.mjs dev", "node /opt/pnpm/bin/pnpm.cjs dev", "/opt/pnpm/pn dev",
-          "pnx vite", "pnpx vite", "node /opt/pnpm/bin/pnx.mjs vite", "/bin/sh /usr/local/bin/yarn dev",
+          "node .yarn/releases/yarn-4.0.0-rc.53.cjs dev", "node .yarn/releases/yarn-berry.cjs dev",
+          "node /x/yarn-1.23.0-20220130.1630.js dev", "node /x/yarn-3.2.0-rc.cjs dev", "pnx vite",
+          "pnpx vite", "node /opt/pnpm/bin/pnx.mjs vite", "/bin/sh /usr/local/bin/yarn dev",
           "node /usr/lib/node_modules/corepack/dist/corepack.js pnpm dev"}) {
         EXPECT_TRUE(RunnerShells::isPackageRunner(command)) << command;
+    }
+}
+
+TEST(IsPackageRunner, isNoOtherFileWhoseNameBeginsLikeARunners) {
+    for (const char* command :
+         {"node yarn-lint.js", "node /x/npm-run-all.js build", "node yarn-4.0.0-lint.js",
+          "node yarn-rc.53.cjs dev", "node yarn4-rc.1.cjs dev", "node yarn-4.0.0-rc.x.cjs dev",
+          "node yarn-4.0.0-rc.53-fix.cjs dev", "node yarn-4.0.0-.cjs dev", "node my-yarn-4.0.0-rc.1.cjs dev",
+          "node yarn.js-rc.1.cjs dev", "yarn-4.0.0-rc.53 dev", "node node-20.0.0-rc.1.js"}) {
+        EXPECT_FALSE(RunnerShells::isPackageRunner(command)) << command;
     }
 }
 
