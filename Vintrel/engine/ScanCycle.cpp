@@ -53,7 +53,6 @@ void findCandidates(const Inputs& inputs, const ScanSources& sources, int interr
     ScanSources::Candidates candidates = sources.enumerate(options, interrupt);
     results.faults.ps = candidates.fault;
     results.managers = std::move(candidates.managers);
-    results.namedOnly = std::move(candidates.namedOnly);
 
     ScanSources::Directories directories =
         sources.workingDirectories({.pids = allPIDsOf(candidates.items),

@@ -35,7 +35,6 @@ struct Results {
     VintrelCore::ScanCore::PIDSet ended{}; ///< of the items' processes, those that had no folder any more
     VintrelCore::AncestryResolver::ProcessTable processTable{};
     std::unordered_map<int32_t, std::string> managers{};
-    VintrelCore::ScanCore::PIDSet namedOnly{}; ///< candidates whose tool is not what runs
     VintrelCore::CPUSampler::Reading usedCPU{};
     VintrelCore::ScanFaults faults{};
     VintrelCore::DockerService::EngineState containerEngine = VintrelCore::DockerService::EngineState::absent;

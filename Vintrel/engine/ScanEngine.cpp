@@ -180,7 +180,6 @@ std::vector<ScanEngine::Field> ScanEngine::adopt(ScanCycle::Results results) {
     note(m_found.cwds, results.cwds, Field::cwds);
     note(m_found.processTable, results.processTable, Field::processTable);
     note(m_found.managers, results.managers, Field::managers);
-    note(m_found.namedOnly, results.namedOnly, Field::namedOnly);
     m_found = std::move(results);
     return fields;
 }

@@ -25,11 +25,9 @@ ScanSources::Candidates takeSnapshot(const ScanCore::EnumerateOptions& options, 
     if (fault != Shell::Fault::none) {
         return {.fault = fault};
     }
-    ScanCore::Candidates candidates = snapshot.candidates(options);
-    auto managers = snapshot.managersOf(candidates.items);
-    return {.items = std::move(candidates.items),
-            .managers = std::move(managers),
-            .namedOnly = std::move(candidates.namedOnly)};
+    auto items = snapshot.candidates(options);
+    auto managers = snapshot.managersOf(items);
+    return {.items = std::move(items), .managers = std::move(managers)};
 }
 
 ScanSources::Directories askForDirectories(const ScanSources::DirectoriesQuery& query, int interrupt) {

@@ -34,7 +34,6 @@ struct ScanSources {
     struct Candidates {
         std::vector<VintrelCore::ProcessItem> items{};
         std::unordered_map<int32_t, std::string> managers{}; ///< the unit or program that looks after a pid
-        VintrelCore::ScanCore::PIDSet namedOnly{}; ///< for review because the tool is named only in arguments
         VintrelCore::Shell::Fault fault = VintrelCore::Shell::Fault::none;
     };
 

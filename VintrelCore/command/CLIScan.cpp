@@ -32,13 +32,11 @@ public:
 
         // Ports change how risky a candidate is, never which candidates there are: no need to wait for them
         // here.
-        m_result.items = m_snapshot
-                             .candidates({.elapsedThreshold = m_rules.elapsedThreshold,
-                                          .registeredPIDs = ScanCore::PIDSet(),
-                                          .ignoredNames = m_ignores.names,
-                                          .disabledKinds = m_rules.disabledKinds,
-                                          .customRules = m_rules.customRules})
-                             .items;
+        m_result.items = m_snapshot.candidates({.elapsedThreshold = m_rules.elapsedThreshold,
+                                                .registeredPIDs = ScanCore::PIDSet(),
+                                                .ignoredNames = m_ignores.names,
+                                                .disabledKinds = m_rules.disabledKinds,
+                                                .customRules = m_rules.customRules});
         std::optional<Lsof::Query> directories;
         if (!m_result.items.empty()) {
             directories.emplace(CwdResolver::lsofArguments(allPIDsOf(m_result.items)), m_world.lsof);

@@ -55,12 +55,11 @@ Found foundIn(ProcessKind kind, const SnapshotRecord& record, const ProcessLooku
 
 } // namespace
 
-ScanCore::PIDSet raise(std::span<ProcessItem> items, std::span<const SnapshotRecord> records,
-                       const ProcessLookup& lookup) {
+void raise(std::span<ProcessItem> items, std::span<const SnapshotRecord> records,
+           const ProcessLookup& lookup) {
     const auto isEasy = [](const ProcessItem& item) { return item.riskTier == RiskTier::easy; };
-    ScanCore::PIDSet raised;
     if (std::ranges::none_of(items, isEasy)) {
-        return raised;
+        return;
     }
     const RecordsByPID byPID = indexed(records);
     for (ProcessItem& item : items) {
@@ -72,10 +71,9 @@ ScanCore::PIDSet raise(std::span<ProcessItem> items, std::span<const SnapshotRec
         const Found found = isKnown ? foundIn(item.kind, *record->second, lookup) : Found::nowhere;
         item.riskTier = WhatRuns::tierOf(item.riskTier, found);
         if (!isEasy(item)) {
-            raised.insert(item.pid);
+            item.reviewReason = ReviewReason::namedOnly;
         }
     }
-    return raised;
 }
 
 } // namespace VintrelCore::NamedOnly

@@ -96,7 +96,7 @@ public:
         for (const Shell& shell : shells) {
             const SnapshotRecord& record = m_records[shell.index];
             SnapshotRecord& runner = m_records[shell.runner];
-            runner.mayRunMore |= hasSeveralChildren(record) || hasSeveralChildren(runner);
+            runner.startedSeveral |= hasSeveralChildren(record) || hasSeveralChildren(runner);
             runner.foldedShells.push_back({.pid = record.pid, .command = record.command});
             folded.insert(record.pid);
         }

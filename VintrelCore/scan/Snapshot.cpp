@@ -22,11 +22,11 @@ Shell::Fault Snapshot::take(const Shell::Outcome& ps) {
     return ps.output.empty() ? Shell::Fault::broken : Shell::Fault::none;
 }
 
-ScanCore::Candidates Snapshot::candidates(ScanCore::EnumerateOptions options) const {
+std::vector<ProcessItem> Snapshot::candidates(ScanCore::EnumerateOptions options) const {
     options.startTimeProvider = [this](int32_t pid) { return startTime(pid); };
-    auto candidates = ScanCore::candidatesIn(m_records, options, ProcessLookup::since(m_began));
-    std::erase_if(candidates.items, [](const ProcessItem& item) { return !item.startTime; });
-    return candidates;
+    auto items = ScanCore::candidatesIn(m_records, options, ProcessLookup::since(m_began));
+    std::erase_if(items, [](const ProcessItem& item) { return !item.startTime; });
+    return items;
 }
 
 std::unordered_map<int32_t, std::string> Snapshot::managersOf(std::span<const ProcessItem> items) const {

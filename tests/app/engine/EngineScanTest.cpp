@@ -17,8 +17,7 @@ protected:
         world->listeners.ports = {{1, {3'000, 5'173}}, {9, {8'080}}};
         world->owners = {.owners = {{2, "shop-db"}},
                          .engine = VintrelCore::DockerService::EngineState::answering};
-        world->candidates = {
-            .items = {safeItem(1), reviewItem(2)}, .managers = {{2, "mydev.service"}}, .namedOnly = {2}};
+        world->candidates = {.items = {safeItem(1), reviewItem(2)}, .managers = {{2, "mydev.service"}}};
         world->directories.cwds = {{1, cwdOf("~/work/shop")}};
         world->processTable = {{1, {.ppid = 0, .label = "init"}}, {2, {.ppid = 1, .label = "vite"}}};
     }
@@ -44,7 +43,6 @@ TEST_F(EngineScan, publishesAllThatWasFound) {
     EXPECT_EQ(engine().cwds(), world->directories.cwds);
     EXPECT_EQ(engine().processTable(), world->processTable);
     EXPECT_EQ(engine().managers(), world->candidates.managers);
-    EXPECT_EQ(engine().namedOnly(), world->candidates.namedOnly);
     EXPECT_EQ(engine().previousPIDs(), (PIDSet{1, 2}));
     EXPECT_TRUE(engine().openFiles().empty());
     EXPECT_TRUE(engine().problems().empty());
@@ -54,7 +52,6 @@ TEST_F(EngineScan, publishesInOrder) {
     prepareEverything();
     scan();
     std::erase(changes, Field::managers);
-    std::erase(changes, Field::namedOnly);
     EXPECT_EQ(changes, (Fields{Field::isScanning, Field::items, Field::listeningPorts, Field::containerOwners,
                                Field::cwds, Field::processTable, Field::isScanning}));
 }

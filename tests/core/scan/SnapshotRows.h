@@ -81,7 +81,7 @@ inline std::vector<VintrelCore::ProcessItem> rowsOf(const std::string& psOutput,
         return std::optional(VintrelCore::ProcStartTime{.sec = pid, .usec = 0});
     };
     found.addArgumentsIn(psOutput);
-    return VintrelCore::ScanCore::candidatesIn(records, options, found.lookup(kernel)).items;
+    return VintrelCore::ScanCore::candidatesIn(records, options, found.lookup(kernel));
 }
 
 /// What is folded into a row, in its order. Fails the test where a stamp is not the process's own.
