@@ -32,8 +32,10 @@ std::vector<Ending> endAll(const Items& items, int interrupt) {
     world.interrupt = interrupt;
     const bool anyInContainer = std::ranges::any_of(
         items, [&world](const ProcessItem& item) { return world.containerHere(item).has_value(); });
-    const auto owners = anyInContainer ? DockerService::containerOwners(interrupt) : DockerCore::OwnerMap();
-    const auto results = KillCore::killAll(items, owners, world);
+    const auto containers =
+        anyInContainer ? DockerService::askForOwners(interrupt) : DockerService::OwnersAnswer();
+    world.ownersAreKnown = !containers.isLate;
+    const auto results = KillCore::killAll(items, containers.owners, world);
     std::vector<Ending> endings(items.size());
     for (size_t index = 0; index < items.size(); ++index) {
         endings[index] = {.item = items[index], .result = results[index]};

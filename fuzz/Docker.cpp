@@ -54,6 +54,19 @@ void checkOwners(std::string_view output) {
     }
 }
 
+void checkStops(std::string_view output) {
+    for (const ContainerStop& stop : DockerCore::parseStops(output)) {
+        require(!stop.id.empty(), "a container has an id");
+        require(stop.timeout >= 0, "it is not waited for ever");
+        ContainerStop expected = stop;
+        expected.startedAt.reset();
+        const std::string line =
+            stop.id + "\t" + std::to_string(stop.pid) + "\t\t" + std::to_string(stop.timeout);
+        require(DockerCore::parseStops(line) == std::vector{expected}, "its columns say the same again");
+        require(DockerCore::parseStops(line + "\tmore").empty(), "and there are no others");
+    }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -61,10 +74,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     checkListing(output);
     checkStats(output);
     checkOwners(output);
+    checkStops(output);
     const std::string padded = "\n" + std::string(output) + "\n\n";
     require(DockerCore::parsePS(padded) == DockerCore::parsePS(output) &&
                 DockerCore::parseStats(padded) == DockerCore::parseStats(output) &&
-                DockerCore::parseContainerOwners(padded) == DockerCore::parseContainerOwners(output),
+                DockerCore::parseContainerOwners(padded) == DockerCore::parseContainerOwners(output) &&
+                DockerCore::parseStops(padded) == DockerCore::parseStops(output),
             "empty lines change nothing");
     return 0;
 }

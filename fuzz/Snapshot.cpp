@@ -1,6 +1,6 @@
 #include "VintrelCore/base/Text.h"
 #include "VintrelCore/command/CLICore.h"
-#include "VintrelCore/scan/Parentage.h"
+#include "VintrelCore/scan/Caretakers.h"
 #include "VintrelCore/scan/ScanCore.h"
 #include "VintrelCore/scan/SnapshotRecord.h"
 #include "fuzz/Fuzzing.h"
@@ -70,7 +70,7 @@ void checkOrphan(const SnapshotRecord& record, const Scene& scene) {
     const auto parentsLine = scene.lines.find(parent);
     const std::string_view parentsCommand =
         parentsLine != scene.lines.end() ? parentsLine->second.args : std::string_view();
-    require(Parentage::isAdopter(parent, parentsCommand), "an orphan's parent takes in orphans");
+    require(Caretakers::isAdopter(parent, parentsCommand), "an orphan's parent takes in orphans");
     const auto facts = scene.facts.find(record.pid);
     require(facts != scene.facts.end() && facts->second.userID == user,
             "only the user's own processes are orphans, and only when the kernel tells");

@@ -3,6 +3,7 @@
 #include "VintrelCore/model/ProcessKind.h"
 #include "VintrelCore/scan/CommandWords.h"
 #include "VintrelCore/scan/ShellText.h"
+#include "VintrelCore/scan/ToldText.h"
 #include "fuzz/Fuzzing.h"
 
 #include <string>
@@ -34,6 +35,29 @@ void checkQuoting(const Arguments& arguments, const std::string& script) {
     const auto words = text.nextCommand();
     require(words == arguments, "a shell's words in quotes are the words");
     require(!text.nextCommand(), "and make one command");
+}
+
+bool isToldOneThing(std::string_view text) {
+    return ToldText::isToldOneThing(Arguments{"sh", "-c", std::string(text)});
+}
+
+void checkTold(std::string_view text) {
+    if (text.empty() || text.starts_with('-') || text.starts_with('+')) {
+        return; // an option, and the text may follow
+    }
+    const bool isOne = isToldOneThing(text);
+    const std::string told(text);
+    require(ToldText::isToldOneThing(Arguments{"/bin/bash", "-lc", told, "name"}) == isOne,
+            "whatever shell is told it");
+    require(isToldOneThing("cd x\n" + told) == isOne, "what does not last counts for nothing");
+    require(isOne || !isToldOneThing("x\n" + told), "another command makes it no fewer");
+    require(!isToldOneThing("x\nx\n" + told), "two are not one");
+    ShellText commands(text);
+    while (commands.nextCommand()) {
+    }
+    require(!isOne || !commands.mayHideCommands(), "what may be hidden is not one thing");
+    const auto plain = ToldText::textOfOneProgram(Arguments{"sh", "-c", told});
+    require(!plain || *plain == text, "a plain command is the text");
 }
 
 void checkGoBetweens(ProcessKind kind, const Arguments& arguments, Found found) {
@@ -88,6 +112,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const ProcessKind kind = kinds[static_cast<unsigned char>(rest.front() - 'a') % kinds.size()];
     rest.remove_prefix(1);
     checkLine(kind, rest);
+    checkTold(rest);
     Arguments arguments;
     while (!rest.empty()) {
         arguments.emplace_back(Fuzzing::takeUpTo(rest, "\n"));

@@ -21,6 +21,8 @@ public:
     explicit ContainerOwners(Source source, QObject* parent = nullptr)
         : QObject(parent), m_source(std::move(source)) {}
 
+    [[nodiscard]] const Answer& answer() const { return m_answer; }
+
     [[nodiscard]] const auto& owners() const { return m_answer.owners; }
 
     [[nodiscard]] VintrelCore::DockerService::EngineState engine() const { return m_answer.engine; }

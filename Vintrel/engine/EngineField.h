@@ -19,7 +19,6 @@ enum class EngineField {
     customRules,
     notificationsEnabled,
     managers,
-    namedOnly,
     problems,
 };
 

@@ -6,31 +6,32 @@
 namespace Vintrel::KillService {
 
 using VintrelCore::ProcessItem;
-using VintrelCore::DockerCore::OwnerMap;
+using VintrelCore::DockerService::OwnersAnswer;
 using VintrelCore::KillCore::KillResult;
 
-std::vector<KillResult> endAll(const std::vector<ProcessItem>& items, const OwnerMap& containerOwners,
+std::vector<KillResult> endAll(const std::vector<ProcessItem>& items, const OwnersAnswer& containers,
                                int interrupt) {
     VintrelCore::KillCore::World world;
     world.interrupt = interrupt;
-    return VintrelCore::KillCore::killAll(items, containerOwners, world);
+    world.ownersAreKnown = !containers.isLate;
+    return VintrelCore::KillCore::killAll(items, containers.owners, world);
 }
 
-void kill(const ProcessItem& item, const OwnerMap& containerOwners, QObject* owner,
+void kill(const ProcessItem& item, const OwnersAnswer& containers, QObject* owner,
           const std::function<void(const KillResult&)>& onComplete, const Ending& ending) {
     kill(
-        std::vector{item}, containerOwners, owner,
+        std::vector{item}, containers, owner,
         [pid = item.pid, onComplete](const Outcomes& outcomes) { onComplete(outcomes.at(pid)); }, ending);
 }
 
-void kill(const std::vector<ProcessItem>& items, const OwnerMap& containerOwners, QObject* owner,
+void kill(const std::vector<ProcessItem>& items, const OwnersAnswer& containers, QObject* owner,
           const std::function<void(const Outcomes&)>& onComplete, const Ending& ending) {
     if (items.empty()) {
         onComplete({});
         return;
     }
-    const auto work = [items, containerOwners, ending](int interrupt) {
-        const std::vector<KillResult> results = ending(items, containerOwners, interrupt);
+    const auto work = [items, containers, ending](int interrupt) {
+        const std::vector<KillResult> results = ending(items, containers, interrupt);
         Outcomes outcomes;
         for (size_t index = 0; index < items.size(); ++index) {
             outcomes.insert_or_assign(items[index].pid,

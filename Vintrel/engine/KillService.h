@@ -1,6 +1,6 @@
 #pragma once
 
-#include "VintrelCore/docker/DockerCore.h"
+#include "VintrelCore/docker/DockerService.h"
 #include "VintrelCore/model/ProcessItem.h"
 #include "VintrelCore/terminate/KillResult.h"
 
@@ -23,21 +23,21 @@ using Outcomes = std::unordered_map<int32_t, VintrelCore::KillCore::KillResult>;
 /// Ends items and blocks until it is done; one result per item, in order. Called on another thread.
 using Ending = std::function<std::vector<VintrelCore::KillCore::KillResult>(
     const std::vector<VintrelCore::ProcessItem>& items,
-    const VintrelCore::DockerCore::OwnerMap& containerOwners, int interrupt)>;
+    const VintrelCore::DockerService::OwnersAnswer& containers, int interrupt)>;
 
 /// The real one.
 [[nodiscard]] std::vector<VintrelCore::KillCore::KillResult>
 endAll(const std::vector<VintrelCore::ProcessItem>& items,
-       const VintrelCore::DockerCore::OwnerMap& containerOwners, int interrupt);
+       const VintrelCore::DockerService::OwnersAnswer& containers, int interrupt);
 
-void kill(const VintrelCore::ProcessItem& item, const VintrelCore::DockerCore::OwnerMap& containerOwners,
+void kill(const VintrelCore::ProcessItem& item, const VintrelCore::DockerService::OwnersAnswer& containers,
           QObject* owner, const std::function<void(const VintrelCore::KillCore::KillResult&)>& onComplete,
           const Ending& ending = endAll);
 
 /// All of them in one grace period. For no items at all, `onComplete` is called before this returns. Of two
 /// items with the same pid, the later one's outcome counts.
 void kill(const std::vector<VintrelCore::ProcessItem>& items,
-          const VintrelCore::DockerCore::OwnerMap& containerOwners, QObject* owner,
+          const VintrelCore::DockerService::OwnersAnswer& containers, QObject* owner,
           const std::function<void(const Outcomes&)>& onComplete, const Ending& ending = endAll);
 
 } // namespace Vintrel::KillService

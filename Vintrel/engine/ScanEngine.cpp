@@ -194,7 +194,6 @@ std::vector<ScanEngine::Field> ScanEngine::adopt(Scan::Result result) {
     note(m_found.cwds, result.cwds, Field::cwds);
     note(m_found.processTable, result.processTable, Field::processTable);
     note(m_found.managers, result.managers, Field::managers);
-    note(m_found.namedOnly, result.namedOnly, Field::namedOnly);
     m_found = std::move(result);
     return fields;
 }
@@ -366,7 +365,7 @@ void ScanEngine::end(const Items& items,
     };
     // A container's process is not to be ended like any other while its container is still being asked for.
     m_containers.whenKnown([this, items, finish] {
-        KillService::kill(items, m_containers.owners(), this, finish, m_sources.kill);
+        KillService::kill(items, m_containers.answer(), this, finish, m_sources.kill);
     });
 }
 

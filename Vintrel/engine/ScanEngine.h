@@ -59,7 +59,6 @@ public:
 
     /// By pid, the unit or the program that looks after a candidate.
     [[nodiscard]] const auto& managers() const { return m_found.managers; }
-    [[nodiscard]] const auto& namedOnly() const { return m_found.namedOnly; }
 
     /// What is wrong at the moment.
     [[nodiscard]] const std::vector<Problem>& problems() const { return m_problems; }

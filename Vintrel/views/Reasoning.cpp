@@ -30,8 +30,8 @@ std::vector<std::string> tagsOf(const ProcessItem& item, const ScanEngine& engin
     if (owner != owners.end()) {
         tags.push_back("owned by container " + owner->second);
     }
-    if (engine.namedOnly().contains(item.pid)) {
-        tags.emplace_back("named only in its arguments");
+    if (item.reviewReason) {
+        tags.emplace_back(inWords(*item.reviewReason));
     }
     if (VintrelCore::ScanCore::hasDevModeFlag(item.command)) {
         tags.emplace_back("dev-mode flag");

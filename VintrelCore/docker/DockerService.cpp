@@ -99,13 +99,13 @@ Shell::Command command(std::string client, Arguments arguments, const ContainerS
             .deadline = std::chrono::seconds(stop.timeout) + stoppingReserve};
 }
 
-std::vector<ContainerStop> askAboutStops(const std::string& client, std::span<const std::string> containers,
-                                         int interrupt) {
+std::optional<std::vector<ContainerStop>>
+askAboutStops(const std::string& client, std::span<const std::string> containers, int interrupt) {
     Arguments inspect = withFormat({"inspect"}, DockerCore::inspectStopFormat);
     inspect.insert(inspect.end(), containers.begin(), containers.end());
     // Whatever its exit status: one that is gone must not hide the others.
     const Shell::Outcome outcome = Shell::runToOutcome(command(client, std::move(inspect)), interrupt);
-    return outcome.completed() ? DockerCore::parseStops(outcome.output) : std::vector<ContainerStop>();
+    return outcome.completed() ? std::optional(DockerCore::parseStops(outcome.output)) : std::nullopt;
 }
 
 Shell::Result run(const Arguments& arguments, int interrupt) {
@@ -126,10 +126,11 @@ void perform(std::span<const Arguments> commands, int interrupt) {
     for (const Arguments& arguments : commands) {
         const auto stops = stopsAContainer(arguments)
                                ? askAboutStops(*client, {&arguments.back(), 1}, interrupt)
-                               : std::vector<ContainerStop>();
+                               : std::nullopt;
         // A failure shows in the next listing.
-        static_cast<void>(Shell::runToOutcome(stops.size() == 1 ? command(*client, arguments, stops.front())
-                                                                : command(*client, arguments),
+        static_cast<void>(Shell::runToOutcome(stops && stops->size() == 1
+                                                  ? command(*client, arguments, stops->front())
+                                                  : command(*client, arguments),
                                               interrupt));
     }
 }
@@ -181,7 +182,8 @@ OwnersAnswer askForOwners(int interrupt) {
     listing.isToTellErrors = true;
     const Shell::Outcome listed = Shell::runToOutcome(listing, interrupt);
     if (!listed.ok()) {
-        return {.engine = isRefusal(listed.output) ? EngineState::notPermitted : EngineState::notAnswering};
+        return {.engine = isRefusal(listed.output) ? EngineState::notPermitted : EngineState::notAnswering,
+                .isLate = listed.deadlineMissed};
     }
     Arguments inspect = withFormat({"inspect"}, DockerCore::inspectOwnerFormat);
     const size_t without = inspect.size();
@@ -198,7 +200,7 @@ OwnersAnswer askForOwners(int interrupt) {
     // when it was cut off: half a name is another container's.
     const auto outcome = Shell::runToOutcome(command(*client, inspect), interrupt);
     if (!outcome.completed()) {
-        return {.engine = EngineState::notAnswering};
+        return {.engine = EngineState::notAnswering, .isLate = outcome.deadlineMissed};
     }
     return {.owners = DockerCore::parseContainerOwners(outcome.output), .engine = EngineState::answering};
 }

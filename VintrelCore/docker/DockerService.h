@@ -43,9 +43,9 @@ cliPath(std::span<const std::string_view> candidates = Platform::dockerCandidate
 /// not negative) becomes readable, the client is taken down.
 [[nodiscard]] Shell::Result run(const Arguments& arguments, int interrupt = -1);
 
-/// Asks the client about containers, by id or name, before they are stopped. Leaves out those that it does
-/// not know; empty when it fails.
-[[nodiscard]] std::vector<ContainerStop>
+/// Asks the client about containers, by id or name, before they are stopped. Leaves out those that the engine
+/// does not know; absent when no answer came: the client missed its deadline, or was cut off.
+[[nodiscard]] std::optional<std::vector<ContainerStop>>
 askAboutStops(const std::string& client, std::span<const std::string> containers, int interrupt = -1);
 
 /// Runs each of `commands` in turn, whatever becomes of the ones before. What stops a container has the time
@@ -82,6 +82,8 @@ enum class EngineState {
 struct OwnersAnswer {
     DockerCore::OwnerMap owners{};
     EngineState engine = EngineState::absent;
+    /// The client was still waiting when it had to end: there may be an engine that is at work.
+    bool isLate = false;
 };
 
 /// `containerOwners`, and how the engine took it.

@@ -3,6 +3,7 @@
 #include "VintrelCore/model/Bucket.h"
 #include "VintrelCore/model/ProcStartTime.h"
 #include "VintrelCore/model/ProcessKind.h"
+#include "VintrelCore/model/ReviewReason.h"
 #include "VintrelCore/model/RiskTier.h"
 
 #include <cstdint>
@@ -49,6 +50,7 @@ struct ProcessItem {
     std::optional<std::string> customLabel{}; ///< the label of the user's rule that matched
     std::vector<FoldedProcess> folded{};      ///< the other processes of the row
     std::string runnerCommand{}; ///< of the row's own process, where `command` is another's; else ""
+    std::optional<ReviewReason> reviewReason{}; ///< absent when its kind, place and age say enough
 
     bool operator==(const ProcessItem&) const = default;
 

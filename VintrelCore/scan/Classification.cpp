@@ -1,8 +1,8 @@
 #include "VintrelCore/base/Text.h"
 #include "VintrelCore/scan/Interpreters.h"
 #include "VintrelCore/scan/ItemMaker.h"
-#include "VintrelCore/scan/RunnerShells.h"
 #include "VintrelCore/scan/ScanCore.h"
+#include "VintrelCore/scan/ToldText.h"
 #include "VintrelCore/scan/WhatRuns.h"
 
 #include <algorithm>
@@ -35,7 +35,7 @@ ProcessKind moreSpecific(ProcessKind kind, const SnapshotRecord& record, const P
         return kind;
     }
     const auto arguments = lookup.argumentsInSnapshot(record.onlyChildOf);
-    const auto text = arguments ? RunnerShells::textOfOneProgram(*arguments) : std::nullopt;
+    const auto text = arguments ? ToldText::textOfOneProgram(*arguments) : std::nullopt;
     return text ? detectKind(*text).value_or(kind) : kind;
 }
 

@@ -98,18 +98,18 @@ std::vector<ProcessItem> enumerate(const EnumerateOptions& options) {
         return Pipeline(options).itemsOf(*options.psOutput);
     }
     if (options.records) {
-        return candidatesIn(*options.records, options, {}).items;
+        return candidatesIn(*options.records, options, {});
     }
     const auto began = Platform::startTimeOfNow();
     const auto records = snapshotRecords(runPS(), Platform::kernelView());
-    return candidatesIn(records, options, ProcessLookup::since(began)).items;
+    return candidatesIn(records, options, ProcessLookup::since(began));
 }
 
-Candidates candidatesIn(std::span<const SnapshotRecord> records, const EnumerateOptions& options,
-                        const ProcessLookup& lookup) {
-    Candidates candidates{.items = Pipeline(options).itemsOf(records, lookup)};
-    candidates.namedOnly = NamedOnly::raise(candidates.items, records, lookup);
-    return candidates;
+std::vector<ProcessItem> candidatesIn(std::span<const SnapshotRecord> records,
+                                      const EnumerateOptions& options, const ProcessLookup& lookup) {
+    auto items = Pipeline(options).itemsOf(records, lookup);
+    NamedOnly::raise(items, records, lookup);
+    return items;
 }
 
 void applyRegisteredPorts(std::vector<ProcessItem>& items, const PIDSet& registeredPIDs) {

@@ -105,14 +105,15 @@ constexpr auto packageRunners = std::to_array<GoBetween>({
      .package = "--package",
      .text = "-c --shell-mode",
      .phrases = "exec|dlx|run|run-script",
-     .isScript = true},
+     .isScript = true,
+     .runsScripts = true},
     {.names = "pnpx pnx",
      .sort = runner,
      .valued = "-C --dir --reporter --loglevel --registry --allow-build",
      .package = "--package",
      .text = "-c --shell-mode",
      .isScript = true},
-    {.names = "yarn yarnpkg",
+    {.names = "yarn yarnpkg yarn-berry",
      .sort = runner,
      .valued = "--cwd --use-yarnrc --mutex --cache-folder --modules-folder --global-folder --registry "
                "--preferred-cache-folder --link-folder --network-concurrency --network-timeout --proxy "
@@ -120,7 +121,8 @@ constexpr auto packageRunners = std::to_array<GoBetween>({
      .package = "-p --package",
      .phrases = "workspaces foreach run|workspaces foreach exec|workspaces run|workspace * run|"
                 "workspace * exec|workspace *|run|exec|dlx",
-     .isScript = true},
+     .isScript = true,
+     .runsScripts = true},
     {.names = "bun",
      .sort = runner,
      .valued =
@@ -139,6 +141,7 @@ constexpr auto packageRunners = std::to_array<GoBetween>({
      .valued = "-c --config --import-map --lock -L --log-level --cert --location --seed --ext --preload "
                "--import --require --minimum-dependency-age --cwd -f --filter",
      .phrases = "run|task|x",
+     .runsScripts = true,
      .runsFiles = true},
 });
 
@@ -333,8 +336,14 @@ const GoBetween* find(std::string_view program) {
     if (isBrowsersBundle) {
         return findIn(others, nameOfBundle(program));
     }
-    const GoBetween* const found = findByName(program); // some names end in a digit that is no version
-    return found != nullptr ? found : findByName(ToolNames::plainName(program));
+    const GoBetween* found = findByName(program); // some names end in a digit that is no version
+    found = found != nullptr ? found : findByName(ToolNames::plainName(program));
+    if (found != nullptr) {
+        return found;
+    }
+    // Runners alone are kept as files of such versions, in projects that use them.
+    found = findByName(ToolNames::plainNameOfPrerelease(program));
+    return found != nullptr && found->sort == Sort::runner ? found : nullptr;
 }
 
 } // namespace VintrelCore::GoBetweens

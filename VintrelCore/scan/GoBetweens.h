@@ -8,6 +8,9 @@
 /// blanks.
 namespace VintrelCore::GoBetweens {
 
+/// More levels of programs that start programs than anything real has.
+inline constexpr int deepest = 8;
+
 enum class Sort : uint8_t {
     interpreter, ///< runs a script or a module
     runner,      ///< runs a package, or a script of the project's
@@ -34,7 +37,8 @@ struct GoBetween {
     bool isScript = false;       ///< itself found as the script of an interpreter
     bool runsAnyProgram = false; ///< a runner's command is a program's name, never a script's of the project
     bool runsInShell = false;    ///< a launcher whose command is a text for a shell, in one word or several
-    bool runsFiles = false;      ///< a runner that is an interpreter as well, and runs a file by itself
+    bool runsScripts = false; ///< a runner that runs a project's script of several commands without a shell
+    bool runsFiles = false;   ///< a runner that is an interpreter as well, and runs a file by itself
 };
 
 /// By the last component of a program's path, which may be a browser's within its bundle, such as "Google

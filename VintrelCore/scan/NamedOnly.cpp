@@ -1,7 +1,7 @@
 #include "VintrelCore/scan/NamedOnly.h"
 
 #include "VintrelCore/scan/Interpreters.h"
-#include "VintrelCore/scan/RunnerShells.h"
+#include "VintrelCore/scan/ToldText.h"
 #include "VintrelCore/scan/WhatRuns.h"
 
 #include <algorithm>
@@ -43,7 +43,7 @@ Found foundInShell(ProcessKind kind, const SnapshotRecord& record, const Process
         return Found::nowhere;
     }
     const auto arguments = lookup.argumentsInSnapshot(record.onlyChildOf);
-    const bool isAlone = arguments && RunnerShells::textOfOneProgram(*arguments);
+    const bool isAlone = arguments && ToldText::textOfOneProgram(*arguments);
     return isAlone ? WhatRuns::foundIn(kind, *arguments) : Found::nowhere;
 }
 
@@ -55,12 +55,11 @@ Found foundIn(ProcessKind kind, const SnapshotRecord& record, const ProcessLooku
 
 } // namespace
 
-ScanCore::PIDSet raise(std::span<ProcessItem> items, std::span<const SnapshotRecord> records,
-                       const ProcessLookup& lookup) {
+void raise(std::span<ProcessItem> items, std::span<const SnapshotRecord> records,
+           const ProcessLookup& lookup) {
     const auto isEasy = [](const ProcessItem& item) { return item.riskTier == RiskTier::easy; };
-    ScanCore::PIDSet raised;
     if (std::ranges::none_of(items, isEasy)) {
-        return raised;
+        return;
     }
     const RecordsByPID byPID = indexed(records);
     for (ProcessItem& item : items) {
@@ -72,10 +71,9 @@ ScanCore::PIDSet raise(std::span<ProcessItem> items, std::span<const SnapshotRec
         const Found found = isKnown ? foundIn(item.kind, *record->second, lookup) : Found::nowhere;
         item.riskTier = WhatRuns::tierOf(item.riskTier, found);
         if (!isEasy(item)) {
-            raised.insert(item.pid);
+            item.reviewReason = ReviewReason::namedOnly;
         }
     }
-    return raised;
 }
 
 } // namespace VintrelCore::NamedOnly

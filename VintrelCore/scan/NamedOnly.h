@@ -12,8 +12,8 @@
 namespace VintrelCore::NamedOnly {
 
 /// Raises the risk of the items whose tool is not what runs (`WhatRuns`) as far as they would be easy to end,
-/// and returns their pids. `records` are those that the items were made of.
-ScanCore::PIDSet raise(std::span<ProcessItem> items, std::span<const SnapshotRecord> records,
-                       const ProcessLookup& lookup);
+/// and notes that as the reason. `records` are those that the items were made of.
+void raise(std::span<ProcessItem> items, std::span<const SnapshotRecord> records,
+           const ProcessLookup& lookup);
 
 } // namespace VintrelCore::NamedOnly

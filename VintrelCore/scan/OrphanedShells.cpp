@@ -1,8 +1,9 @@
 #include "VintrelCore/scan/OrphanedShells.h"
 
 #include "VintrelCore/model/ProcessItem.h"
-#include "VintrelCore/scan/Parentage.h"
+#include "VintrelCore/scan/Caretakers.h"
 #include "VintrelCore/scan/RunnerShells.h"
+#include "VintrelCore/scan/ToldText.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -15,7 +16,7 @@ namespace VintrelCore {
 namespace {
 
 bool isShell(const SnapshotRecord& record) {
-    return RunnerShells::isToldText(record.command);
+    return ToldText::isToldText(record.command);
 }
 
 bool hasTTY(const SnapshotRecord& record) {
@@ -40,7 +41,7 @@ public:
         const auto parent = m_byPID.find(record.ppid);
         const std::string_view command =
             parent != m_byPID.end() ? std::string_view(m_records[parent->second].command) : "";
-        return Parentage::isAdopter(record.ppid, command) && !RunnerShells::isPackageRunner(command);
+        return Caretakers::isAdopter(record.ppid, command) && !RunnerShells::isPackageRunner(command);
     }
 
     /// Absent when it has none, or several.

@@ -1,13 +1,12 @@
 #include "VintrelCore/scan/Parentage.h"
 
 #include "VintrelCore/base/Path.h"
-#include "VintrelCore/base/Text.h"
 #include "VintrelCore/model/ProcStartTime.h"
 #include "VintrelCore/model/ProcessItem.h"
+#include "VintrelCore/scan/Caretakers.h"
 #include "VintrelCore/scan/ControlGroup.h"
 
 #include <algorithm>
-#include <array>
 #include <optional>
 #include <tuple>
 #include <unordered_map>
@@ -35,55 +34,6 @@ constexpr int64_t longestContainersStart = 1;
 bool isWithin(int64_t seconds, ProcStartTime moment, ProcStartTime other) {
     other.sec += seconds;
     return moment <= other;
-}
-
-std::string_view firstWord(std::string_view command) {
-    return Text::takeWord(command);
-}
-
-/// "tmux" for "/usr/bin/tmux -u" and for the title "tmux: server".
-std::string_view programOf(std::string_view command) {
-    std::string_view program = Path::lastComponent(firstWord(command));
-    if (program.ends_with(':')) {
-        program.remove_suffix(1);
-    }
-    return program;
-}
-
-bool hasWord(std::string_view command, std::string_view wanted) {
-    for (std::string_view word = Text::takeWord(command); !word.empty(); word = Text::takeWord(command)) {
-        if (word == wanted) {
-            return true;
-        }
-    }
-    return false;
-}
-
-/// The program in whose keeping its children are, although their parent is an adopter; "" when it is none
-/// such.
-std::string_view hostProgram(std::string_view command) {
-    // screen calls itself SCREEN once it has become the server.
-    constexpr auto hosts = std::to_array<std::string_view>(
-        {"tmux", "screen", "SCREEN", "zellij", "abduco", "dtach", "conmon", "dockerd", "rootlesskit"});
-    const std::string_view program = programOf(command);
-    if (std::ranges::find(hosts, program) != hosts.end() || program.starts_with("containerd")) {
-        return program;
-    }
-    for (const std::string_view server : {".vscode-server", ".cursor-server"}) {
-        if (command.contains(server)) {
-            return server.substr(1);
-        }
-    }
-    return {};
-}
-
-/// Whether process 1 is a system's own. Anything else was told to be process 1 of a container.
-bool isSystemsFirst(std::string_view command) {
-    constexpr auto names =
-        std::to_array<std::string_view>({"systemd", "init", "runit", "openrc-init", "s6-svscan", "launchd"});
-    const std::string_view program = programOf(command);
-    return std::ranges::find(names, program) != names.end() ||
-           (program == "busybox" && hasWord(command, "init")) || isAdopter(0, command);
 }
 
 /// Decides for the children of adopters in one snapshot.
@@ -121,15 +71,15 @@ private:
     };
 
     void noteSurroundings(const SnapshotRecord& record) {
-        if (isAdopter(record.pid, record.command)) {
+        if (Caretakers::isAdopter(record.pid, record.command)) {
             m_adopters.insert(record.pid);
         }
         if (ProcessItem::isTTYAttached(record.tty)) {
             m_parentsOfTerminals.insert(record.ppid);
         }
-        if (record.pid == 1 && !isSystemsFirst(record.command)) {
+        if (record.pid == 1 && !Caretakers::isSystemsFirst(record.command)) {
             const auto facts = m_kernel.factsOf(1);
-            m_containersFirst = {.program = programOf(record.command),
+            m_containersFirst = {.program = Caretakers::programOf(record.command),
                                  .session = facts ? std::optional(facts->sessionID) : std::nullopt,
                                  .startTime = facts ? facts->startTime : ProcStartTime{}};
         }
@@ -192,7 +142,7 @@ private:
         if (looksAfterItsOwn(unit) || isApplicationItself(record, facts, unit)) {
             return unit.name;
         }
-        if (const std::string_view host = hostProgram(record.command); !host.empty()) {
+        if (const std::string_view host = Caretakers::hostProgram(record.command); !host.empty()) {
             return host;
         }
         const bool leadsItsSession = facts.sessionID == record.pid;
@@ -203,7 +153,7 @@ private:
             return ""; // a daemon by its own choice
         }
         if (m_parentsOfTerminals.contains(record.pid) || m_kernel.holdsTerminal(record.pid)) {
-            return programOf(record.command); // a terminal's window or server
+            return Caretakers::programOf(record.command); // a terminal's window or server
         }
         return std::nullopt;
     }
@@ -295,14 +245,6 @@ private:
 };
 
 } // namespace
-
-bool isAdopter(int32_t pid, std::string_view command) {
-    const std::string_view word = firstWord(command);
-    const std::string_view program = Path::lastComponent(word);
-    const bool isWindowsRelay = word.starts_with("Relay(") && word.ends_with(')'); // as is /init: of WSL
-    return pid == 1 || (program == "systemd" && hasWord(command, "--user")) || word == "/init" ||
-           isWindowsRelay || program == "lxqt-session" || program == "dinit";
-}
 
 void correct(std::span<SnapshotRecord> records, const Platform::KernelView& kernel) {
     if (kernel.correctsParents) {

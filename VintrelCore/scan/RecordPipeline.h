@@ -10,15 +10,9 @@
 
 namespace VintrelCore::ScanCore {
 
-/// What a snapshot was found to hold.
-struct Candidates {
-    std::vector<ProcessItem> items{};
-    PIDSet namedOnly{}; ///< those that would be easy to end if their tool were not named in arguments alone
-};
-
-/// `enumerate` on records, and how it came to its tiers. The records and prepared output among `options` do
-/// not matter.
-[[nodiscard]] Candidates candidatesIn(std::span<const SnapshotRecord> records,
-                                      const EnumerateOptions& options, const ProcessLookup& lookup);
+/// `enumerate` on records. The records and prepared output among `options` do not matter.
+[[nodiscard]] std::vector<ProcessItem> candidatesIn(std::span<const SnapshotRecord> records,
+                                                    const EnumerateOptions& options,
+                                                    const ProcessLookup& lookup);
 
 } // namespace VintrelCore::ScanCore

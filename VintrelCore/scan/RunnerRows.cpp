@@ -3,7 +3,7 @@
 #include "VintrelCore/base/Saturating.h"
 #include "VintrelCore/scan/CommandWords.h"
 #include "VintrelCore/scan/RunnerShells.h"
-#include "VintrelCore/scan/WhatRuns.h"
+#include "VintrelCore/scan/ToldText.h"
 
 #include <algorithm>
 #include <iterator>
@@ -31,30 +31,42 @@ std::vector<ProcessItem> RunnerRows::of(std::span<const SnapshotRecord> records)
     std::vector<ProcessItem> items;
     for (Row& row : m_rows) {
         if (row.isCandidate && !row.isTaken) {
+            rate(row);
             items.push_back(std::move(row.item));
-            ProcessItem& item = items.back();
-            if (item.riskTier == RiskTier::easy && mayLoseOther(item)) {
-                item.riskTier = RiskTier::moderate;
-            }
         }
     }
     return items;
 }
 
+void RunnerRows::rate(Row& row) const {
+    row.item.riskTier = m_maker.tierOf(row.item);
+    if (row.item.riskTier == RiskTier::easy) {
+        row.item.reviewReason = row.reason ? row.reason : reasonToKeep(row.item);
+        row.item.riskTier = row.item.reviewReason ? RiskTier::moderate : RiskTier::easy;
+    }
+}
+
 /// Parents are corrected for orphans alone, and what a runner started is none: only here a host of a terminal
 /// is noticed.
-bool RunnerRows::mayLoseOther(const ProcessItem& item) const {
+std::optional<ReviewReason> RunnerRows::reasonToKeep(const ProcessItem& item) const {
+    if (item.folded.empty()) {
+        return std::nullopt;
+    }
     const auto hosts = [this](int32_t pid) {
         return m_parentsOfTerminals.contains(pid) || m_lookup.holdsTerminal(pid);
     };
     const auto goesOn = [this](const FoldedProcess& process) {
-        const bool isShell = RunnerShells::isToldText(process.command);
+        const bool isShell = ToldText::isToldText(process.command);
         const auto arguments = isShell ? m_lookup.argumentsInSnapshot(process.pid) : std::nullopt;
-        return isShell && !(arguments && WhatRuns::isToldOneThing(*arguments));
+        return isShell && !(arguments && ToldText::isToldOneThing(*arguments));
     };
-    return !item.folded.empty() && (runsBeforeAnother(item) || hosts(item.pid) ||
-                                    std::ranges::any_of(item.folded, hosts, &FoldedProcess::pid) ||
-                                    std::ranges::any_of(item.folded, goesOn));
+    if (hosts(item.pid) || std::ranges::any_of(item.folded, hosts, &FoldedProcess::pid)) {
+        return ReviewReason::hostsTerminal;
+    }
+    if (std::ranges::any_of(item.folded, goesOn)) {
+        return ReviewReason::scriptMayDoMore;
+    }
+    return runsBeforeAnother(item) ? std::optional(ReviewReason::anotherMayFollow) : std::nullopt;
 }
 
 /// "npm run deploy" runs the script "predeploy" first, and "npm publish" others.
@@ -91,10 +103,9 @@ void RunnerRows::add(const SnapshotRecord& record) {
             .record = &record,
             .isRunner = record.pid != 1 && (record.isRunner || RunnerShells::isPackageRunner(record.command)),
             .isCandidate = isCandidate,
-            .startedOthers = record.mayRunMore};
+            .reason = reasonOf(record)};
     takeShells(row, record.shellsAbove, FoldedAs::starter);
     takeShells(row, record.foldedShells, FoldedAs::part);
-    rate(row);
     m_rowOf.emplace(record.pid, m_rows.size());
     if (record.ppid > 1) { // else it is nobody's child
         m_children[record.ppid].push_back(m_rows.size());
@@ -102,10 +113,22 @@ void RunnerRows::add(const SnapshotRecord& record) {
     m_rows.push_back(std::move(row));
 }
 
+std::optional<ReviewReason> RunnerRows::reasonOf(const SnapshotRecord& record) {
+    if (record.startedSeveral) {
+        return ReviewReason::startedOthers;
+    }
+    return record.mayRunMore ? std::optional(ReviewReason::scriptMayDoMore) : std::nullopt;
+}
+
+/// One reason is enough: the first stays.
+void RunnerRows::note(Row& row, std::optional<ReviewReason> reason) {
+    row.reason = row.reason ? row.reason : reason;
+}
+
 void RunnerRows::takeShells(Row& row, std::span<const FoldedShell> shells, FoldedAs as) {
     for (const FoldedShell& shell : shells) {
         if (m_isDropped({.pid = shell.pid, .command = shell.command})) {
-            row.startedOthers = true; // it is not to be ended
+            note(row, ReviewReason::partIsIgnored);
             continue;
         }
         row.item.folded.push_back({.pid = shell.pid,
@@ -118,11 +141,6 @@ void RunnerRows::takeShells(Row& row, std::span<const FoldedShell> shells, Folde
             row.isCandidate = true;
         }
     }
-}
-
-void RunnerRows::rate(Row& row) const {
-    const RiskTier tier = m_maker.tierOf(row.item);
-    row.item.riskTier = row.startedOthers ? std::max(tier, RiskTier::moderate) : tier;
 }
 
 RunnerRows::Row* RunnerRows::rowOf(int32_t pid) {
@@ -159,14 +177,15 @@ void RunnerRows::merge(Row& runner) {
     if (Row* const child = onlyCandidateBelow(runner)) {
         take(runner.item, child->item, FoldedAs::shown);
         takeKind(runner.item, child->item);
-        runner.startedOthers |= child->startedOthers;
+        note(runner, child->reason);
         runner.isCandidate = true;
         child->isTaken = true;
         ++taken;
     }
     const auto children = m_childCount.find(runner.item.pid);
-    runner.startedOthers |= children != m_childCount.end() && children->second > taken;
-    rate(runner);
+    if (children != m_childCount.end() && children->second > taken) {
+        note(runner, ReviewReason::startedOthers);
+    }
 }
 
 size_t RunnerRows::takeOnlyChildren(Row& runner) {
@@ -180,7 +199,7 @@ size_t RunnerRows::takeOnlyChildren(Row& runner) {
         }
         if (row != nullptr) {
             take(runner.item, row->item, FoldedAs::part); // a runner of which nothing is known
-            runner.startedOthers |= row->startedOthers;
+            note(runner, row->reason);
             row->isTaken = true;
             ++taken;
             continue;
@@ -188,7 +207,7 @@ size_t RunnerRows::takeOnlyChildren(Row& runner) {
         const ProcessItem item = m_maker.makeOfKind(*record->second, ProcessKind::npm);
         if (!m_isDropped(item)) {
             take(runner.item, item, FoldedAs::part);
-            runner.startedOthers = true; // the runner's own words may name anything
+            note(runner, ReviewReason::runsUnknownProgram); // the runner's own words may name anything
             ++taken;
         }
     }

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <span>
 #include <unordered_map>
 #include <unordered_set>
@@ -38,12 +39,13 @@ private:
         bool isRunner;
         bool isCandidate; ///< false for a runner of which nothing is known but that it is one
         bool isTaken = false;
-        bool startedOthers = false; ///< a runner of it has children that are not in it
+        std::optional<ReviewReason> reason{}; ///< why it is not to be easy to end, as far as parents tell
     };
 
     void add(const SnapshotRecord& record);
+    static std::optional<ReviewReason> reasonOf(const SnapshotRecord& record);
+    static void note(Row& row, std::optional<ReviewReason> reason);
     void takeShells(Row& row, std::span<const FoldedShell> shells, FoldedAs as);
-    void rate(Row& row) const;
     void mergeFromTheBottom();
     void merge(Row& runner);
     size_t takeOnlyChildren(Row& runner); ///< how many it took
@@ -52,9 +54,13 @@ private:
     static void take(ProcessItem& runner, const ProcessItem& child, FoldedAs as);
 
     [[nodiscard]] Row* rowOf(int32_t pid);
-    /// Whether more than the row's tool may be lost with it: a terminal that one of its processes hosts, or
-    /// what one of its shells was told to run later.
-    [[nodiscard]] bool mayLoseOther(const ProcessItem& item) const;
+
+    /// Rates a row that is complete.
+    void rate(Row& row) const;
+
+    /// Why more than the row's tool may be lost with it: a terminal that one of its processes hosts, or what
+    /// one of its shells was told to run later; absent when nothing may.
+    [[nodiscard]] std::optional<ReviewReason> reasonToKeep(const ProcessItem& item) const;
 
     /// Whether the script that runs is not what the row's runners were told to run.
     [[nodiscard]] bool runsBeforeAnother(const ProcessItem& item) const;

@@ -4,12 +4,13 @@
 #include "VintrelCore/scan/CommandWords.h"
 #include "VintrelCore/scan/GoBetweens.h"
 #include "VintrelCore/scan/OptionWalk.h"
+#include "VintrelCore/scan/ToldText.h"
 #include "VintrelCore/scan/ToolNames.h"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -26,10 +27,7 @@ using GoBetweens::Sort;
 /// Whether what a runner is told to run is a file and no name: a path, or with the suffix of a script. A
 /// package's scope, as in "@playwright/mcp", makes no path.
 bool isFile(std::string_view name) {
-    constexpr auto suffixes =
-        std::to_array<std::string_view>({".js", ".mjs", ".cjs", ".jsx", ".ts", ".mts", ".cts", ".tsx"});
-    return (name.contains('/') && !name.starts_with('@')) ||
-           std::ranges::any_of(suffixes, [name](auto suffix) { return name.ends_with(suffix); });
+    return (name.contains('/') && !name.starts_with('@')) || ToolNames::hasScriptSuffix(name);
 }
 
 /// Whether a program that is run with such arguments runs packages, or scripts of a project.
@@ -63,19 +61,14 @@ bool runsScriptThatRunsPackages(const GoBetween& program, Words arguments) {
     return script != nullptr && (isModule || script->isScript) && runsPackages(*script, walk.rest());
 }
 
-/// Of the shells that package runners use, and others that run commands for programs; null for any other.
-const GoBetween* shellNamed(std::string_view program) {
-    const std::string_view name = ToolNames::lastComponent(program);
-    return CommandWords::isListed("sh dash bash", name) ? GoBetweens::find(name) : nullptr;
-}
-
 /// Whether a runner may take the place of a shell, as Yarn's newer versions do, for a script of several
 /// commands.
 bool runsScriptsItself(std::string_view command) {
     const std::vector<std::string_view> words = CommandWords::wordsOf(command);
     const auto isSuch = [](std::string_view word) {
-        return CommandWords::isListed("yarn yarnpkg pnpm pn deno",
-                                      ToolNames::plainName(ToolNames::lastComponent(word)));
+        const GoBetween* const program =
+            GoBetweens::find(ToolNames::lastComponent(ToolNames::withoutVersion(word)));
+        return program != nullptr && program->runsScripts;
     };
     const auto runsOneProgram = [](std::string_view word) {
         return CommandWords::isListed("exec dlx x", word);
@@ -103,7 +96,7 @@ public:
         for (const Shell& shell : shells) {
             const SnapshotRecord& record = m_records[shell.index];
             SnapshotRecord& runner = m_records[shell.runner];
-            runner.mayRunMore |= hasSeveralChildren(record) || hasSeveralChildren(runner);
+            runner.startedSeveral |= hasSeveralChildren(record) || hasSeveralChildren(runner);
             runner.foldedShells.push_back({.pid = record.pid, .command = record.command});
             folded.insert(record.pid);
         }
@@ -143,7 +136,7 @@ private:
         // bounded.
         constexpr int deepest = 16;
         size_t above = index;
-        for (int depth = 0; depth < deepest && isToldText(m_records[above].command); ++depth) {
+        for (int depth = 0; depth < deepest && ToldText::isToldText(m_records[above].command); ++depth) {
             const auto parent = parentOf(above);
             if (!parent) {
                 return std::nullopt;
@@ -160,7 +153,7 @@ private:
     void noteOwnScripts() {
         for (size_t index = 0; index < m_records.size(); ++index) {
             const auto parent = parentOf(index);
-            if (parent && m_records[*parent].isRunner && !isToldText(m_records[index].command)) {
+            if (parent && m_records[*parent].isRunner && !ToldText::isToldText(m_records[index].command)) {
                 m_records[*parent].mayRunMore |= runsScriptsItself(m_records[*parent].command);
             }
         }
@@ -215,31 +208,6 @@ bool isPackageRunner(std::string_view command) {
     const std::vector<std::string_view> words = CommandWords::wordsOf(rest);
     const bool takesScript = program->sort == Sort::interpreter || program->sort == Sort::shell;
     return takesScript ? runsScriptThatRunsPackages(*program, words) : runsPackages(*program, words);
-}
-
-bool isToldText(std::string_view command) {
-    std::string_view rest = command;
-    const GoBetween* const shell = shellNamed(Text::takeWord(rest));
-    if (shell == nullptr) {
-        return false;
-    }
-    const std::vector<std::string_view> words = CommandWords::wordsOf(rest);
-    OptionWalk walk(*shell, words);
-    walk.next();
-    return walk.isTextNext();
-}
-
-std::optional<std::string> textOfOneProgram(std::span<const std::string> arguments) {
-    const std::vector<std::string_view> words = CommandWords::wordsOf(arguments);
-    const GoBetween* const shell = words.empty() ? nullptr : shellNamed(words.front());
-    if (shell == nullptr) {
-        return std::nullopt;
-    }
-    OptionWalk walk(*shell, Words(words).subspan(1));
-    const bool isText = walk.next() == OptionWalk::Stop::operand && walk.isTextNext();
-    // Brackets stand for substitutions, too.
-    const bool isOneCommand = walk.value().find_first_of(";&|()`\n") == std::string_view::npos;
-    return isText && isOneCommand ? std::optional<std::string>(walk.value()) : std::nullopt;
 }
 
 void fold(std::vector<SnapshotRecord>& records) {

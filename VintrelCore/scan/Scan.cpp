@@ -55,16 +55,13 @@ private:
     /// the candidates first.
     void findCandidates() {
         const Snapshot snapshot(m_facts);
-        ScanCore::Candidates candidates =
-            snapshot.candidates({.elapsedThreshold = m_inputs.rules.elapsedThreshold,
-                                 .registeredPIDs = ScanCore::PIDSet(),
-                                 .ignoredNames = m_ignores.names,
-                                 .dismissedPIDs = m_inputs.dismissedPIDs,
-                                 .disabledKinds = m_inputs.rules.disabledKinds,
-                                 .customRules = m_inputs.rules.customRules});
-        m_result.managers = snapshot.managersOf(candidates.items);
-        m_result.items = std::move(candidates.items);
-        m_result.namedOnly = std::move(candidates.namedOnly);
+        m_result.items = snapshot.candidates({.elapsedThreshold = m_inputs.rules.elapsedThreshold,
+                                              .registeredPIDs = ScanCore::PIDSet(),
+                                              .ignoredNames = m_ignores.names,
+                                              .dismissedPIDs = m_inputs.dismissedPIDs,
+                                              .disabledKinds = m_inputs.rules.disabledKinds,
+                                              .customRules = m_inputs.rules.customRules});
+        m_result.managers = snapshot.managersOf(m_result.items);
     }
 
     void takePorts(std::span<const int32_t> candidates) {

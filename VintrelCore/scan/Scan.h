@@ -36,7 +36,6 @@ struct Result {
     ScanCore::PIDSet ended{}; ///< of the items' processes, those that had no folder any more
     AncestryResolver::ProcessTable processTable{};
     std::unordered_map<int32_t, std::string> managers{}; ///< the unit or program that looks after a pid
-    ScanCore::PIDSet namedOnly{}; ///< for review because the tool is named only in arguments
     /// Whether a process of an item may be a container's: one lives in another pid namespace, or the system
     /// does not tell.
     bool mayHoldContainers = false;

@@ -1,6 +1,9 @@
 #include "VintrelCore/scan/ShellCommands.h"
 
+#include "VintrelCore/scan/ShellText.h"
+
 #include <string_view>
+#include <vector>
 
 namespace VintrelCore::ShellCommands {
 
@@ -28,6 +31,27 @@ Words withoutPrefixes(Words command) {
         command = command.subspan(1);
     }
     return command;
+}
+
+bool visitLasting(std::string_view text, int depth, const Look& look) {
+    bool isAll = true;
+    ShellText commands(text);
+    while (const auto command = commands.nextCommand()) {
+        const std::vector<std::string_view> all(command->begin(), command->end());
+        const Words words = withoutPrefixes(all);
+        if (runsNothingLasting(words, commands.isFed())) {
+            continue;
+        }
+        if (depth > 0 && words.front() == "eval") {
+            isAll = visitLasting(CommandWords::joined(words.subspan(1)), depth - 1, look) && isAll;
+        } else if (depth > 0 && words.front() == "trap" && words.size() > 1) {
+            const bool isNoText = words[1].empty() || words[1] == "-";
+            isAll = (isNoText || visitLasting(words[1], depth - 1, look)) && isAll;
+        } else {
+            look(words, depth);
+        }
+    }
+    return isAll && !commands.mayHideCommands();
 }
 
 } // namespace VintrelCore::ShellCommands

@@ -2,6 +2,9 @@
 
 #include "VintrelCore/scan/CommandWords.h"
 
+#include <functional>
+#include <string_view>
+
 /// What the single commands of a shell's text (`ShellText`) do beside running programs.
 namespace VintrelCore::ShellCommands {
 
@@ -12,5 +15,12 @@ namespace VintrelCore::ShellCommands {
 
 /// A command without what may come before it, such as variables, "exec" and "then".
 [[nodiscard]] CommandWords::Words withoutPrefixes(CommandWords::Words command);
+
+/// Is told a command that lasts, and how many levels are left.
+using Look = std::function<void(CommandWords::Words command, int depth)>;
+
+/// Calls `look` with each command of a shell's text that lasts. Commands in texts that it evaluates, or keeps
+/// for a signal, are its own, down to `depth` levels. False when it may hide others.
+[[nodiscard]] bool visitLasting(std::string_view text, int depth, const Look& look);
 
 } // namespace VintrelCore::ShellCommands

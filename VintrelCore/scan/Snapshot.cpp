@@ -7,12 +7,12 @@ namespace VintrelCore {
 Snapshot::Snapshot(Platform::Facts& facts)
     : m_facts(facts), m_records(snapshotRecords(facts.processes(), facts.kernelView())) {}
 
-ScanCore::Candidates Snapshot::candidates(ScanCore::EnumerateOptions options) const {
+std::vector<ProcessItem> Snapshot::candidates(ScanCore::EnumerateOptions options) const {
     options.startTimeProvider = [this](int32_t pid) { return m_facts.startTime(pid); };
     options.memoryProvider = [this](int32_t pid) { return m_facts.residentKB(pid); };
-    auto candidates = ScanCore::candidatesIn(m_records, options, ProcessLookup::of(m_facts));
-    std::erase_if(candidates.items, [](const ProcessItem& item) { return !item.startTime; });
-    return candidates;
+    auto items = ScanCore::candidatesIn(m_records, options, ProcessLookup::of(m_facts));
+    std::erase_if(items, [](const ProcessItem& item) { return !item.startTime; });
+    return items;
 }
 
 std::unordered_map<int32_t, std::string> Snapshot::managersOf(std::span<const ProcessItem> items) const {

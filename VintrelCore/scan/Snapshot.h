@@ -23,7 +23,7 @@ public:
     /// What `ScanCore::enumerate` finds in this snapshot; `options` need no records and no provider of
     /// anything. Left out are those whose start cannot be had: they are gone, or they started after ps did,
     /// and its line may be about a predecessor of that number.
-    [[nodiscard]] ScanCore::Candidates candidates(ScanCore::EnumerateOptions options) const;
+    [[nodiscard]] std::vector<ProcessItem> candidates(ScanCore::EnumerateOptions options) const;
 
     /// Who looks after those of the items that somebody looks after, by pid.
     [[nodiscard]] std::unordered_map<int32_t, std::string>

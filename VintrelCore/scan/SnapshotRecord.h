@@ -28,9 +28,10 @@ struct SnapshotRecord {
     std::string cpuPercent;
     std::string rss;
     std::string command;
-    std::string managedBy{}; ///< the unit or host program that looks after it; "" when none is known
-    bool isRunner = false;   ///< a package runner that has children
-    bool mayRunMore = false; ///< this package runner than one child: it or a shell of it has several, or may
+    std::string managedBy{};     ///< the unit or host program that looks after it; "" when none is known
+    bool isRunner = false;       ///< a package runner that has children
+    bool startedSeveral = false; ///< this package runner, or a shell of it, has several children
+    bool mayRunMore = false;     ///< this package runner may go on when its one child has ended
     std::vector<FoldedShell>
         foldedShells{}; ///< shells between this package runner and what it started, the outer ones first
     /// What such a shell started alone, or this runner did: its, whatever it is.

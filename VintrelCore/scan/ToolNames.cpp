@@ -143,8 +143,8 @@ bool isPathWithBlanks(std::string_view path) {
 
 /// Where the suffix of a script begins; the size of the name when it has none.
 size_t suffixStart(std::string_view name) {
-    constexpr auto suffixes =
-        std::to_array<std::string_view>({".js", ".mjs", ".cjs", ".ts", ".mts", ".cts", ".py", ".exe"});
+    constexpr auto suffixes = std::to_array<std::string_view>(
+        {".js", ".mjs", ".cjs", ".jsx", ".ts", ".mts", ".cts", ".tsx", ".py", ".exe"});
     const auto suffix = std::ranges::find_if(suffixes, [name](auto end) { return name.ends_with(end); });
     return name.size() - (suffix != suffixes.end() ? suffix->size() : 0);
 }
@@ -171,6 +171,25 @@ std::string_view plainName(std::string_view name) {
         name = end > 0 ? name.substr(0, end) : name;
     }
     return name;
+}
+
+std::string_view plainNameOfPrerelease(std::string_view name) {
+    const std::string_view stem = name.substr(0, suffixStart(name));
+    const size_t hyphen = stem.rfind('-');
+    if (stem.size() == name.size() || hyphen == std::string_view::npos) {
+        return {};
+    }
+    const std::string_view version = stem.substr(0, hyphen);
+    std::string_view numbers = stem.substr(hyphen + 1);
+    const std::string_view stage = Text::takeWord(numbers, ".");
+    const bool isStage = CommandWords::isListed("alpha beta canary next rc", stage) ||
+                         (!stage.empty() && std::ranges::all_of(stage, isDigit)); // a nightly's date
+    const auto isOfNumber = [](char byte) { return isDigit(byte) || byte == '.'; };
+    const std::string_view plain = plainName(version);
+    const bool isVersion = plain.size() < version.size() && version[plain.size()] == '-';
+    return isStage && isVersion && isDigit(version.back()) && std::ranges::all_of(numbers, isOfNumber)
+               ? plain
+               : std::string_view();
 }
 
 bool hasScriptSuffix(std::string_view name) {

@@ -13,6 +13,9 @@ namespace VintrelCore::ToolNames {
 /// "yarn-1.22.22.cjs".
 [[nodiscard]] std::string_view plainName(std::string_view name);
 
+/// The same for a script of an unfinished version: "yarn" for "yarn-4.0.0-rc.53.cjs"; "" for any other name.
+[[nodiscard]] std::string_view plainNameOfPrerelease(std::string_view name);
+
 /// As in "vitest.mjs". Commands have none: such a file that is not installed is a script of the project's.
 [[nodiscard]] bool hasScriptSuffix(std::string_view name);
 

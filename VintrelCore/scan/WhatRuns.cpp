@@ -5,7 +5,6 @@
 #include "VintrelCore/scan/GoBetweens.h"
 #include "VintrelCore/scan/OptionWalk.h"
 #include "VintrelCore/scan/ShellCommands.h"
-#include "VintrelCore/scan/ShellText.h"
 #include "VintrelCore/scan/ToolNames.h"
 
 #include <algorithm>
@@ -19,9 +18,6 @@ using CommandWords::Words;
 using GoBetweens::GoBetween;
 using GoBetweens::OptionWalk;
 using GoBetweens::Sort;
-
-/// More levels of programs that start programs than anything real has.
-constexpr int deepest = 8;
 
 struct Command {
     std::string_view program;
@@ -62,30 +58,6 @@ bool isAllowed(const GoBetween& program, std::string_view path, As as) {
     return false;
 }
 
-/// Calls `look` with each command of a shell's text that lasts, and with the levels that are left. Commands
-/// in texts that it evaluates, or keeps for a signal, are its own. False when it may hide others.
-template <typename Look>
-bool visitLasting(std::string_view text, int depth, const Look& look) {
-    bool isAll = true;
-    ShellText commands(text);
-    while (const auto command = commands.nextCommand()) {
-        const std::vector<std::string_view> all(command->begin(), command->end());
-        const Words words = ShellCommands::withoutPrefixes(all);
-        if (ShellCommands::runsNothingLasting(words, commands.isFed())) {
-            continue;
-        }
-        if (depth > 0 && words.front() == "eval") {
-            isAll = visitLasting(CommandWords::joined(words.subspan(1)), depth - 1, look) && isAll;
-        } else if (depth > 0 && words.front() == "trap" && words.size() > 1) {
-            const bool isNoText = words[1].empty() || words[1] == "-";
-            isAll = (isNoText || visitLasting(words[1], depth - 1, look)) && isAll;
-        } else {
-            look(words, depth);
-        }
-    }
-    return isAll && !commands.mayHideCommands();
-}
-
 /// Whether Playwright's program opens a window in which a person works, rather than to run tests.
 bool isPlaywrightsWindow(ProcessKind kind, Words arguments) {
     constexpr std::string_view listed =
@@ -100,7 +72,8 @@ class Search {
 public:
     explicit Search(ProcessKind kind) : m_kind(kind) {}
 
-    [[nodiscard]] Found in(const Command& command, As as = As::program, int depth = deepest) const {
+    [[nodiscard]] Found in(const Command& command, As as = As::program,
+                           int depth = GoBetweens::deepest) const {
         if (depth == 0 || isPlaywrightsWindow(m_kind, command.arguments)) {
             return Found::nowhere;
         }
@@ -235,7 +208,7 @@ private:
             const Found found = in({words.front(), words.subspan(1)}, As::launched, left);
             result = std::max(result, found == Found::nowhere ? TextRuns::other : TextRuns::tool);
         };
-        return visitLasting(text, depth, look) ? result : TextRuns::other;
+        return ShellCommands::visitLasting(text, depth, look) ? result : TextRuns::other;
     }
 
     /// In a line that was joined, the text ends only with the line.
@@ -304,27 +277,6 @@ bool isPlaywrightMCPBrowser(std::span<const std::string> arguments) {
 
 bool isPlaywrightMCPBrowser(std::string_view line) {
     return isHelperInWords(CommandWords::wordsOf(line));
-}
-
-bool isToldOneThing(std::span<const std::string> arguments) {
-    const std::vector<std::string_view> words = CommandWords::wordsOf(arguments);
-    const GoBetween* const shell =
-        words.empty() ? nullptr : GoBetweens::find(ToolNames::lastComponent(programOf(words)));
-    if (shell == nullptr || shell->sort != Sort::shell) {
-        return false;
-    }
-    OptionWalk walk(*shell, Words(words).subspan(1));
-    if (walk.next() != OptionWalk::Stop::operand || !walk.isTextNext()) {
-        return false;
-    }
-    int lasting = 0;
-    bool isPlain = true;
-    const auto look = [&](Words command, int /*left*/) {
-        ++lasting;
-        // In a loop, variables make several things of one.
-        isPlain = isPlain && std::ranges::none_of(command, [](auto word) { return word.contains('$'); });
-    };
-    return visitLasting(walk.value(), deepest, look) && isPlain && lasting <= 1;
 }
 
 RiskTier tierOf(RiskTier tier, Found found) {

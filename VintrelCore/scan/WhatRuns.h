@@ -35,10 +35,6 @@ enum class Found : uint8_t {
 /// ends; use it only where the exact arguments cannot be had.
 [[nodiscard]] Found foundInLine(ProcessKind kind, std::string_view line);
 
-/// Whether a shell was told by "-c" to run no more than one command that lasts, once or again and again.
-/// False where that cannot be told.
-[[nodiscard]] bool isToldOneThing(std::span<const std::string> arguments);
-
 /// Whether the process is a browser that a Playwright MCP server started: one whose profile lies in one of
 /// the folders that the server uses.
 [[nodiscard]] bool isPlaywrightMCPBrowser(std::span<const std::string> arguments);

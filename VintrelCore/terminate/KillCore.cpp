@@ -1,17 +1,14 @@
 #include "VintrelCore/terminate/KillCore.h"
 
-#include "VintrelCore/base/Shell.h"
 #include "VintrelCore/platform/Platform.h"
-#include "VintrelCore/scan/ControlGroup.h"
+#include "VintrelCore/terminate/ContainerStops.h"
+#include "VintrelCore/terminate/Interruption.h"
 #include "VintrelCore/terminate/RowEnding.h"
 
 #include <algorithm>
 #include <chrono>
-#include <cmath>
 #include <functional>
 #include <iterator>
-
-#include <poll.h>
 
 namespace VintrelCore::KillCore {
 
@@ -20,36 +17,6 @@ namespace {
 /// Seconds until a forced process that has not disappeared is reported as still there. Giving back much
 /// memory takes its time.
 constexpr double forcedPatience = 2;
-
-/// Client processes of the container engine at work at the same time.
-constexpr size_t mostStops = 16;
-
-/// Whether a descriptor has become readable, and waits that it cuts short.
-class Interruption {
-public:
-    /// Never comes for a negative descriptor.
-    explicit Interruption(int descriptor) : m_descriptor(descriptor) {}
-
-    [[nodiscard]] bool hasCome() const { return comesWithin(0); }
-
-    void waitFor(double seconds) const {
-        using Clock = std::chrono::steady_clock;
-        const auto end = Clock::now() + std::chrono::duration<double>(seconds);
-        for (double left = seconds; left > 0 && !comesWithin(std::ceil(left * 1'000));) {
-            left = std::chrono::duration<double>(end - Clock::now()).count();
-        }
-    }
-
-private:
-    /// Whether something came while waiting.
-    [[nodiscard]] bool comesWithin(double milliseconds) const {
-        pollfd interrupt{.fd = m_descriptor, .events = POLLIN, .revents = 0};
-        constexpr double longest = 60'000; // who asked for more, waits again
-        return ::poll(&interrupt, 1, static_cast<int>(std::min(milliseconds, longest))) > 0;
-    }
-
-    int m_descriptor;
-};
 
 /// Many items on their way through the sequence together.
 class Batch {
@@ -108,12 +75,6 @@ private:
 
     [[nodiscard]] bool anyUndecided() const { return !std::ranges::all_of(m_rows, &RowEnding::isDecided); }
 
-    struct ContainerRow {
-        RowEnding* row;
-        ContainerHere here;
-        std::string container; // as the engine is told
-    };
-
     /// The rows that are containers here, as far as they are the processes that the scan saw.
     std::vector<ContainerRow> containerRows() {
         std::vector<ContainerRow> rows;
@@ -131,79 +92,19 @@ private:
         return rows;
     }
 
-    /// Those that the engine refuses to stop stay undecided, and get signals.
+    void leaveAloneWhatMayBeAContainers() {
+        forUndecided([&](RowEnding& row) {
+            if (!m_world.ownersAreKnown && m_world.containerHere(row.item())) {
+                row.giveUp(KillDetail::engineNotAnswering);
+            }
+        });
+    }
+
     void stopContainers() {
+        leaveAloneWhatMayBeAContainers();
         const std::vector<ContainerRow> rows = containerRows();
-        const auto client = rows.empty() ? std::nullopt : m_world.client();
-        if (!client) {
-            return;
-        }
-        const std::vector<ContainerStopping> stoppings = stoppingsOf(rows, *client);
-        for (size_t first = 0; first < stoppings.size() && !m_interruption.hasCome(); first += mostStops) {
-            stopSideBySide(
-                std::span(stoppings).subspan(first, std::min(mostStops, stoppings.size() - first)));
-        }
-    }
-
-    struct ContainerStopping {
-        RowEnding* row;
-        Shell::Command command;
-    };
-
-    /// How the engine is asked, with the time that each container takes, and by its id where it is known.
-    [[nodiscard]] std::vector<ContainerStopping> stoppingsOf(std::span<const ContainerRow> rows,
-                                                             const std::string& client) const {
-        std::vector<std::string> names;
-        std::ranges::transform(rows, std::back_inserter(names), &ContainerRow::container);
-        const auto known = DockerService::askAboutStops(client, names, m_world.interrupt);
-        std::vector<ContainerStopping> stoppings;
-        for (const ContainerRow& row : rows) {
-            const auto stop = std::ranges::find_if(
-                known, [&row](const ContainerStop& each) { return isOf(each, row.row->item(), row.here); });
-            if (stop != known.end()) {
-                stoppings.push_back({.row = row.row,
-                                     .command = DockerService::command(
-                                         client, DockerService::stopArguments(stop->id), *stop)});
-            } else if (!row.here.isToBeConfirmed) {
-                stoppings.push_back(
-                    {.row = row.row,
-                     .command = DockerService::command(client, DockerService::stopArguments(row.container))});
-            }
-        }
-        return stoppings;
-    }
-
-    static bool isOf(const ContainerStop& stop, const ProcessItem& item, const ContainerHere& here) {
-        if (!here.id.empty()) {
-            return stop.id == here.id;
-        }
-        return stop.pid == item.pid && (!here.isToBeConfirmed || isSameStart(stop, item));
-    }
-
-    /// Whether an engine's word on a start can be about this process. The engine notes it some time after the
-    /// process began, and remote engines, whose numbers may be the same, started theirs at other times.
-    static bool isSameStart(const ContainerStop& stop, const ProcessItem& item) {
-        constexpr int64_t longestStart = 10;
-        constexpr int64_t rounding = 1;
-        return stop.startedAt && item.startTime && *stop.startedAt >= item.startTime->sec - rounding &&
-               *stop.startedAt <= item.startTime->sec + longestStart;
-    }
-
-    void stopSideBySide(std::span<const ContainerStopping> stoppings) const {
-        std::vector<Shell::Run> runs;
-        for (const ContainerStopping& stopping : stoppings) {
-            runs.emplace_back(stopping.command);
-        }
-        std::vector<Shell::Run*> pointers;
-        std::ranges::transform(runs, std::back_inserter(pointers), [](Shell::Run& run) { return &run; });
-        Shell::await(pointers, nullptr, m_world.interrupt);
-        for (size_t index = 0; index < stoppings.size(); ++index) {
-            const Shell::Outcome outcome = runs[index].take();
-            if (outcome.ok()) {
-                stoppings[index].row->noteStoppedContainer();
-            } else if (outcome.deadlineMissed) {
-                stoppings[index].row->noteContainerBeingStopped();
-            }
+        if (const auto client = rows.empty() ? std::nullopt : m_world.client()) {
+            KillCore::stopContainers(rows, *client, m_world.interrupt);
         }
     }
 
@@ -236,6 +137,8 @@ std::string_view inWords(KillDetail detail) {
         return "container stopped";
     case KillDetail::containerStopping:
         return "its container is still being stopped";
+    case KillDetail::engineNotAnswering:
+        return "its container engine did not answer, left alone";
     case KillDetail::ended:
         return "ended";
     case KillDetail::stillThere:
@@ -274,24 +177,6 @@ bool shouldSendSIGTERM(const std::optional<ProcStartTime>& expected,
 bool shouldEscalateToSIGKILL(const std::optional<ProcStartTime>& snapshot,
                              const std::optional<ProcStartTime>& current) {
     return snapshot && snapshot == current;
-}
-
-std::optional<ContainerHere> containerOf(const ProcessItem& item, const Platform::KernelView& kernel) {
-    if (!kernel.knowsContainers) {
-        return item.kind == ProcessKind::docker ? std::optional(ContainerHere()) : std::nullopt;
-    }
-    const auto facts = kernel.factsOf(item.pid);
-    if (!facts) {
-        return std::nullopt;
-    }
-    const auto id = ControlGroup::isInContainer(facts->controlGroup, kernel.ownControlGroup)
-                        ? ControlGroup::containerID(facts->controlGroup, kernel.ownControlGroup)
-                        : std::nullopt;
-    if (id) {
-        return ContainerHere{.id = std::string(*id)};
-    }
-    // Engines without a right to make control groups, as a user's own may be, leave no id there.
-    return facts->isNamespacesFirst ? std::optional(ContainerHere{.isToBeConfirmed = true}) : std::nullopt;
 }
 
 std::vector<KillResult> killAll(std::span<const ProcessItem> items,

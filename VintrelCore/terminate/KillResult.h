@@ -15,7 +15,8 @@ enum class KillOutcome {
 /// What became of it, for people and logs.
 enum class KillDetail {
     containerStopped,
-    containerStopping, ///< the engine was still at it when the wait for it was over; nothing was signalled
+    containerStopping,  ///< the engine was still at it when the wait for it was over; nothing was signalled
+    engineNotAnswering, ///< it did not say whether the container is its own; nothing was signalled
     ended,
     stillThere,   ///< even after the forced signal, or as a process that is never forced
     alreadyGone,  ///< it had ended before it was signalled

@@ -93,7 +93,7 @@ void RowEnding::noteContainerBeingStopped() {
 void RowEnding::giveUp(KillDetail detail) {
     decide(KillOutcome::notKilled, detail);
     if (detail == KillDetail::notPermitted || detail == KillDetail::interrupted ||
-        detail == KillDetail::containerStopping) {
+        detail == KillDetail::containerStopping || detail == KillDetail::engineNotAnswering) {
         noteIfLeft(Target({.pid = m_item->pid, .startTime = m_item->startTime}, *m_world));
     }
     for (const FoldedProcess& process : m_item->folded) {

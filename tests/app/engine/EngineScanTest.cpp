@@ -19,7 +19,6 @@ protected:
                          .engine = VintrelCore::DockerService::EngineState::answering};
         world->found.items = {safeItem(1), reviewItem(2)};
         world->found.managers = {{2, "mydev.service"}};
-        world->found.namedOnly = {2};
         world->found.cwds = {{1, cwdOf("~/work/shop")}};
         world->found.processTable = {{1, {.ppid = 0, .label = "init"}}, {2, {.ppid = 1, .label = "vite"}}};
     }
@@ -45,7 +44,6 @@ TEST_F(EngineScan, publishesAllThatWasFound) {
     EXPECT_EQ(engine().cwds(), world->found.cwds);
     EXPECT_EQ(engine().processTable(), world->found.processTable);
     EXPECT_EQ(engine().managers(), world->found.managers);
-    EXPECT_EQ(engine().namedOnly(), world->found.namedOnly);
     EXPECT_EQ(engine().previousPIDs(), (PIDSet{1, 2}));
     EXPECT_TRUE(engine().openFiles().empty());
     EXPECT_TRUE(engine().problems().empty());
@@ -55,7 +53,6 @@ TEST_F(EngineScan, publishesInOrder) {
     prepareEverything();
     scan();
     std::erase(changes, Field::managers);
-    std::erase(changes, Field::namedOnly);
     EXPECT_EQ(changes, (Fields{Field::isScanning, Field::items, Field::listeningPorts, Field::containerOwners,
                                Field::cwds, Field::processTable, Field::isScanning}));
 }

@@ -36,7 +36,8 @@ class PreparedEnding {
 public:
     KillService::Ending asEnding() {
         return
-            [this](const std::vector<ProcessItem>& items, const DockerCore::OwnerMap& owners, int interrupt) {
+            [this](const std::vector<ProcessItem>& items, const VintrelCore::DockerService::OwnersAnswer& containers,
+                   int interrupt) {
                 std::vector<KillResult> results;
                 for (const ProcessItem& item : items) {
                     results.push_back(resultFor(item));
@@ -45,7 +46,7 @@ public:
                 for (const ProcessItem& item : items) {
                     ++m_asked[item.pid];
                 }
-                m_owners = owners;
+                m_owners = containers.owners;
                 m_interrupt = interrupt;
                 m_threads.push_back(std::this_thread::get_id());
                 return results;
@@ -94,7 +95,7 @@ TEST_F(KillServiceTest, anEmptyBatchIsDoneBeforeTheCallReturns) {
     int calls = 0;
     std::optional<size_t> size;
     KillService::kill(
-        std::vector<ProcessItem>{}, {{17, "web"}}, &owner,
+        std::vector<ProcessItem>{}, {.owners = {{17, "web"}}}, &owner,
         [&](const KillService::Outcomes& outcomes) {
             ++calls;
             size = outcomes.size();
@@ -177,13 +178,13 @@ TEST_F(KillServiceTest, handsTheContainersOwnersOn) {
     const DockerCore::OwnerMap owners{{17, "web-1"}, {18, "db"}};
     int answers = 0;
     KillService::kill(
-        itemNamed(17, "polite"), owners, &owner, [&](const KillResult&) { ++answers; }, ending.asEnding());
+        itemNamed(17, "polite"), {.owners = owners}, &owner, [&](const KillResult&) { ++answers; }, ending.asEnding());
     ASSERT_TRUE(spinUntil([&] { return answers == 1; }));
     EXPECT_EQ(ending.owners(), owners);
 
     const DockerCore::OwnerMap others{{18, "cache"}};
     KillService::kill(
-        std::vector{itemNamed(17, "polite"), itemNamed(18, "rude")}, others, &owner,
+        std::vector{itemNamed(17, "polite"), itemNamed(18, "rude")}, {.owners = others}, &owner,
         [&](const KillService::Outcomes&) { ++answers; }, ending.asEnding());
     ASSERT_TRUE(spinUntil([&] { return answers == 2; }));
     EXPECT_EQ(ending.owners(), others);
@@ -196,7 +197,7 @@ TEST_F(KillServiceTest, whatIsHandedInMayGoAtOnce) {
         std::vector items{itemNamed(17, "polite")};
         DockerCore::OwnerMap owners{{17, std::string(100, 'w')}};
         KillService::kill(
-            items, owners, &owner, [&](const KillService::Outcomes& outcomes) { answer = outcomes; },
+            items, {.owners = owners}, &owner, [&](const KillService::Outcomes& outcomes) { answer = outcomes; },
             ending.asEnding());
         items[0].command.assign(6, 'x');
         owners.clear();
@@ -208,7 +209,7 @@ TEST_F(KillServiceTest, whatIsHandedInMayGoAtOnce) {
 
 TEST_F(KillServiceTest, killsAtTheSameTimeDoNotWaitForEachOther) {
     Meeting meeting(5);
-    const auto meet = [&](const std::vector<ProcessItem>& items, const DockerCore::OwnerMap&, int) {
+    const auto meet = [&](const std::vector<ProcessItem>& items, const VintrelCore::DockerService::OwnersAnswer&, int) {
         const KillDetail detail = meeting.isAttendedByAll() ? KillDetail::ended : KillDetail::stillThere;
         return std::vector<KillResult>(items.size(), {.outcome = KillOutcome::confirmed, .detail = detail});
     };

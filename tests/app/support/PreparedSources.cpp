@@ -79,8 +79,10 @@ ScanSources PreparedSources::sources() const {
         return with(state, [](auto& world) { return world.openFiles; });
     };
     sources.kill = [state](const std::vector<ProcessItem>& items,
-                           const VintrelCore::DockerCore::OwnerMap& owners, int) {
-        with(state, [&](auto& world) { world.killings.push_back({.items = items, .owners = owners}); });
+                           const VintrelCore::DockerService::OwnersAnswer& containers, int) {
+        with(state, [&](auto& world) {
+            world.killings.push_back({.items = items, .owners = containers.owners});
+        });
         state->kill.pass();
         return with(state, [&](auto& world) {
             std::vector<KillCore::KillResult> results;

@@ -192,6 +192,22 @@ TEST(DockerClientDeathTest, tellsHowTheEngineTookTheQuestion) {
               EngineState::notAnswering);
 }
 
+TEST(DockerClientDeathTest, isLateOnlyWhenTheClientWasStillWaiting) {
+    VINTREL_NEEDS_ROOT();
+    for (const bool hangs : {false, true}) {
+        const NotingClient client(hangs ? "exec sleep 60"
+                                        : "echo 'Cannot connect to the Docker daemon' >&2; exit 1");
+        const auto look = [&client, hangs] {
+            becomeAWorldWithClient(client.script());
+            const auto answer = askForOwners();
+            EXPECT_EQ(answer.engine, EngineState::notAnswering);
+            EXPECT_EQ(answer.isLate, hangs);
+            exitWithVerdict();
+        };
+        EXPECT_EXIT(look(), ::testing::ExitedWithCode(0), "");
+    }
+}
+
 TEST(DockerClientDeathTest, warningsAreNoContainers) {
     VINTREL_NEEDS_ROOT();
     const NotingClient client("case $1 in\n"

@@ -118,9 +118,10 @@ TEST_F(KillOnARealEngine, aContainerThatTakesItsTimeIsNotSignalledMeanwhile) {
         "slow-1", {"sh", "-c", "trap 'sleep 3; exit' TERM; sleep 1000 & wait"}, {"--stop-timeout=60"});
     const auto stops =
         DockerService::askAboutStops(*DockerService::cliPath(), std::vector<std::string>{"slow-1"});
-    ASSERT_EQ(stops.size(), 1U);
-    EXPECT_EQ(stops.front().pid, pid);
-    EXPECT_EQ(stops.front().timeout, 60);
+    ASSERT_TRUE(stops);
+    ASSERT_EQ(stops->size(), 1U);
+    EXPECT_EQ(stops->front().pid, pid);
+    EXPECT_EQ(stops->front().timeout, 60);
     EXPECT_EQ(detailOf(itemOf(pid, ProcessKind::node), DockerService::containerOwners()),
               KillDetail::containerStopped);
 }

@@ -4,7 +4,9 @@
 #include "VintrelCore/scan/RecordPipeline.h"
 #include "tests/core/scan/PipelineItems.h"
 
+#include <algorithm>
 #include <map>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -46,7 +48,7 @@ protected:
         m_lookup.wasInSnapshot = [this](int32_t pid) { return !successors.contains(pid); };
     }
 
-    ScanCore::Candidates candidates(ScanCore::EnumerateOptions options = {}) {
+    std::vector<ProcessItem> candidates(ScanCore::EnumerateOptions options = {}) {
         if (!options.registeredPIDs) {
             options.registeredPIDs.emplace();
         }
@@ -61,19 +63,21 @@ protected:
             arguments.emplace(7, exact);
         }
         const auto found = candidates();
-        EXPECT_EQ(found.items.size(), 1U) << line;
-        if (found.items.empty()) {
+        EXPECT_EQ(found.size(), 1U) << line;
+        if (found.empty()) {
             return RiskTier::high;
         }
-        EXPECT_EQ(found.namedOnly.contains(7), found.items.front().riskTier != RiskTier::easy) << line;
-        return found.items.front().riskTier;
+        EXPECT_EQ(found.front().reviewReason == ReviewReason::namedOnly,
+                  found.front().riskTier != RiskTier::easy)
+            << line;
+        return found.front().riskTier;
     }
 
     /// Of the one stray with that title, which runs `executable`; absent when it is no candidate.
     std::optional<ProcessKind> kindOf(const std::string& title, const std::string& executable) {
         records = {strayRecord(7, title)};
         executables = {{7, executable}};
-        const auto items = candidates().items;
+        const auto items = candidates();
         return items.empty() ? std::nullopt : std::optional(items.front().kind);
     }
 
@@ -129,13 +133,13 @@ TEST_F(NamedOnlyTest, otherTiersStayAndAreNotLookedAt) {
     records = {onTerminal, young, strayRecord(3, "firefox-esr https://x/vite"),
                strayRecord(4, "gvim /x/node"), strayRecord(5, "firefox-esr https://x/vitest")};
     const auto found = candidates({.registeredPIDs = PIDSet{5}});
-    const auto tier = [&found](int32_t pid) { return find(found.items, pid)->riskTier; };
+    const auto tier = [&found](int32_t pid) { return find(found, pid)->riskTier; };
     EXPECT_EQ(tier(1), RiskTier::moderate);
     EXPECT_EQ(tier(2), RiskTier::moderate);
     EXPECT_EQ(tier(3), RiskTier::moderate);
     EXPECT_EQ(tier(4), RiskTier::high);
     EXPECT_EQ(tier(5), RiskTier::moderate);
-    EXPECT_TRUE(found.namedOnly.empty());
+    EXPECT_EQ(std::ranges::count_if(found, [](auto& item) { return item.reviewReason.has_value(); }), 0);
     EXPECT_EQ(asked, 0);
 }
 
@@ -164,10 +168,10 @@ TEST_F(NamedOnlyTest, aTitleIsToldByWhatRuns) {
     EXPECT_EQ(kindOf("webpack", "/usr/bin/webpack"), std::nullopt);
     EXPECT_EQ(kindOf("webpack", "/opt/node/webpack"), std::nullopt);
     EXPECT_EQ(kindOf("gunicorn: master", "/usr/bin/python3.11"), std::nullopt) << "no kind of its own";
-    const auto items = candidates().items;
+    const auto items = candidates();
     records = {strayRecord(7, "ng serve")};
     executables = {{7, "/usr/bin/node"}};
-    const auto shown = candidates().items.front();
+    const auto shown = candidates().front();
     EXPECT_EQ(shown.command, "ng serve") << "shown as ps printed it";
     EXPECT_EQ(shown.riskTier, RiskTier::high);
 }
@@ -193,8 +197,8 @@ TEST_F(NamedOnlyTest, aTitleBehindARunnersShellIsWhatTheShellWasTold) {
     arguments = {{6, {"sh", "-c", "next dev"}}};
     records = {record};
     executables = {{7, "/usr/bin/node"}};
-    ASSERT_EQ(candidates().items.size(), 1U);
-    EXPECT_EQ(candidates().items.front().kind, ProcessKind::nextjs);
+    ASSERT_EQ(candidates().size(), 1U);
+    EXPECT_EQ(candidates().front().kind, ProcessKind::nextjs);
 }
 
 TEST_F(NamedOnlyTest, aToolThatOnlyItsShellNamesIsWhatAnInterpreterRuns) {
@@ -205,7 +209,7 @@ TEST_F(NamedOnlyTest, aToolThatOnlyItsShellNamesIsWhatAnInterpreterRuns) {
         records = {record};
         arguments = {{6, shell}};
         executables = {{7, executable}};
-        const auto items = candidates().items;
+        const auto items = candidates();
         return items.size() == 1 ? std::optional(items.front().riskTier) : std::nullopt;
     };
     const std::string node = "/usr/bin/node";
@@ -233,8 +237,9 @@ TEST_F(NamedOnlyTest, aMergedRowIsJudgedByTheProcessThatItShows) {
                                         .kind = ProcessKind::vitest,
                                         .riskTier = RiskTier::easy,
                                         .folded = {{.pid = 11}, {.pid = 12, .as = FoldedAs::shown}}}};
-        const PIDSet raised = NamedOnly::raise(items, snapshot, {});
-        EXPECT_EQ(raised.contains(10), items.front().riskTier == RiskTier::moderate);
+        NamedOnly::raise(items, snapshot, {});
+        EXPECT_EQ(items.front().reviewReason == ReviewReason::namedOnly,
+                  items.front().riskTier == RiskTier::moderate);
         return items.front().riskTier;
     };
     EXPECT_EQ(tierOfRow("npm run test", "node (vitest)"), RiskTier::easy);
@@ -244,14 +249,14 @@ TEST_F(NamedOnlyTest, aMergedRowIsJudgedByTheProcessThatItShows) {
 TEST_F(NamedOnlyTest, aBrowserWithAProfileAmongPlaywrightsIsItsHelper) {
     const std::string profile = "--user-data-dir=/home/dev/.cache/ms-playwright/mcp-chrome-1a2b";
     EXPECT_EQ(tierOf("/opt/chrome/chrome --test-type " + profile), RiskTier::easy);
-    EXPECT_EQ(candidates().items.front().kind, ProcessKind::chromeHelper);
+    EXPECT_EQ(candidates().front().kind, ProcessKind::chromeHelper);
     EXPECT_EQ(tierOf("/opt/my chrome/chrome " + profile, {"/opt/my chrome/chrome", profile}), RiskTier::easy);
-    EXPECT_EQ(candidates().items.front().kind, ProcessKind::chromeHelper);
+    EXPECT_EQ(candidates().front().kind, ProcessKind::chromeHelper);
 
     records = {strayRecord(7, "ls " + profile)};
     arguments.clear();
-    EXPECT_TRUE(candidates().items.empty());
+    EXPECT_TRUE(candidates().empty());
     records = {strayRecord(7, "/opt/chrome/chrome " + profile)};
-    EXPECT_EQ(candidates({.customRules = {{.substring = "chrome", .label = "mine"}}}).items.front().kind,
+    EXPECT_EQ(candidates({.customRules = {{.substring = "chrome", .label = "mine"}}}).front().kind,
               ProcessKind::custom);
 }

@@ -1,6 +1,7 @@
 // Who looks after a process: each rule by itself.
 #include "VintrelCore/scan/Parentage.h"
 
+#include "VintrelCore/scan/Caretakers.h"
 #include "tests/support/Snapshots.h"
 
 #include <optional>
@@ -472,12 +473,12 @@ TEST(IsAdopter, isAnOfficeAndNotAName) {
     for (const char* command :
          {"/lib/systemd/systemd --user", "systemd --user", "systemd --deserialize=9 --user", "/init",
           "Relay(123)", "/usr/bin/lxqt-session", "dinit", "/sbin/dinit"}) {
-        EXPECT_TRUE(Parentage::isAdopter(7, command)) << command;
+        EXPECT_TRUE(Caretakers::isAdopter(7, command)) << command;
     }
     for (const char* command :
          {"systemd", "systemd --users", "/lib/systemd/systemd --system", "init", "/sbin/init", "Relay",
           "vim --user", "containerd-shim", "conmon", "docker-init", "tini -- x", "tmux", "screen", ""}) {
-        EXPECT_FALSE(Parentage::isAdopter(7, command)) << command;
-        EXPECT_TRUE(Parentage::isAdopter(1, command)) << command;
+        EXPECT_FALSE(Caretakers::isAdopter(7, command)) << command;
+        EXPECT_TRUE(Caretakers::isAdopter(1, command)) << command;
     }
 }

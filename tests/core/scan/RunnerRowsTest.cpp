@@ -3,6 +3,7 @@
 #include "tests/core/scan/SnapshotRows.h"
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -267,6 +268,9 @@ TEST(RunnerRows, runnersThatNeedNoShellMayHaveMoreToRun) {
             .riskTier;
     };
     EXPECT_EQ(tierOf("node .yarn/releases/yarn-4.5.3.cjs test"), RiskTier::moderate);
+    EXPECT_EQ(tierOf("node .yarn/releases/yarn-4.0.0-rc.53.cjs test"), RiskTier::moderate);
+    EXPECT_EQ(tierOf("node .yarn/releases/yarn-berry.cjs test"), RiskTier::moderate);
+    EXPECT_EQ(tierOf("corepack pnpm@10 test"), RiskTier::moderate);
     EXPECT_EQ(tierOf("pnpm test"), RiskTier::moderate);
     EXPECT_EQ(tierOf("pnpm exec vitest"), RiskTier::easy);
     EXPECT_EQ(tierOf("npm test"), RiskTier::easy) << "with bash, which lets the last command take its place";
@@ -358,6 +362,67 @@ TEST(RunnerRows, aHostOfATerminalKeepsTheRowFromBeingSafe) {
     const auto rows = rowsOf(tree + "13 12 02:00:00 pts/4 0 10 bash\n", withOrphan(10));
     ASSERT_EQ(pidsOf(rows), (PIDs{10}));
     EXPECT_EQ(rows[0].riskTier, RiskTier::moderate);
+}
+
+TEST(RunnerRows, sayWhyTheyAreForReviewThatWouldBeSafe) {
+    using Reason = std::optional<ReviewReason>;
+    const auto reasonOf = [](const std::string& tree, const FakeKernel& kernel = withOrphan(10),
+                             const ScanCore::EnumerateOptions& options = {},
+                             const VintrelTests::Found& found = {}) {
+        const auto rows = rowsOf(tree, kernel, options, found);
+        EXPECT_EQ(pidsOf(rows), (PIDs{10})) << tree;
+        EXPECT_EQ(rows[0].riskTier, rows[0].reviewReason ? RiskTier::moderate : RiskTier::easy) << tree;
+        return rows[0].reviewReason;
+    };
+    const std::string tree = orphanedTree("npm test", "vitest", "node (vitest)");
+    EXPECT_EQ(reasonOf(tree), Reason());
+    EXPECT_EQ(reasonOf(orphanedTree("npm test", "vitest; ./deploy", "node (vitest)")),
+              Reason(ReviewReason::scriptMayDoMore));
+    EXPECT_EQ(reasonOf(tree, withOrphan(10), {}, {.arguments = {{11, {}}}}),
+              Reason(ReviewReason::scriptMayDoMore))
+        << "it cannot be known";
+    EXPECT_EQ(reasonOf(std::string(processOne) + "10 1 02:00:00 ? 1 10 pnpm test\n"
+                                                 "12 10 02:00:00 ? 1 10 node (vitest)\n"),
+              Reason(ReviewReason::scriptMayDoMore));
+    EXPECT_EQ(reasonOf(tree, withOrphan(10), {}, {.scripts = {{12, "pretest"}}}),
+              Reason(ReviewReason::anotherMayFollow));
+    EXPECT_EQ(reasonOf(tree + "13 10 02:00:00 ? 0 10 python3 backup.py\n"),
+              Reason(ReviewReason::startedOthers));
+    EXPECT_EQ(reasonOf(tree + "13 10 02:00:00 ? 0 10 sh -c python3 export.py\n"),
+              Reason(ReviewReason::startedOthers));
+    EXPECT_EQ(reasonOf(tree, withOrphan(10), {.dismissedPIDs = {11}}), Reason(ReviewReason::partIsIgnored));
+    EXPECT_EQ(reasonOf(tree + "13 12 02:00:00 pts/4 0 10 bash\n"), Reason(ReviewReason::hostsTerminal));
+    EXPECT_EQ(reasonOf(orphanedTree("npm run jest", "mydb serve", "/usr/bin/mydb serve"), withOrphan(10)),
+              Reason(ReviewReason::runsUnknownProgram));
+    EXPECT_EQ(reasonOf(orphanedTree("npx vitest", "firefox x/vitest", "/usr/bin/firefox x/vitest")),
+              Reason(ReviewReason::namedOnly));
+}
+
+TEST(RunnerRows, giveTheReasonOfARunnerWithinTheRow) {
+    const auto rows = rowsOf(std::string(processOne) + "10 1 02:00:00 ? 1 100 npm test\n"
+                                                       "11 10 02:00:00 ? 1 10 sh -c npx vitest\n"
+                                                       "12 11 02:00:00 ? 1 100 npm exec vitest\n"
+                                                       "13 12 02:00:00 ? 1 300 node (vitest)\n"
+                                                       "14 12 02:00:00 ? 1 300 python3 backup.py\n",
+                             withOrphan(10));
+    ASSERT_EQ(pidsOf(rows), (PIDs{10}));
+    EXPECT_EQ(rows[0].reviewReason, ReviewReason::startedOthers);
+}
+
+TEST(RunnerRows, giveNoReasonWhereKindPlaceAndAgeSayEnough) {
+    const std::string tree = orphanedTree("npm test", "vitest; ./deploy", "node (vitest)");
+    for (const auto& options : {ScanCore::EnumerateOptions{.elapsedThreshold = 7201},
+                                ScanCore::EnumerateOptions{.registeredPIDs = ScanCore::PIDSet{12}},
+                                ScanCore::EnumerateOptions{.customRules = {{"vitest", "Mine"}}}}) {
+        const auto rows = rowsOf(tree, withOrphan(10), options);
+        ASSERT_EQ(pidsOf(rows), (PIDs{10}));
+        EXPECT_EQ(rows[0].riskTier, RiskTier::moderate);
+        EXPECT_EQ(rows[0].reviewReason, std::nullopt);
+    }
+    const auto server =
+        rowsOf(orphanedTree("npm run dev", "vite; ./deploy", "node /x/.bin/vite"), withOrphan(10));
+    ASSERT_EQ(pidsOf(server), (PIDs{10}));
+    EXPECT_EQ(server[0].reviewReason, std::nullopt);
 }
 
 TEST(RunnerRows, areRatedInTheRunnersPlace) {

@@ -180,9 +180,21 @@ TEST(IsPackageRunner, knowsTheFilesOfVersionsAndTheNewerNames) {
     for (const char* command :
          {"node .yarn/releases/yarn-1.22.22.cjs dev", "node /home/dev/.yarn/releases/yarn-4.5.3.cjs run dev",
           "node /opt/pnpm/bin/pnpm.mjs dev", "node /opt/pnpm/bin/pnpm.cjs dev", "/opt/pnpm/pn dev",
-          "pnx vite", "pnpx vite", "node /opt/pnpm/bin/pnx.mjs vite", "/bin/sh /usr/local/bin/yarn dev",
+          "node .yarn/releases/yarn-4.0.0-rc.53.cjs dev", "node .yarn/releases/yarn-berry.cjs dev",
+          "node /x/yarn-1.23.0-20220130.1630.js dev", "node /x/yarn-3.2.0-rc.cjs dev", "pnx vite",
+          "pnpx vite", "node /opt/pnpm/bin/pnx.mjs vite", "/bin/sh /usr/local/bin/yarn dev",
           "node /usr/lib/node_modules/corepack/dist/corepack.js pnpm dev"}) {
         EXPECT_TRUE(RunnerShells::isPackageRunner(command)) << command;
+    }
+}
+
+TEST(IsPackageRunner, isNoOtherFileWhoseNameBeginsLikeARunners) {
+    for (const char* command :
+         {"node yarn-lint.js", "node /x/npm-run-all.js build", "node yarn-4.0.0-lint.js",
+          "node yarn-rc.53.cjs dev", "node yarn4-rc.1.cjs dev", "node yarn-4.0.0-rc.x.cjs dev",
+          "node yarn-4.0.0-rc.53-fix.cjs dev", "node yarn-4.0.0-.cjs dev", "node my-yarn-4.0.0-rc.1.cjs dev",
+          "node yarn.js-rc.1.cjs dev", "yarn-4.0.0-rc.53 dev", "node node-20.0.0-rc.1.js"}) {
+        EXPECT_FALSE(RunnerShells::isPackageRunner(command)) << command;
     }
 }
 
@@ -206,32 +218,4 @@ TEST(IsPackageRunner, severalToolsRunPackagesOnlyWhenTheyAreToldTo) {
           "python3 -m pytest", "deno run main.ts"}) {
         EXPECT_FALSE(RunnerShells::isPackageRunner(command)) << command;
     }
-}
-
-TEST(ToldText, ofAShellComesAfterItsOptions) {
-    for (const char* command : {"sh -c vite --port 1", "/bin/dash -c  'vite'", "bash -lc vite", "sh -ec vite",
-                                "bash -o pipefail -c vite", "bash --norc -c vite",
-                                "bash --rcfile /x/rc -c vite", "sh -c -e vite", "sh -ce vite"}) {
-        EXPECT_TRUE(RunnerShells::isToldText(command)) << command;
-    }
-    for (const char* command : {"bash --norc -i", "zsh -c vite", "sh x.sh -c", "sh", "bash -o -c",
-                                "/x/csh -c vite", "bash --rcfile -c", "bash -- -c vite", ""}) {
-        EXPECT_FALSE(RunnerShells::isToldText(command)) << command;
-    }
-}
-
-TEST(ToldText, isOfOneProgramWhenNothingSeparatesCommands) {
-    using Arguments = std::vector<std::string>;
-    EXPECT_EQ(RunnerShells::textOfOneProgram(Arguments{"sh", "-c", "vite --port 1"}), "vite --port 1");
-    EXPECT_EQ(RunnerShells::textOfOneProgram(Arguments{"/bin/bash", "-o", "pipefail", "-lc", "vite"}),
-              "vite");
-    EXPECT_EQ(RunnerShells::textOfOneProgram(Arguments{"sh", "-c", "vite", "name"}), "vite");
-    for (const char* text : {"vite\npython3 x.py", "vite; x", "vite && x", "vite | x", "vite & x",
-                             "$(x) vite", "vite `x`", "(vite)", "vite <(x)"}) {
-        EXPECT_EQ(RunnerShells::textOfOneProgram(Arguments{"sh", "-c", text}), std::nullopt) << text;
-    }
-    EXPECT_EQ(RunnerShells::textOfOneProgram(Arguments{"sh", "-c"}), std::nullopt);
-    EXPECT_EQ(RunnerShells::textOfOneProgram(Arguments{"sh", "vite"}), std::nullopt);
-    EXPECT_EQ(RunnerShells::textOfOneProgram(Arguments{"zsh", "-c", "vite"}), std::nullopt);
-    EXPECT_EQ(RunnerShells::textOfOneProgram(Arguments{}), std::nullopt);
 }

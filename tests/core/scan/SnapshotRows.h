@@ -2,8 +2,8 @@
 
 #include "VintrelCore/base/Text.h"
 #include "VintrelCore/scan/RecordPipeline.h"
-#include "VintrelCore/scan/RunnerShells.h"
 #include "VintrelCore/scan/ScanCore.h"
+#include "VintrelCore/scan/ToldText.h"
 #include "tests/support/Snapshots.h"
 
 #include <cstdint>
@@ -21,7 +21,7 @@ using Arguments = std::vector<std::string>;
 
 /// Exact arguments that ps prints as this line: each word is one, and so is the text that a shell is told.
 inline Arguments argumentsIn(std::string_view line) {
-    const bool isToldText = VintrelCore::RunnerShells::isToldText(line);
+    const bool isToldText = VintrelCore::ToldText::isToldText(line);
     Arguments arguments;
     bool isTextNext = false;
     for (auto word = VintrelCore::Text::takeWord(line); !word.empty() && !isTextNext;
@@ -81,7 +81,7 @@ inline std::vector<VintrelCore::ProcessItem> rowsOf(const std::string& psOutput,
         return std::optional(VintrelCore::ProcStartTime{.sec = pid, .usec = 0});
     };
     found.addArgumentsIn(psOutput);
-    return VintrelCore::ScanCore::candidatesIn(records, options, found.lookup(kernel)).items;
+    return VintrelCore::ScanCore::candidatesIn(records, options, found.lookup(kernel));
 }
 
 /// What is folded into a row, in its order. Fails the test where a stamp is not the process's own.

@@ -23,6 +23,15 @@ TEST(ToolNames, arePlainWithoutSuffixAndVersion) {
     EXPECT_EQ(ToolNames::plainName(""), "");
 }
 
+TEST(ToolNames, arePlainWithoutAnUnfinishedVersion) {
+    EXPECT_EQ(ToolNames::plainNameOfPrerelease("yarn-4.0.0-rc.53.cjs"), "yarn");
+    EXPECT_EQ(ToolNames::plainNameOfPrerelease("yarn-1.23.0-20220130.1630.js"), "yarn");
+    for (const char* name : {"yarn-4.0.0.cjs", "yarn-4.0.0-rc.53", "yarn-lint.js", "yarn-4.0.0-lint.js",
+                             "-.js", "yarn-rc.1.js", ".js", "-", ""}) {
+        EXPECT_EQ(ToolNames::plainNameOfPrerelease(name), "") << name;
+    }
+}
+
 TEST(ToolNames, takeTheInnermostPackageOfAPath) {
     EXPECT_EQ(ToolNames::packageOf("/x/node_modules/vitest/dist/cli.js"), "vitest");
     EXPECT_EQ(ToolNames::packageOf("/x/node_modules/vitest/node_modules/vite/bin/vite.js"), "vite");

@@ -49,14 +49,14 @@ const KillResult stopped{.outcome = KillOutcome::confirmed, .detail = KillDetail
 class EndingContainers : public ::testing::Test {
 protected:
     /// A client that notes each of its words in brackets, and then does what `rest` says. What it is asked
-    /// before that about the containers, it answers with what is in `m_stops`.
+    /// before that about the containers, it answers by `m_answer`.
     std::string client(const std::string& rest) {
-        const auto file = m_folder.write(
-            "docker", "#!/bin/sh\ncd '" + m_folder.path().string() +
-                          "'\n[ \"$1\" = inspect ] && { echo \"$*\" >>questions; cat "
-                          "stops; exit; }\n{ for word in \"$@\"; do printf '[%s]' \"$word\"; done; "
-                          "echo; } >>calls\n" +
-                          rest + "\n");
+        const auto file =
+            m_folder.write("docker", "#!/bin/sh\ncd '" + m_folder.path().string() +
+                                         "'\n[ \"$1\" = inspect ] && { echo \"$*\" >>questions; " + m_answer +
+                                         "; exit; }\n{ for word in \"$@\"; do printf '[%s]' \"$word\"; done; "
+                                         "echo; } >>calls\n" +
+                                         rest + "\n");
         std::filesystem::permissions(file, std::filesystem::perms::owner_all);
         m_folder.write("stops", m_stops);
         return file.string();
@@ -90,7 +90,8 @@ protected:
 
     TemporaryFolder m_folder;
     std::map<int32_t, ContainerHere> m_containers; // by pid; all others are in the same
-    std::string m_stops;                           // as the client prints it
+    std::string m_stops;                           // what the client knows about them, as it prints it
+    std::string m_answer = "cat stops";
 };
 
 } // namespace
@@ -192,6 +193,19 @@ TEST_F(EndingContainers, usesSignalsWithoutAnOwner) {
     EXPECT_EQ(endOne(itemOf(subject), world(0.3, "exit 0"), {{subject.pid() + 1, "web"}}), confirmedEnd);
     EXPECT_EQ(calls(), "");
     EXPECT_EQ(subject.wait(), 0);
+}
+
+TEST_F(EndingContainers, isLeftAloneWhileItIsUnknownWhichProcessesAreContainers) {
+    Subject subject(OnSIGTERM::leaves);
+    World unknown = world(0.3, "exit 0");
+    unknown.ownersAreKnown = false;
+    EXPECT_EQ(describe(endOne(itemOf(subject), unknown, {})),
+              "notKilled, engineNotAnswering, left " + std::to_string(subject.pid()));
+    EXPECT_EQ(calls(), "");
+    expectUntouched(subject);
+
+    unknown.containerHere = [](const ProcessItem&) { return std::nullopt; };
+    EXPECT_EQ(endOne(itemOf(subject), unknown, {}), confirmedEnd) << "it is in none";
 }
 
 TEST_F(EndingContainers, usesSignalsForTheNumberOfARemoteEngine) {
@@ -296,6 +310,49 @@ TEST_F(EndingContainers, isNotLeftToAnEngineThatNamesAnotherProcess) {
         EXPECT_EQ(calls(), "") << stop;
         EXPECT_EQ(subject.wait(), 0);
     }
+}
+
+TEST_F(EndingContainers, isNotSignalledWhileNoEngineHasSaidWhetherTheProcessIsItsOwn) {
+    // It may be stopping that very container. A row whose container is known goes on.
+    m_answer = "exec sleep 60";
+    Subject unconfirmed(OnSIGTERM::leaves);
+    Subject folded(OnSIGTERM::leaves);
+    Subject known(OnSIGTERM::leaves);
+    ProcessItem item = itemOf(unconfirmed, ProcessKind::node);
+    item.folded = {folded.folded()};
+    m_containers[unconfirmed.pid()] = {.isToBeConfirmed = true};
+    const std::vector items{item, itemOf(known)};
+    const OwnerMap owners{{unconfirmed.pid(), "web"}, {known.pid(), "db"}};
+    const auto results = KillCore::killAll(items, owners, world(0.3, "exit 0"));
+    EXPECT_EQ(describe(results[0]), "notKilled, engineNotAnswering, left " +
+                                        std::to_string(unconfirmed.pid()) + " " +
+                                        std::to_string(folded.pid()));
+    EXPECT_EQ(results[1], stopped);
+    EXPECT_EQ(calls(), "[stop][0123456789ab]\n");
+    expectUntouched(unconfirmed);
+    expectUntouched(folded);
+    expectUntouched(known);
+}
+
+TEST_F(EndingContainers, isNotSignalledWhenTheAnswerAboutItsProcessBreaksOff) {
+    m_answer = "kill -9 $$";
+    Subject subject(OnSIGTERM::leaves);
+    m_containers[subject.pid()] = {.isToBeConfirmed = true};
+    EXPECT_EQ(
+        describe(endOne(itemOf(subject, ProcessKind::node), world(0.3, "exit 0"), {{subject.pid(), "web"}})),
+        "notKilled, engineNotAnswering, left " + std::to_string(subject.pid()));
+    EXPECT_EQ(calls(), "");
+    expectUntouched(subject);
+}
+
+TEST_F(EndingContainers, getsSignalsWhenTheEngineRefusesToTellItsProcess) {
+    m_answer = "echo 'permission denied' >&2; exit 1";
+    Subject subject(OnSIGTERM::leaves);
+    m_containers[subject.pid()] = {.isToBeConfirmed = true};
+    EXPECT_EQ(endOne(itemOf(subject, ProcessKind::node), world(0.3, "exit 0"), {{subject.pid(), "web"}}),
+              confirmedEnd);
+    EXPECT_EQ(calls(), "");
+    EXPECT_EQ(subject.wait(), 0);
 }
 
 TEST_F(EndingContainers, isGivenItsOwnTimeAndThenLeftToTheEngineThatIsStillStoppingIt) {

@@ -201,9 +201,9 @@ KillCore::World shortWait(double seconds) {
 }
 
 std::string describe(const KillCore::KillResult& result) {
-    constexpr std::array details{"containerStopped", "containerStopping", "ended",
-                                 "stillThere",       "alreadyGone",       "notTheSame",
-                                 "notPermitted",     "refused",           "interrupted"};
+    constexpr std::array details{
+        "containerStopped", "containerStopping", "engineNotAnswering", "ended",   "stillThere",
+        "alreadyGone",      "notTheSame",        "notPermitted",       "refused", "interrupted"};
     std::string text = result.outcome == KillCore::KillOutcome::confirmed ? "confirmed, " : "notKilled, ";
     text += details.at(static_cast<size_t>(result.detail));
     auto left = result.left;

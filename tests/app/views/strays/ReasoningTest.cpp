@@ -11,6 +11,7 @@
 namespace Vintrel {
 
 using VintrelCore::OpenFileList;
+using VintrelCore::ReviewReason;
 using Texts = std::vector<std::string>;
 
 class ReasoningTest : public EngineTest {
@@ -178,14 +179,30 @@ TEST_F(ReasoningTest, saysWhoManagesIt) {
     EXPECT_NE(std::ranges::find(facts, "managed by mydev.service"), facts.end());
 }
 
-TEST_F(ReasoningTest, tellsWhatIsNamedOnlyInArguments) {
-    world->found.namedOnly = {5};
-    ProcessItem told = plainItem(5);
-    ProcessItem tool = plainItem(6);
-    told.ppid = tool.ppid = 1;
-    scan({told, tool});
-    EXPECT_EQ(reasoning(5).tags, (Texts{"orphan", "named only in its arguments"}));
-    EXPECT_EQ(reasoning(6).tags, Texts{"orphan"});
+TEST_F(ReasoningTest, tellsWhyARowIsForReviewThatWouldBeSafe) {
+    std::vector<ProcessItem> rows{plainItem(5)};
+    for (const ReviewReason reason : VintrelCore::ReviewReasons::allCases) {
+        ProcessItem row = plainItem(100 + static_cast<int32_t>(reason));
+        row.ppid = 1;
+        row.reviewReason = reason;
+        rows.push_back(row);
+    }
+    scan(rows);
+    EXPECT_EQ(reasoning(5).tags, Texts{});
+    for (const ReviewReason reason : VintrelCore::ReviewReasons::allCases) {
+        EXPECT_EQ(reasoning(100 + static_cast<int32_t>(reason)).tags,
+                  (Texts{"orphan", std::string(inWords(reason))}));
+    }
+}
+
+TEST_F(ReasoningTest, changesWithTheReasonForReview) {
+    ProcessItem row = plainItem(5);
+    row.reviewReason = ReviewReason::scriptMayDoMore;
+    scan({row});
+    EXPECT_EQ(reasoning(5).tags, Texts{"its script may do more"});
+    row.reviewReason = ReviewReason::namedOnly;
+    scan({row});
+    EXPECT_EQ(reasoning(5).tags, Texts{"named only in its arguments"});
 }
 
 TEST_F(ReasoningTest, saysWhyItIsNotInTheSweep) {
