@@ -9,14 +9,17 @@
 namespace Vintrel {
 
 void ContainerOwners::update(bool mayHoldContainers) {
-    if (m_isAsking) {
+    if (mayHoldContainers) {
+        ask();
+    } else if (!m_isAsking) {
+        take({.engine = m_answer.engine}); // as far as is known, it is as it was
+    }
+}
+
+void ContainerOwners::ask() {
+    if (std::exchange(m_isAsking, true)) {
         return;
     }
-    if (!mayHoldContainers) {
-        take({});
-        return;
-    }
-    m_isAsking = true;
     Background::shared().run(this, m_source, [this](Answer answer) {
         m_isAsking = false;
         take(std::move(answer));

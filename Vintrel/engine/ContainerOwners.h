@@ -30,6 +30,9 @@ public:
     /// After a scan: asks the engine's client, unless no process of it lives in a container.
     void update(bool mayHoldContainers);
 
+    /// Asks the engine's client, unless it is being asked.
+    void ask();
+
     /// Calls `action` once no question is open.
     void whenKnown(std::function<void()> action);
 

@@ -25,9 +25,8 @@
 
 namespace Vintrel {
 
-/// The application's one model: the candidates and all that is known about them, the user's settings, the
-/// scans, and what is ended. Views observe it and drive it. It lives on the main thread. Slow work is done
-/// elsewhere and comes back; the engine may die meanwhile.
+/// The application's one model: candidates, settings, scans and what is ended. Views observe it and drive it
+/// on the main thread. Slow work is done elsewhere and comes back; the engine may die meanwhile.
 class ScanEngine : public QObject {
     Q_OBJECT
 
@@ -74,7 +73,7 @@ public:
     /// The pids of the last completed scan; absent when the next one is to announce nothing.
     [[nodiscard]] const std::optional<PIDSet>& previousPIDs() const { return m_previousPIDs; }
 
-    // The settings. A change is written at once and takes effect with the next scan; it starts none.
+    // The settings. A change is written at once and takes effect with the next scan.
     [[nodiscard]] double scanInterval() const { return m_preferences.scanInterval; }
 
     [[nodiscard]] double elapsedThreshold() const { return m_preferences.elapsedThreshold; }
@@ -89,9 +88,8 @@ public:
 
     [[nodiscard]] bool notificationsEnabled() const { return m_preferences.notificationsEnabled; }
 
-    /// In seconds; restarts the timer. What is not above 0 is disregarded.
+    /// In seconds; what is not above 0 is disregarded. The first one restarts the timer.
     void setScanInterval(double seconds);
-    /// In seconds. What is not above 0 is disregarded.
     void setElapsedThreshold(double seconds);
     void setIgnoredNames(std::vector<std::string> rules);
     void setProtectedProjects(std::vector<std::string> folders);
@@ -136,6 +134,9 @@ public:
     /// What an address asks for. A scan announces every stray; a clean is followed by a notification.
     void perform(VintrelCore::URLScheme::Command command);
     void fireCleanResultNotification(const CleanSummary& summary);
+
+    /// Finds out how the container engine is, apart from any scan.
+    void askForContainers() { m_containers.ask(); }
 
     /// Looks up what a process and those folded into its row have open.
     void loadOpenFiles(int32_t pid);

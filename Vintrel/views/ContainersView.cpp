@@ -91,6 +91,7 @@ void ContainersView::setRefreshToken(int refreshToken) {
 }
 
 void ContainersView::reload() {
+    m_engine.askForContainers(); // for the reason why there are none
     m_sources.list(this, [this, request = ++m_lastListRequest](const Containers& containers) {
         takeList(request, containers);
     });

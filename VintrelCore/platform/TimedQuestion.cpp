@@ -37,7 +37,7 @@ void closeAllBut(int kept) {
 /// In the copy: lets itself be ended at the deadline.
 void endAfter(std::chrono::milliseconds deadline) {
     sigset_t all;
-    ::sigfillset(&all);
+    sigfillset(&all); // a macro on some systems
     ::signal(SIGALRM, SIG_DFL);
     ::signal(SIGPIPE, SIG_DFL);
     ::sigprocmask(SIG_UNBLOCK, &all, nullptr);

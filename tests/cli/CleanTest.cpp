@@ -104,7 +104,7 @@ TEST(Clean, refusesWithoutATableOfProcesses) {
     home.writeSettings(everybodyIsOld);
     const Stray stray({.argv = {"vitest"}});
     letStraysAge();
-    const auto outcome = home.run({"clean"}, withoutProcesses);
+    const auto outcome = home.run({"clean"}, withoutProcesses, {{"ASAN_OPTIONS", "detect_leaks=0"}});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.output, "");
     EXPECT_EQ(outcome.errors, "vintrel: /proc could not be read: no processes are known\n");

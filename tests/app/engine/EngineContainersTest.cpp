@@ -59,6 +59,16 @@ TEST_F(EngineContainers, areForgottenWhenNoneIsLeft) {
     EXPECT_TRUE(engine().containerOwners().empty());
 }
 
+TEST_F(EngineContainers, areAskedForWhenTheTabWantsToKnowHowTheEngineIs) {
+    scan({safeItem(1)});
+    world->owners.engine = VintrelCore::DockerService::EngineState::notPermitted;
+    engine().askForContainers();
+    ASSERT_TRUE(spinUntil([this] { return hasProblem(Problem::Source::containers); }));
+    world->owners.engine = VintrelCore::DockerService::EngineState::absent;
+    scan({safeItem(1)});
+    EXPECT_TRUE(hasProblem(Problem::Source::containers)) << "a scan that asks nothing learns nothing";
+}
+
 TEST_F(EngineContainers, areNotAskedForTwiceAtOnce) {
     prepareOwner();
     engine().scan();

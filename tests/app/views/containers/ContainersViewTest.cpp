@@ -166,13 +166,22 @@ TEST_F(ContainersViewTest, theFiguresAskedForLastAreShown) {
 TEST_F(ContainersViewTest, aSecondLineTellsOfAnEngineThatDoesNotAnswer) {
     show({});
     EXPECT_EQ(texts(), Texts{"No running containers."});
+    const auto expectTexts = [this](const Texts& expected) {
+        EXPECT_TRUE(spinUntil([&] { return texts() == expected; })) << ::testing::PrintToString(texts());
+    };
     scan(EngineState::notAnswering);
-    spinFor(1ms);
-    EXPECT_EQ(texts(), (Texts{"No running containers.", "The container engine does not answer"}));
+    expectTexts({"No running containers.", "The container engine does not answer"});
     scan(EngineState::notPermitted);
-    EXPECT_EQ(texts(), (Texts{"No running containers.", "This account may not use the container engine"}));
+    expectTexts({"No running containers.", "This account may not use the container engine"});
     scan(EngineState::answering);
-    EXPECT_EQ(texts(), Texts{"No running containers."});
+    expectTexts({"No running containers."});
+}
+
+TEST_F(ContainersViewTest, anEngineThatDoesNotAnswerIsFoundOutWhenTheTabIsShown) {
+    world->owners.engine = EngineState::notPermitted;
+    show({});
+    const Texts expected{"No running containers.", "This account may not use the container engine"};
+    EXPECT_TRUE(spinUntil([&] { return texts() == expected; })) << ::testing::PrintToString(texts());
 }
 
 TEST_F(ContainersViewTest, aListHasNoSecondLine) {
