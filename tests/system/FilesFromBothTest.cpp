@@ -25,6 +25,7 @@ using namespace VintrelTests;
 using namespace std::string_literals;
 
 TEST(FactsFromBoth, tellTheSameOfListeners) {
+    haveANetworkOfOnesOwn();
     OddProcesses odd;
     const std::set<int> ports{5173, 8000, 8001, 8005};
     odd.addCopy("version 4", [] { listenOn(5173, AF_INET); });
@@ -56,6 +57,7 @@ TEST(FactsFromBoth, tellTheSameOfListeners) {
 }
 
 TEST(FactsFromBoth, findAListenerThatIsNoCandidate) {
+    haveANetworkOfOnesOwn();
     OddProcesses odd;
     const int32_t candidate = odd.addCopy("a candidate", [] { listenOn(5173, AF_INET); });
     const int32_t other = odd.addCopy("another process", [] { listenOn(8000, AF_INET); });
@@ -105,6 +107,7 @@ TEST(FactsFromBoth, tellTheSameOfFoldersAndFiles) {
 }
 
 TEST(FactsFromBoth, tellTheSameOfSockets) {
+    haveANetworkOfOnesOwn();
     OddProcesses odd;
     TemporaryFolder folder;
     const std::string path = (folder.path() / "x.sock").string();

@@ -55,6 +55,7 @@ TEST(KernelFacts, listenersAreTheSameByDumpAndByTable) {
 }
 
 TEST(KernelFacts, tellNothingOfAProcessThatGotANumberSince) {
+    haveANetworkOfOnesOwn();
     std::optional<OddProcesses> odd(std::in_place);
     const int32_t pid = odd->addCopy("the one of the table", [] { listenOn(5173, AF_INET); });
     const auto unasked = Platform::kernelFacts(); // it has opened nothing of the process before that ends

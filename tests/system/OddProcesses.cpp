@@ -14,8 +14,10 @@
 #include <string_view>
 
 #include <fcntl.h>
+#include <net/if.h>
 #include <netinet/in.h>
 #include <pthread.h>
+#include <sched.h>
 #include <signal.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
@@ -210,6 +212,16 @@ void takeTerminal() {
     must(other >= 0 && ::grantpt(other) == 0 && ::unlockpt(other) == 0, "terminal");
     const int terminal = ::open(::ptsname(other), O_RDWR); // NOLINT(concurrency-mt-unsafe): one thread
     must(terminal >= 0 && ::ioctl(terminal, TIOCSCTTY, 0) == 0, "controlling terminal");
+}
+
+void haveANetworkOfOnesOwn() {
+    must(::unshare(CLONE_NEWNET) == 0, "network");
+    const int any = ::socket(AF_INET, SOCK_DGRAM, 0);
+    ifreq loopback{};
+    std::strncpy(loopback.ifr_name, "lo", sizeof loopback.ifr_name - 1);
+    loopback.ifr_flags = IFF_UP;
+    must(::ioctl(any, SIOCSIFFLAGS, &loopback) == 0, "loopback");
+    ::close(any);
 }
 
 void listenOn(int port, int family) {

@@ -59,6 +59,9 @@ void dropArguments();
 /// Makes this process the leader of a session with a terminal of its own.
 void takeTerminal();
 
+/// Takes this process into a network of its own, where every port is free. Its children come with it.
+void haveANetworkOfOnesOwn();
+
 /// A socket of this process that listens on all addresses of a version, for as long as it lives. Its children
 /// share it.
 void listenOn(int port, int family);

@@ -69,10 +69,13 @@ std::optional<std::unordered_map<uint64_t, int>> listenersOn(const std::set<int>
 } // namespace
 
 FactsFromKernel::FactsFromKernel() : m_buffer(KernelTable::bufferSize) {
-    KernelTable::Reader table(m_proc, m_buffer);
     for (const int32_t pid : m_proc.isOpen() ? m_proc.pids() : std::vector<int32_t>()) {
-        if (auto row = table.read(pid)) {
+        const FileDescriptor process = m_proc.open(pid);
+        if (auto row = process ? m_reader.read(pid, process) : std::nullopt) {
             m_stats.emplace(pid, row->stat);
+            if (row->isNew) {
+                m_new.emplace(pid, *row);
+            }
             m_processes.push_back(std::move(row->facts));
         }
     }
@@ -98,17 +101,24 @@ const FileDescriptor& FactsFromKernel::open(int32_t pid) {
     if (opened != m_opened.end()) {
         return opened->second;
     }
-    const auto known = m_stats.find(pid);
-    FileDescriptor process = known != m_stats.end() ? m_proc.open(pid) : FileDescriptor();
-    const auto record = process ? readBelow(process, "stat", m_buffer) : std::nullopt;
-    const auto stat = record ? ProcFiles::parseStat(*record) : std::nullopt;
-    if (!stat || stat->startTicks != known->second.startTicks) {
+    FileDescriptor process = m_stats.contains(pid) ? m_proc.open(pid) : FileDescriptor();
+    if (!process || !isOfTheTable(pid, process)) {
         return none;
     }
     if (m_opened.size() >= mostOpened) {
         m_opened.clear();
     }
     return m_opened.emplace(pid, std::move(process)).first->second;
+}
+
+bool FactsFromKernel::isOfTheTable(int32_t pid, const FileDescriptor& process) {
+    if (const auto asNew = m_new.find(pid); asNew != m_new.end()) {
+        const auto now = m_reader.read(pid, process);
+        return now && asNew->second.saysTheSame(*now);
+    }
+    const auto record = readBelow(process, "stat", m_buffer);
+    const auto stat = record ? ProcFiles::parseStat(*record) : std::nullopt;
+    return stat && stat->startTicks == m_stats.at(pid).startTicks;
 }
 
 const FactsFromKernel::Held& FactsFromKernel::heldBy(int32_t pid) {

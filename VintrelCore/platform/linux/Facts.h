@@ -2,6 +2,7 @@
 
 #include "VintrelCore/platform/Facts.h"
 #include "VintrelCore/platform/ProcFiles.h"
+#include "VintrelCore/platform/linux/KernelTable.h"
 #include "VintrelCore/platform/linux/ProcFolder.h"
 
 #include <unordered_map>
@@ -42,6 +43,7 @@ private:
     /// The folder of a process of the table; none when it has ended, also when its number is another one's.
     /// Until the next one is opened.
     [[nodiscard]] const FileDescriptor& open(int32_t pid);
+    [[nodiscard]] bool isOfTheTable(int32_t pid, const FileDescriptor& process);
     [[nodiscard]] const Held& heldBy(int32_t pid);
     [[nodiscard]] std::optional<KernelFacts> readFacts(int32_t pid);
     [[nodiscard]] std::optional<std::string_view> readEnvironment(int32_t pid);
@@ -49,7 +51,10 @@ private:
 
     ProcFolder m_proc;
     std::vector<char> m_buffer; // for one file at a time
+    KernelTable::Reader m_reader{m_buffer};
     std::vector<ProcessFacts> m_processes;
+    std::unordered_map<int32_t, KernelTable::Row>
+        m_new; // by pid; with all that tells such a process from another
     /// By pid. The rest of the records is in `m_processes`.
     std::unordered_map<int32_t, ProcFiles::Stat> m_stats;
     /// Folders of the table's processes: several things are asked of the same few.

@@ -37,10 +37,13 @@ int64_t kibibytesOf(int64_t pages) {
     return std::max<int64_t>(pages, 0) * pageSize / 1'024;
 }
 
-Reader::Reader(const ProcFolder& proc, std::span<char> buffer) : m_proc(proc), m_buffer(buffer) {}
+bool Row::saysTheSame(const Row& other) const {
+    return stat.startTicks == other.stat.startTicks && stat.sessionID == other.stat.sessionID &&
+           stat.terminal == other.stat.terminal && facts.ppid == other.facts.ppid &&
+           facts.name == other.facts.name && facts.command == other.facts.command;
+}
 
-std::optional<Row> Reader::read(int32_t pid) {
-    const FileDescriptor process = m_proc.open(pid);
+std::optional<Row> Reader::read(int32_t pid, const FileDescriptor& process) {
     const auto record = process ? readBelow(process, "stat", m_buffer) : std::nullopt;
     const auto stat = record ? ProcFiles::parseStat(*record) : std::nullopt;
     const auto name = record ? ProcFiles::parseName(*record) : std::nullopt;
@@ -62,7 +65,9 @@ std::optional<Row> Reader::read(int32_t pid) {
     facts.command = *std::move(command);
     facts.name = Text::trimmed(facts.name);
     tell(facts, *stat, process);
-    return Row{.facts = std::move(facts), .stat = *stat};
+    constexpr int64_t ticksUntilOld = 2;
+    const bool isNew = KernelClock::ticksSinceBoot() - static_cast<int64_t>(stat->startTicks) < ticksUntilOld;
+    return Row{.facts = std::move(facts), .stat = *stat, .isNew = isNew};
 }
 
 /// Absent when the process has ended meanwhile.

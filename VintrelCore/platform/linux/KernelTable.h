@@ -26,22 +26,27 @@ inline constexpr size_t bufferSize = (size_t{256} << 10) + 1;
 struct Row {
     ProcessFacts facts;
     ProcFiles::Stat stat;
+    /// It began so shortly before it was read that a later process of its number could have the same start,
+    /// which is counted in hundredths of a second.
+    bool isNew = false;
+
+    /// Whether both are about one process, as far as all that they say can tell it.
+    [[nodiscard]] bool saysTheSame(const Row& other) const;
 };
 
 class Reader {
 public:
-    /// The buffer has the size above, and is this object's until the table is read.
-    Reader(const ProcFolder& proc, std::span<char> buffer);
+    /// The buffer has the size above, and is this object's while it reads.
+    explicit Reader(std::span<char> buffer) : m_buffer(buffer) {}
 
-    /// Absent when the process has ended or may not be looked at.
-    [[nodiscard]] std::optional<Row> read(int32_t pid);
+    /// By the folder of the process. Absent when it has ended or may not be looked at.
+    [[nodiscard]] std::optional<Row> read(int32_t pid, const FileDescriptor& process);
 
 private:
     [[nodiscard]] std::optional<std::string> commandOf(const FileDescriptor& process,
                                                        const std::string& inBrackets);
     void tell(ProcessFacts& facts, const ProcFiles::Stat& stat, const FileDescriptor& process);
 
-    const ProcFolder& m_proc;
     std::span<char> m_buffer;
     TerminalNames m_terminals;
 };
