@@ -1,5 +1,6 @@
-#include "VintrelCore/base/Text.h"
 #include "VintrelCore/platform/ProcText.h"
+
+#include "VintrelCore/base/Text.h"
 #include "VintrelCore/scan/ScanCore.h"
 #include "fuzz/Fuzzing.h"
 

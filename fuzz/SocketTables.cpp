@@ -1,4 +1,5 @@
 #include "VintrelCore/platform/SocketTables.h"
+
 #include "fuzz/Fuzzing.h"
 
 #include <algorithm>
@@ -17,7 +18,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     require(listening.size() <= lines && internet.size() <= lines && local.size() <= lines,
             "a line is at most one socket");
     for (const auto& socket : listening) {
-        require(socket.inode != 0 && socket.port >= 0 && socket.port < 65'536, "ports are numbers of 16 bits");
+        require(socket.inode != 0 && socket.port >= 0 && socket.port < 65'536,
+                "ports are numbers of 16 bits");
     }
     for (const auto& socket : internet) {
         require(socket.inode != 0 && socket.name.contains(':') && !socket.name.contains(' '),

@@ -26,8 +26,8 @@ public:
     /// What is used by the candidates and by what is folded into them, now.
     [[nodiscard]] static Reading read(std::span<const ProcessItem> items);
 
-    /// Whether the reading before is old enough for another sample: over a shorter time than ten seconds a busy
-    /// server can rest, and an idle one work.
+    /// Whether the reading before is old enough for another sample: over a shorter time than ten seconds a
+    /// busy server can rest, and an idle one work.
     [[nodiscard]] bool isDue(const Reading& reading) const;
 
     /// The sample of each item, and the reading to compare the next one with: its share since the reading

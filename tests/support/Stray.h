@@ -22,7 +22,7 @@ struct StrayOptions {
     bool hostsTerminal = false; ///< it holds a terminal's other side, as a terminal's window does
     /// Its folder cannot be told by a program that may not look into every process.
     bool secretive = false;
-    std::string terminal{};     ///< "open" or "closed": it had a terminal
+    std::string terminal{}; ///< "open" or "closed": it had a terminal
     /// What it runs, made when it is missing; "" for the helper itself.
     std::filesystem::path program{};
 };

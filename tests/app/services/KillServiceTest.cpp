@@ -35,22 +35,21 @@ namespace {
 class PreparedEnding {
 public:
     KillService::Ending asEnding() {
-        return
-            [this](const std::vector<ProcessItem>& items, const VintrelCore::DockerService::OwnersAnswer& containers,
-                   int interrupt) {
-                std::vector<KillResult> results;
-                for (const ProcessItem& item : items) {
-                    results.push_back(resultFor(item));
-                }
-                const std::lock_guard lock(m_mutex);
-                for (const ProcessItem& item : items) {
-                    ++m_asked[item.pid];
-                }
-                m_owners = containers.owners;
-                m_interrupt = interrupt;
-                m_threads.push_back(std::this_thread::get_id());
-                return results;
-            };
+        return [this](const std::vector<ProcessItem>& items,
+                      const VintrelCore::DockerService::OwnersAnswer& containers, int interrupt) {
+            std::vector<KillResult> results;
+            for (const ProcessItem& item : items) {
+                results.push_back(resultFor(item));
+            }
+            const std::lock_guard lock(m_mutex);
+            for (const ProcessItem& item : items) {
+                ++m_asked[item.pid];
+            }
+            m_owners = containers.owners;
+            m_interrupt = interrupt;
+            m_threads.push_back(std::this_thread::get_id());
+            return results;
+        };
     }
 
     static KillResult resultFor(const ProcessItem& item) {
@@ -178,7 +177,8 @@ TEST_F(KillServiceTest, handsTheContainersOwnersOn) {
     const DockerCore::OwnerMap owners{{17, "web-1"}, {18, "db"}};
     int answers = 0;
     KillService::kill(
-        itemNamed(17, "polite"), {.owners = owners}, &owner, [&](const KillResult&) { ++answers; }, ending.asEnding());
+        itemNamed(17, "polite"), {.owners = owners}, &owner, [&](const KillResult&) { ++answers; },
+        ending.asEnding());
     ASSERT_TRUE(spinUntil([&] { return answers == 1; }));
     EXPECT_EQ(ending.owners(), owners);
 
@@ -197,8 +197,8 @@ TEST_F(KillServiceTest, whatIsHandedInMayGoAtOnce) {
         std::vector items{itemNamed(17, "polite")};
         DockerCore::OwnerMap owners{{17, std::string(100, 'w')}};
         KillService::kill(
-            items, {.owners = owners}, &owner, [&](const KillService::Outcomes& outcomes) { answer = outcomes; },
-            ending.asEnding());
+            items, {.owners = owners}, &owner,
+            [&](const KillService::Outcomes& outcomes) { answer = outcomes; }, ending.asEnding());
         items[0].command.assign(6, 'x');
         owners.clear();
     }
@@ -209,7 +209,8 @@ TEST_F(KillServiceTest, whatIsHandedInMayGoAtOnce) {
 
 TEST_F(KillServiceTest, killsAtTheSameTimeDoNotWaitForEachOther) {
     Meeting meeting(5);
-    const auto meet = [&](const std::vector<ProcessItem>& items, const VintrelCore::DockerService::OwnersAnswer&, int) {
+    const auto meet = [&](const std::vector<ProcessItem>& items,
+                          const VintrelCore::DockerService::OwnersAnswer&, int) {
         const KillDetail detail = meeting.isAttendedByAll() ? KillDetail::ended : KillDetail::stillThere;
         return std::vector<KillResult>(items.size(), {.outcome = KillOutcome::confirmed, .detail = detail});
     };

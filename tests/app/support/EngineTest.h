@@ -71,9 +71,8 @@ protected:
     }
 
     void waitForScan() {
-        ASSERT_TRUE(spinUntil([this] {
-            return !engine().isScanning() && engine().containerOwners() == world->owners.owners;
-        }));
+        ASSERT_TRUE(spinUntil(
+            [this] { return !engine().isScanning() && engine().containerOwners() == world->owners.owners; }));
     }
 
     /// Scans a world in which these are the candidates, as far as the closed gate.

@@ -80,9 +80,8 @@ ScanSources PreparedSources::sources() const {
     };
     sources.kill = [state](const std::vector<ProcessItem>& items,
                            const VintrelCore::DockerService::OwnersAnswer& containers, int) {
-        with(state, [&](auto& world) {
-            world.killings.push_back({.items = items, .owners = containers.owners});
-        });
+        with(state,
+             [&](auto& world) { world.killings.push_back({.items = items, .owners = containers.owners}); });
         state->kill.pass();
         return with(state, [&](auto& world) {
             std::vector<KillCore::KillResult> results;

@@ -135,8 +135,8 @@ TEST_F(ReasoningTest, namesTheParent) {
 
 TEST_F(ReasoningTest, namesAllParentsNearestFirst) {
     world->found.processTable = {{77, {.ppid = 60, .label = "zsh"}},
-                           {60, {.ppid = 1, .label = "terminal"}},
-                           {1, {.ppid = 0, .label = "systemd"}}};
+                                 {60, {.ppid = 1, .label = "terminal"}},
+                                 {1, {.ppid = 0, .label = "systemd"}}};
     scan({plainItem(5)});
     EXPECT_EQ(reasoning(5).facts, (Texts{"child of zsh", "tty pts/3"}));
     const std::string ancestry = reasoning(5).ancestry;

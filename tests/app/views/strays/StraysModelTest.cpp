@@ -163,8 +163,7 @@ TEST_F(StraysModelTest, givesNoMoreRowsThanAreAskedFor) {
 
 TEST_F(StraysModelTest, sumsUpWhatCouldBeReclaimed) {
     engine().setProtectedProjects({"~/kept"});
-    world->found.cwds = {
-        {1, cwdOf("~")}, {2, cwdOf("~/a")}, {3, cwdOf("~/kept/x")}, {5, cwdOf("~/other")}};
+    world->found.cwds = {{1, cwdOf("~")}, {2, cwdOf("~/a")}, {3, cwdOf("~/kept/x")}, {5, cwdOf("~/other")}};
     list({safeItem(1), safeItem(2), safeItem(3), reviewItem(4), safeItem(5)});
     EXPECT_EQ(pidsOf(model().sweepableSafeItems()), (PIDs{1, 2, 5}));
     EXPECT_EQ(model().safeReclaimableKB(), 1'024 * (1 + 2 + 5));

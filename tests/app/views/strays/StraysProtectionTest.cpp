@@ -87,8 +87,8 @@ TEST_F(StraysProtectionTest, twoClicksLeaveEverythingAsItWas) {
 
 TEST_F(StraysProtectionTest, protectsEveryRowOfTheProject) {
     world->found.cwds = {{1, {.label = "shop", .fullPath = "~/shop/web", .projectRoot = "~/shop"}},
-                               {2, {.label = "shop", .fullPath = "~/shop/api", .projectRoot = "~/shop"}},
-                               {3, cwdOf("~/shop2")}};
+                         {2, {.label = "shop", .fullPath = "~/shop/api", .projectRoot = "~/shop"}},
+                         {3, cwdOf("~/shop2")}};
     list({safeItem(1), safeItem(2), safeItem(3)});
     toggle();
     EXPECT_TRUE(row(1).isProtected);
