@@ -35,6 +35,7 @@ RepositorySearch::RepositorySearch(const CwdResolver::Directories& directories, 
         }
     }
     std::vector<Platform::TimedQuestion> questions; // all at once: one that hangs keeps no other waiting
+    questions.reserve(byMount.size());
     for (const auto& [mount, slow] : byMount) {
         questions.emplace_back([&slow] { return answerOf(slow); }, deadline);
     }

@@ -61,7 +61,9 @@ bool SlowMounts::areReachedFrom(std::string_view path) const {
             current.resize(std::min(current.rfind('/'), current.size()));
             continue;
         }
-        std::string next = current + "/" + component;
+        std::string next = current;
+        next += '/';
+        next += component;
         if (hold(next)) {
             return true;
         }

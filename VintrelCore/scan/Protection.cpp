@@ -17,7 +17,7 @@ namespace {
 /// The folder that an entry names; "" for what is no path.
 std::string pathOf(const std::string& entry, const std::string& home) {
     const bool isBelowHome = entry == "~" || entry.starts_with("~/");
-    std::string path = isBelowHome ? home + entry.substr(1) : entry;
+    const std::string path = isBelowHome ? home + entry.substr(1) : entry;
     return path.starts_with('/') ? path : std::string();
 }
 
@@ -37,7 +37,10 @@ Protection followed(std::vector<std::string> entries, const std::string& home) {
 std::string inWords(const Protection& protection) {
     std::string words = protection.home + '\0';
     for (const auto& [entry, form] : protection.resolved) {
-        words += entry + '\0' + form + '\0';
+        words += entry;
+        words += '\0';
+        words += form;
+        words += '\0';
     }
     return words;
 }
