@@ -39,7 +39,7 @@ TEST(SlowMounts, holdWhatIsOnThem) {
     EXPECT_EQ(mounts.holderOf("/mnt/nfs/deep/x"), "/mnt/nfs/deep");
     EXPECT_FALSE(mounts.hold("/mnt"));
     EXPECT_FALSE(mounts.hold("/mnt/nfsx"));
-    EXPECT_FALSE(SlowMounts({}).hold("/x"));
+    EXPECT_FALSE(SlowMounts(std::vector<std::string>()).hold("/x"));
     EXPECT_TRUE(SlowMounts({"/"}).hold("/x")) << "a root over the network";
 }
 
@@ -62,7 +62,7 @@ TEST(SlowMounts, areReachedThroughLinks) {
         EXPECT_EQ(mounts.areReachedFrom(base + path), std::string_view(path).starts_with("/mount/")) << path;
     }
     EXPECT_FALSE(mounts.areReachedFrom(""));
-    EXPECT_FALSE(SlowMounts({}).areReachedFrom(base + "/mount"));
+    EXPECT_FALSE(SlowMounts(std::vector<std::string>()).areReachedFrom(base + "/mount"));
 }
 
 TEST(RepositorySearch, findsRepositoriesOnSlowMountsToo) {
@@ -118,7 +118,7 @@ TEST(ProtectionFound, isTheSameThroughACopyOfTheProcess) {
     const auto home = folder.makeFolder("home").string();
     std::filesystem::create_symlink(folder.path() / "mount/shop", folder.path() / "home/shop");
     const std::vector<std::string> entries{"~/shop", "~/none", "relative", "/"};
-    const auto direct = Protection::found(entries, home, SlowMounts({}));
+    const auto direct = Protection::found(entries, home, SlowMounts(std::vector<std::string>()));
     const auto copied = Protection::found(entries, home, SlowMounts({folder.path() / "mount"}));
     ASSERT_TRUE(direct && copied);
     EXPECT_EQ(*copied, *direct);
