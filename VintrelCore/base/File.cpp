@@ -73,6 +73,11 @@ bool exists(const std::string& path) {
     return ::stat(path.c_str(), &status) == 0;
 }
 
+bool isEntry(const std::string& path) {
+    struct stat status{};
+    return ::lstat(path.c_str(), &status) == 0;
+}
+
 bool makeFolders(const std::string& folder) {
     struct stat status{};
     if (folder.empty() || ::stat(folder.c_str(), &status) == 0) {

@@ -25,6 +25,9 @@ namespace VintrelCore::File {
 /// Whether there is anything at `path`, links followed.
 [[nodiscard]] bool exists(const std::string& path);
 
+/// Whether there is an entry at `path`, wherever it leads if it is a link.
+[[nodiscard]] bool isEntry(const std::string& path);
+
 /// Makes a folder and those it stands in, as far as they are missing, for the user alone; whether it is there
 /// now.
 bool makeFolders(const std::string& folder);

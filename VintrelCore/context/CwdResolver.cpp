@@ -86,7 +86,8 @@ std::unordered_map<int32_t, std::string> parseCwds(std::string_view lsofOutput) 
 std::optional<std::string> findGitRoot(const std::string& directory) {
     std::string_view current = directory;
     while (current.starts_with('/') && current != "/") {
-        if (File::exists(std::string(current) + "/.git")) {
+        if (File::isEntry(std::string(current) +
+                          "/.git")) { // a link may lead to a mount that does not answer
             return std::string(current);
         }
         current = Path::parent(current);

@@ -27,16 +27,31 @@ bool isReached(const SlowMounts& mounts, const std::vector<std::string>& entries
            });
 }
 
-Protection followed(std::vector<std::string> entries, const std::string& home) {
+std::optional<Protection> followed(std::vector<std::string> entries, const std::string& home) {
     Protection protection{.entries = std::move(entries), .home = resolvedFolder(home)};
-    protection.resolved = Protection::resolve(protection.entries, protection.home);
+    auto forms = Protection::resolve(protection.entries, protection.home);
+    if (!forms) {
+        return std::nullopt;
+    }
+    protection.resolved = *std::move(forms);
     return protection;
 }
 
-/// The home folder, then entry and form by turns, each with a zero byte behind it: no path holds one.
-std::string inWords(const Protection& protection) {
-    std::string words = protection.home + '\0';
-    for (const auto& [entry, form] : protection.resolved) {
+/// Where there is nothing, or nothing that this account could work in.
+bool leadsNowhere(const std::error_code& error) {
+    return error == std::errc::no_such_file_or_directory || error == std::errc::not_a_directory ||
+           error == std::errc::too_many_symbolic_link_levels || error == std::errc::filename_too_long ||
+           error == std::errc::permission_denied;
+}
+
+/// The home folder, then entry and form by turns, each with a zero byte behind it: no path holds one. "" for
+/// none.
+std::string inWords(const std::optional<Protection>& protection) {
+    if (!protection) {
+        return {};
+    }
+    std::string words = protection->home + '\0';
+    for (const auto& [entry, form] : protection->resolved) {
         words += entry;
         words += '\0';
         words += form;
@@ -59,7 +74,7 @@ std::optional<Protection> Protection::found(std::vector<std::string> entries, co
     }
     Platform::TimedQuestion question([&] { return inWords(followed(entries, home)); });
     const auto answer = question.wait(interrupt);
-    if (!answer) {
+    if (!answer || answer->empty()) {
         return std::nullopt;
     }
     const auto words = Text::split(*answer, '\0');
@@ -85,15 +100,21 @@ bool Protection::covers(const ProcessItem& item, const CwdResolver::CwdMap& cwds
     });
 }
 
-Protection::Forms Protection::resolve(std::span<const std::string> entries, const std::string& home) {
+std::optional<Protection::Forms> Protection::resolve(std::span<const std::string> entries,
+                                                     const std::string& home) {
     Forms forms;
     for (const std::string& entry : entries) {
         const std::string path = pathOf(entry, home);
         if (path.empty()) {
             continue;
         }
-        if (std::string form = resolvedFolder(path); form != path) {
-            forms.insert_or_assign(entry, std::move(form));
+        std::error_code error;
+        const std::string form = std::filesystem::weakly_canonical(path, error).string();
+        if (error && !leadsNowhere(error)) {
+            return std::nullopt;
+        }
+        if (!error && form != path) {
+            forms.insert_or_assign(entry, form);
         }
     }
     return forms;

@@ -16,8 +16,8 @@
 
 namespace VintrelCore {
 
-/// The folders that the user protects. lsof names directories with links resolved, so an entry counts in that
-/// form, too: more forms can only protect more.
+/// The folders that the user protects. Working directories have their links resolved, so an entry counts in
+/// that form, too: more forms can only protect more.
 struct Protection {
     using Forms = std::unordered_map<std::string, std::string>;
 
@@ -35,13 +35,16 @@ struct Protection {
     [[nodiscard]] bool covers(const ProcessItem& item, const CwdResolver::CwdMap& cwds) const;
 
     /// With all links followed, those of the home folder, too. Where they lead to a mount that may not
-    /// answer, a copy of this process follows them, for a second; absent when that was not enough.
+    /// answer, a copy of this process follows them, for a second. Absent when that was not enough, or as in
+    /// `resolve`.
     [[nodiscard]] static std::optional<Protection> found(std::vector<std::string> entries,
                                                          const std::string& home, const SlowMounts& mounts,
                                                          int interrupt = -1);
 
-    /// Follows the entries' links on disk, which blocks where a mount does not answer.
-    [[nodiscard]] static Forms resolve(std::span<const std::string> entries, const std::string& home);
+    /// Follows the entries' links on disk, which blocks where a mount does not answer. Absent when one leads
+    /// to a place that there is and that cannot be looked at, such as a mount whose server has gone.
+    [[nodiscard]] static std::optional<Forms> resolve(std::span<const std::string> entries,
+                                                      const std::string& home);
 };
 
 /// Those of the rows and of what is folded into them that have no entry among `cwds` because they have ended.

@@ -1,6 +1,7 @@
 #include "VintrelCore/scan/Scan.h"
 
 #include "VintrelCore/context/RepositorySearch.h"
+#include "VintrelCore/scan/ControlGroup.h"
 #include "VintrelCore/scan/Protection.h"
 #include "VintrelCore/scan/Snapshot.h"
 #include "VintrelCore/scan/ToolFacts.h"
@@ -33,7 +34,7 @@ public:
         takePorts(pids);
         if (!m_result.interrupted) {
             takeDirectories(folders.byPID);
-            m_result.mayHoldContainers = isAnyInInnerNamespace();
+            m_result.mayHoldContainers = isAnyInContainer();
         }
         return std::move(m_result);
     }
@@ -97,14 +98,15 @@ private:
                                  ofOtherAccounts(m_result.items, m_facts.kernelView()));
     }
 
-    bool isAnyInInnerNamespace() {
+    bool isAnyInContainer() {
         const Platform::KernelView kernel = m_facts.kernelView();
         if (!kernel.knowsContainers) {
             return !m_result.items.empty();
         }
         return std::ranges::any_of(allPIDsOf(m_result.items), [&kernel](int32_t pid) {
             const auto known = kernel.factsOf(pid);
-            return known && known->isInInnerNamespace;
+            return known && (known->isInInnerNamespace ||
+                             ControlGroup::isInContainer(known->controlGroup, kernel.ownControlGroup));
         });
     }
 

@@ -36,8 +36,8 @@ struct Result {
     ScanCore::PIDSet ended{}; ///< of the items' processes, those that had no folder any more
     AncestryResolver::ProcessTable processTable{};
     std::unordered_map<int32_t, std::string> managers{}; ///< the unit or program that looks after a pid
-    /// Whether a process of an item may be a container's: one lives in another pid namespace, or the system
-    /// does not tell.
+    /// Whether a process of an item may be a container's: by its pid namespace or control group, or the
+    /// system does not tell.
     bool mayHoldContainers = false;
     ScanFaults faults{};
     bool interrupted = false; ///< stopped on request; every tool has ended

@@ -17,7 +17,7 @@ struct ScanFaults {
     Shell::Fault details = Shell::Fault::none;
     std::string detailsSource = "lsof"; ///< the first that failed
     bool metDeadMount = false;   ///< a mount does not answer, and folders that protect could not be looked at
-    bool foldersUnknown = false; ///< lsof named that of no candidate, not even of one's own that live
+    bool foldersUnknown = false; ///< no candidate's could be told, not even of one's own that live
 
     bool operator==(const ScanFaults&) const = default;
 

@@ -1,9 +1,11 @@
 // What the kernel's facts hold where processes come and go, and where little may be seen. In a process
 // namespace of its own.
 #include "VintrelCore/platform/linux/ListeningSockets.h"
+#include "VintrelCore/platform/linux/TerminalNames.h"
 #include "tests/core/context/ListeningSocket.h"
 #include "tests/core/context/ReplacedTool.h"
 #include "tests/core/platform/Numbers.h"
+#include "tests/support/Process.h"
 #include "tests/system/BothTables.h"
 #include "tests/system/OddProcesses.h"
 
@@ -14,6 +16,7 @@
 
 #include <gtest/gtest.h>
 
+#include <linux/netlink.h>
 #include <sys/mount.h>
 #include <unistd.h>
 
@@ -52,6 +55,59 @@ TEST(KernelFacts, listenersAreTheSameByDumpAndByTable) {
     const auto tabled = Platform::ListeningSockets::tabled();
     ASSERT_TRUE(contains(dumped, one.port()) && contains(dumped, another.port()));
     EXPECT_EQ(sorted(*dumped), sorted(tabled.value_or(Sockets())));
+}
+
+TEST(KernelFacts, aDumpThatFailedIsRefused) {
+    using Platform::ListeningSockets::Progress;
+    const auto progressOf = [](uint16_t type, uint16_t flags, int payload) {
+        struct {
+            nlmsghdr header{};
+            int payload = 0;
+        } message;
+        message.header.nlmsg_len = NLMSG_LENGTH(sizeof payload);
+        message.header.nlmsg_type = type;
+        message.header.nlmsg_flags = flags;
+        message.payload = payload;
+        Sockets sockets;
+        return Platform::ListeningSockets::take({reinterpret_cast<const char*>(&message), sizeof message},
+                                                sockets);
+    };
+    EXPECT_EQ(progressOf(NLMSG_DONE, 0, 0), Progress::done);
+    EXPECT_EQ(progressOf(NLMSG_DONE, 0, -ENOENT), Progress::refused) << "no such protocol";
+    EXPECT_EQ(progressOf(NLMSG_DONE, NLM_F_DUMP_INTR, 0), Progress::refused) << "sockets came and went";
+    EXPECT_EQ(progressOf(NLMSG_ERROR, 0, -EPERM), Progress::refused);
+    EXPECT_EQ(progressOf(NLMSG_NOOP, 0, 0), Progress::more);
+}
+
+TEST(KernelFacts, aVariableThatMayHaveBeenCutOffIsUnknown) {
+    const std::string large(100'000, 'x');
+    for (const bool isLarge : {false, true}) {
+        const std::string filling = isLarge ? large : "";
+        const Process process(
+            {.argv = {"sleep", "30"},
+             .environment = {
+                 {"A1", filling}, {"A2", filling}, {"A3", filling}, {"npm_lifecycle_event", "pretest"}}});
+        const auto value = [&] {
+            return Platform::kernelFacts()->environmentValue(process.pid(), "npm_lifecycle_event");
+        };
+        if (isLarge) {
+            ASSERT_TRUE(eventually([&] { return !value(); }));
+            EXPECT_EQ(value(), std::nullopt);
+        } else {
+            EXPECT_TRUE(eventually([&] { return value() == "pretest"; }));
+        }
+    }
+}
+
+TEST(KernelFacts, aTerminalThatCannotBeFoundIsOneAllTheSame) {
+    const auto deviceOf = [](unsigned kind, unsigned number) {
+        return (number & 0xFF) | kind << 8 | (number & 0xFFF00) << 12;
+    };
+    Platform::TerminalNames names;
+    const FileDescriptor none;
+    EXPECT_EQ(names.nameOf(0, none), "?");
+    EXPECT_EQ(names.nameOf(deviceOf(136, 4'242), none), "pts/4242");
+    EXPECT_EQ(names.nameOf(deviceOf(77, 3), none), "77:3");
 }
 
 TEST(KernelFacts, tellNothingOfAProcessThatGotANumberSince) {

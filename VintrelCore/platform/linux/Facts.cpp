@@ -165,7 +165,10 @@ std::optional<int32_t> FactsFromKernel::unitProcess(int32_t pid) {
 
 std::optional<std::string_view> FactsFromKernel::readEnvironment(int32_t pid) {
     const FileDescriptor& process = open(pid);
-    return process ? readBelow(process, "environ", m_buffer) : std::nullopt;
+    const auto environment = process ? readBelow(process, "environ", m_buffer) : std::nullopt;
+    const bool isWhole =
+        environment && environment->size() < m_buffer.size(); // what is cut off may be what is asked for
+    return isWhole ? environment : std::nullopt;
 }
 
 std::optional<std::string> FactsFromKernel::environmentValue(int32_t pid, std::string_view name) {

@@ -38,19 +38,29 @@ bool ask(const FileDescriptor& netlink, uint8_t family) {
     return ::send(netlink.get(), &question, sizeof question, 0) == ssize_t{sizeof question};
 }
 
-enum class Progress { more, done, refused };
+/// The end of a dump that came to nothing says so in a number behind its header.
+Progress progressAtEnd(const nlmsghdr& header, const char* message) {
+    int error = 0;
+    if (header.nlmsg_len >= NLMSG_LENGTH(sizeof error)) {
+        std::memcpy(&error, message + NLMSG_HDRLEN, sizeof error);
+    }
+    return error < 0 ? Progress::refused : Progress::done;
+}
 
-/// Takes over the messages of one datagram.
-Progress take(const char* bytes, size_t length, Sockets& sockets) {
+} // namespace
+
+Progress take(std::string_view datagram, Sockets& sockets) {
+    const char* bytes = datagram.data();
+    size_t length = datagram.size();
     while (length >= sizeof(nlmsghdr)) {
         nlmsghdr header;
         std::memcpy(&header, bytes, sizeof header);
-        if (header.nlmsg_len < sizeof header || header.nlmsg_len > length ||
-            header.nlmsg_type == NLMSG_ERROR) {
+        const bool isBroken = header.nlmsg_len < sizeof header || header.nlmsg_len > length;
+        if (isBroken || header.nlmsg_type == NLMSG_ERROR || (header.nlmsg_flags & NLM_F_DUMP_INTR) != 0) {
             return Progress::refused;
         }
         if (header.nlmsg_type == NLMSG_DONE) {
-            return Progress::done;
+            return progressAtEnd(header, bytes);
         }
         if (header.nlmsg_len >= NLMSG_LENGTH(sizeof(inet_diag_msg))) {
             inet_diag_msg socket;
@@ -64,6 +74,8 @@ Progress take(const char* bytes, size_t length, Sockets& sockets) {
     return Progress::more;
 }
 
+namespace {
+
 /// Whether the answer came to its end.
 bool receive(const FileDescriptor& netlink, Sockets& sockets) {
     std::array<char, size_t{32} << 10>
@@ -76,7 +88,7 @@ bool receive(const FileDescriptor& netlink, Sockets& sockets) {
             }
             return false;
         }
-        const Progress progress = take(buffer.data(), static_cast<size_t>(length), sockets);
+        const Progress progress = take({buffer.data(), static_cast<size_t>(length)}, sockets);
         if (progress != Progress::more) {
             return progress == Progress::done;
         }
@@ -110,7 +122,12 @@ std::optional<Sockets> tabled() {
         return std::nullopt;
     }
     Sockets sockets = SocketTables::parseListening(*table);
-    const auto sixth = readTable("/proc/net/tcp6"); // there is none where that version is switched off
+    constexpr const char* ofTheSixthVersion =
+        "/proc/net/tcp6"; // not there where that version is switched off
+    const auto sixth = readTable(ofTheSixthVersion);
+    if (!sixth && File::exists(ofTheSixthVersion)) {
+        return std::nullopt;
+    }
     for (const auto& socket : SocketTables::parseListening(sixth.value_or(""))) {
         sockets.push_back(socket);
     }

@@ -31,16 +31,31 @@ bool isDevice(const std::string& path, uint32_t device) {
            major(status.st_rdev) == majorOf(device) && minor(status.st_rdev) == minorOf(device);
 }
 
+/// Of a terminal that cannot be found: it is one all the same.
+std::string nameByNumber(uint32_t device) {
+    constexpr unsigned firstOfPseudoTerminals = 136;
+    constexpr unsigned lastOfPseudoTerminals = 143;
+    const unsigned kind = majorOf(device);
+    const bool isPseudo = kind >= firstOfPseudoTerminals && kind <= lastOfPseudoTerminals;
+    return isPseudo ? "pts/" + std::to_string(minorOf(device))
+                    : std::to_string(kind) + ":" + std::to_string(minorOf(device));
+}
+
 unsigned numberAt(std::string_view text) {
     return static_cast<unsigned>(Text::parseInteger<int32_t>(text).value_or(0));
 }
 
 } // namespace
 
-const std::string& TerminalNames::nameOf(uint32_t device, const FileDescriptor& process) {
-    const auto known = m_known.find(device);
-    return known != m_known.end() ? known->second
-                                  : m_known.emplace(device, find(device, process)).first->second;
+std::string TerminalNames::nameOf(uint32_t device, const FileDescriptor& process) {
+    if (device == 0) {
+        return std::string(none);
+    }
+    if (const auto known = m_known.find(device); known != m_known.end()) {
+        return known->second;
+    }
+    const auto found = find(device, process);
+    return found ? m_known.emplace(device, *found).first->second : nameByNumber(device);
 }
 
 std::vector<TerminalNames::Driver> TerminalNames::readDrivers() {
@@ -64,7 +79,7 @@ std::vector<TerminalNames::Driver> TerminalNames::readDrivers() {
     return drivers;
 }
 
-std::string TerminalNames::find(uint32_t device, const FileDescriptor& process) {
+std::optional<std::string> TerminalNames::find(uint32_t device, const FileDescriptor& process) {
     if (m_drivers.empty()) {
         m_drivers = readDrivers();
     }
@@ -87,7 +102,7 @@ std::string TerminalNames::find(uint32_t device, const FileDescriptor& process) 
             return path.substr(std::string_view("/dev/").size());
         }
     }
-    return std::string(none);
+    return std::nullopt;
 }
 
 } // namespace VintrelCore::Platform

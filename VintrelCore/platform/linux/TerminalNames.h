@@ -3,6 +3,7 @@
 #include "VintrelCore/base/FileDescriptor.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -10,12 +11,13 @@
 
 namespace VintrelCore::Platform {
 
-/// The names of terminals by their devices' numbers, as ps prints them: "pts/3", "tty1", "?" for none and for
-/// one that cannot be found. Each is looked up once. Internal to platform/linux/.
+/// The names of terminals by their devices' numbers, as ps prints them: "pts/3", "tty1", "?" for none. One
+/// that cannot be found is named by its number: a process that has it is on a terminal. Internal to
+/// platform/linux/.
 class TerminalNames {
 public:
     /// The terminal that a process has, by its record; what the process has open may tell its name.
-    [[nodiscard]] const std::string& nameOf(uint32_t device, const FileDescriptor& process);
+    [[nodiscard]] std::string nameOf(uint32_t device, const FileDescriptor& process);
 
 private:
     /// A line of /proc/tty/drivers.
@@ -27,10 +29,10 @@ private:
     };
 
     [[nodiscard]] static std::vector<Driver> readDrivers();
-    [[nodiscard]] std::string find(uint32_t device, const FileDescriptor& process);
+    [[nodiscard]] std::optional<std::string> find(uint32_t device, const FileDescriptor& process);
 
-    std::unordered_map<uint32_t, std::string> m_known{{0, "?"}};
-    std::vector<Driver> m_drivers; // read with the first terminal
+    std::unordered_map<uint32_t, std::string> m_known; // those that were found
+    std::vector<Driver> m_drivers;                     // read with the first terminal
 };
 
 } // namespace VintrelCore::Platform

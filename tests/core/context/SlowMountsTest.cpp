@@ -15,6 +15,7 @@
 
 #include <fcntl.h>
 #include <sys/mount.h>
+#include <unistd.h>
 
 using namespace VintrelCore;
 using namespace VintrelTests;
@@ -22,12 +23,23 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// From now on whoever looks into the folder waits for ever: nobody reads what the kernel asks.
-void letHang(const std::filesystem::path& folder) {
+/// Mounts something there that asks this process, which never reads the question. Returns where it could.
+int mountThere(const std::filesystem::path& folder) {
     const int requests = ::open("/dev/fuse", O_RDWR);
     const std::string options =
         "fd=" + std::to_string(requests) + ",rootmode=40000,user_id=0,group_id=0,allow_other";
     mustWork(requests >= 0 && ::mount("dead", folder.c_str(), "fuse", 0, options.c_str()) == 0, "dead mount");
+    return requests;
+}
+
+/// From now on whoever looks into the folder waits for ever.
+void letHang(const std::filesystem::path& folder) {
+    static_cast<void>(mountThere(folder));
+}
+
+/// From now on whoever looks into the folder fails: nobody is there to answer.
+void loseServer(const std::filesystem::path& folder) {
+    ::close(mountThere(folder));
 }
 
 } // namespace
@@ -107,6 +119,39 @@ TEST(SlowMountsDeathTest, aDeadOneDelaysTheSearchByASecondAndSpoilsNoOther) {
         EXPECT_EQ(Protection::found({dead + "/mine"}, home, mounts), std::nullopt);
         EXPECT_TRUE(Protection::found({"~/local"}, home, mounts));
         EXPECT_EQ(Protection::found({}, dead + "/home", mounts), std::nullopt);
+        exitWithVerdict();
+    };
+    EXPECT_EXIT(look(), ::testing::ExitedWithCode(0), "");
+}
+
+TEST(SlowMountsDeathTest, whatIsProtectedIsUnknownWhereTheServerOfAMountHasGone) {
+    VINTREL_NEEDS_ROOT();
+    const TemporaryFolder folder;
+    const auto gone = folder.makeFolder("gone").string();
+    std::filesystem::create_symlink(gone + "/mine", folder.path() / "mine");
+    const auto home = folder.path().string();
+    const auto look = [&] {
+        haveMountsOfOnesOwn();
+        loseServer(gone);
+        EXPECT_EQ(Protection::resolve(std::vector<std::string>{"~/mine"}, home), std::nullopt);
+        EXPECT_EQ(Protection::found({"~/mine"}, home, SlowMounts()), std::nullopt);
+        EXPECT_TRUE(Protection::found({"~/elsewhere"}, home, SlowMounts()));
+        exitWithVerdict();
+    };
+    EXPECT_EXIT(look(), ::testing::ExitedWithCode(0), "");
+}
+
+TEST(SlowMountsDeathTest, aRepositoryWhoseFolderIsALinkToADeadOneIsFoundWithoutLookingThere) {
+    VINTREL_NEEDS_ROOT();
+    const TemporaryFolder folder;
+    const auto dead = folder.makeFolder("dead").string();
+    const auto shop = folder.makeFolder("shop").string();
+    std::filesystem::create_symlink(dead + "/git", shop + "/.git");
+    const auto look = [&] {
+        haveMountsOfOnesOwn();
+        letHang(dead);
+        ::alarm(20);
+        EXPECT_EQ(CwdResolver::findGitRoot(shop), shop);
         exitWithVerdict();
     };
     EXPECT_EXIT(look(), ::testing::ExitedWithCode(0), "");

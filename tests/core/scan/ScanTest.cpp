@@ -171,12 +171,14 @@ TEST_F(ScanOfFacts, foldersAreUnknownWhenThatOfNoLivingCandidateIsKnown) {
     EXPECT_FALSE(scan().faults.foldersUnknown);
 }
 
-TEST_F(ScanOfFacts, mayHoldContainersOnlyWhereAProcessLivesInAnotherNamespace) {
+TEST_F(ScanOfFacts, mayHoldContainersOnlyWhereAProcessLivesInAnotherNamespaceOrControlGroup) {
     facts.addStray(1001);
     facts.kernelFacts[1001] = {};
     EXPECT_FALSE(scan().mayHoldContainers);
     facts.kernelFacts[1001].isInInnerNamespace = true;
     EXPECT_TRUE(scan().mayHoldContainers);
+    facts.kernelFacts[1001] = {.controlGroup = "/system.slice/docker-0123456789ab.scope"};
+    EXPECT_TRUE(scan().mayHoldContainers) << "a container may share this system's processes";
     facts.kernelFacts.clear();
     facts.kernel.knowsContainers = false;
     EXPECT_TRUE(scan().mayHoldContainers) << "it cannot be told";
