@@ -23,6 +23,9 @@ int list(bool safeOnly, const Settings& settings) {
     if (!isUsable(scan)) {
         return EXIT_FAILURE;
     }
+    if (scan.faults.metDeadMount && !settings.rules.protectedProjects.empty()) {
+        Output::complain("a mount does not answer: what is protected is unknown");
+    }
     const bool isAnyThere = !scan.items.empty();
     if (safeOnly) {
         std::erase_if(scan.items, [](const ProcessItem& item) { return item.bucket() != Bucket::safe; });

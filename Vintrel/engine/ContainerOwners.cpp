@@ -18,10 +18,14 @@ void ContainerOwners::update(bool mayHoldContainers) {
 
 void ContainerOwners::ask() {
     if (std::exchange(m_isAsking, true)) {
+        m_isToAskAgain = true; // the answer may be from before what is asked about now
         return;
     }
     Background::shared().run(this, m_source, [this](Answer answer) {
         m_isAsking = false;
+        if (std::exchange(m_isToAskAgain, false)) {
+            ask();
+        }
         take(std::move(answer));
     });
 }

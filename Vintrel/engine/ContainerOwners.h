@@ -30,7 +30,7 @@ public:
     /// After a scan: asks the engine's client, unless no process of it lives in a container.
     void update(bool mayHoldContainers);
 
-    /// Asks the engine's client, unless it is being asked.
+    /// Asks the engine's client; once more when it is being asked.
     void ask();
 
     /// Calls `action` once no question is open.
@@ -46,6 +46,7 @@ private:
     Source m_source;
     Answer m_answer;
     bool m_isAsking = false; // off the main thread
+    bool m_isToAskAgain = false;
     std::vector<std::function<void()>> m_waiting;
 };
 

@@ -4,6 +4,7 @@
 #include "VintrelCore/platform/Platform.h"
 
 #include <chrono>
+#include <optional>
 #include <utility>
 
 #include <QPointer>
@@ -58,10 +59,12 @@ void ProtectedFolders::followLinks() {
     const auto work = [entries = m_protection.entries, home = m_protection.home](int) {
         return Protection::resolve(entries, home);
     };
-    Background::shared().run(this, work, [this](Protection::Forms forms) {
+    Background::shared().run(this, work, [this](std::optional<Protection::Forms> forms) {
         m_isLooking = false;
-        m_areUnreachable = false;
-        m_protection.resolved = std::move(forms);
+        m_areUnreachable = !forms;
+        if (forms) {
+            m_protection.resolved = *std::move(forms);
+        }
         if (std::exchange(m_isToLookAgain, false)) {
             followLinks();
         } else {

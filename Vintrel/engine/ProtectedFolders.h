@@ -12,8 +12,8 @@
 namespace Vintrel {
 
 /// The folders that the user protects, as they are now. Who protects a folder by a link means the folder
-/// behind it, and that is what lsof names; links are followed off the main thread, because a folder may lie
-/// on a mount that does not answer.
+/// behind it, and that is where processes work; links are followed off the main thread, because a folder may
+/// lie on a mount that does not answer.
 class ProtectedFolders : public QObject {
     Q_OBJECT
 

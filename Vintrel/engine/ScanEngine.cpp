@@ -328,7 +328,7 @@ void ScanEngine::kill(const Item& item, const std::function<void(const KillResul
 }
 
 void ScanEngine::clean(const Items& items, const CleanCompletion& completion) {
-    m_protectedFolders.whenKnown([this, items, cwds = m_found.cwds, ended = m_found.ended, completion] {
+    const auto sweep = [this, items, cwds = m_found.cwds, ended = m_found.ended, completion] {
         if (reasonNotToClean()) {
             updateProblems(); // it may have come up just now
             completion({}, {});
@@ -350,7 +350,9 @@ void ScanEngine::clean(const Items& items, const CleanCompletion& completion) {
             }
             completion(summary, outcomes);
         });
-    });
+    };
+    // Last of all it is decided what is swept: the user may protect or hide something meanwhile.
+    m_protectedFolders.whenKnown([this, sweep] { m_containers.whenKnown(sweep); });
 }
 
 /// Ends items, records what has ended, and scans; then calls `completion`.

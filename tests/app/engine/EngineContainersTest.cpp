@@ -69,13 +69,29 @@ TEST_F(EngineContainers, areAskedForWhenTheTabWantsToKnowHowTheEngineIs) {
     EXPECT_TRUE(hasProblem(Problem::Source::containers)) << "a scan that asks nothing learns nothing";
 }
 
-TEST_F(EngineContainers, areNotAskedForTwiceAtOnce) {
+TEST_F(EngineContainers, areAskedForOnceMoreAfterAScanMeanwhile) {
     prepareOwner();
-    engine().scan();
-    ASSERT_TRUE(spinUntil([this] { return !engine().isScanning(); }));
-    EXPECT_EQ(world.ownersGate().arrivals(), 1);
+    for (int scans = 0; scans < 3; ++scans) {
+        engine().scan();
+        ASSERT_TRUE(spinUntil([this] { return !engine().isScanning(); }));
+    }
+    EXPECT_EQ(world.ownersGate().arrivals(), 1) << "never twice at once";
     world.ownersGate().open();
-    ASSERT_TRUE(spinUntil([this] { return !engine().containerOwners().empty(); }));
+    ASSERT_TRUE(spinUntil([this] { return world.ownersGate().arrivals() == 2; }));
+    spinFor(std::chrono::milliseconds(30));
+    EXPECT_EQ(world.ownersGate().arrivals(), 2);
+}
+
+TEST_F(EngineContainers, aSweepIsDecidedOnlyWhenTheyAreKnown) {
+    prepareOwner();
+    CleanOutcome outcome;
+    engine().clean({safeItem(1), safeItem(2)}, outcome.taker());
+    engine().dismiss(1);
+    world.ownersGate().open();
+    ASSERT_TRUE(outcome.wait());
+    EXPECT_EQ(outcome.summary().requested, 1);
+    ASSERT_EQ(world->killings.size(), 1U);
+    EXPECT_EQ(pidsOf(world->killings.front().items), PIDs{2});
 }
 
 TEST_F(EngineContainers, mayComeAfterTheEndOfTheEngine) {
