@@ -2,6 +2,7 @@
 #include "VintrelCore/model/ProcessItem.h"
 #include "VintrelCore/scan/RunnerShells.h"
 #include "VintrelCore/scan/ScanCore.h"
+#include "VintrelCore/scan/ToldText.h"
 #include "fuzz/Fuzzing.h"
 
 #include <string>
@@ -19,7 +20,7 @@ bool standsAlone(std::string_view text, const std::string& token) {
 }
 
 void checkRunner(std::string_view command) {
-    const bool isTold = RunnerShells::isToldText(command);
+    const bool isTold = ToldText::isToldText(command);
     require(!isTold || !RunnerShells::isPackageRunner(command), "a shell is no package runner");
     require(!isTold || command.contains(" -"), "a shell is told by an option");
 }

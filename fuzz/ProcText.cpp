@@ -12,7 +12,8 @@ using Fuzzing::require;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string text(Fuzzing::textOf(data, size));
-    const auto isPrintable = [](char32_t character) { return character % 7 != 0; };
+    constexpr char32_t last = 0x10FFFF; // the C library prints none beyond it
+    const auto isPrintable = [](char32_t character) { return character <= last && character % 7 != 0; };
 
     const std::string command = ProcText::commandLine(text, isPrintable);
     require(Text::isValidUTF8(command), "a command is text");
