@@ -9,8 +9,8 @@
 
 namespace Vintrel {
 
-/// The containers that the processes of the last scan belong to. The engine's client takes its time, so the
-/// processes are published before it has answered; what has to know waits for it.
+/// Which containers own the processes of the last scan. The engine's client can be slow, so a scan publishes
+/// its processes first; code that needs the owners waits for them with `whenKnown`.
 class ContainerOwners : public QObject {
     Q_OBJECT
 
@@ -27,17 +27,17 @@ public:
 
     [[nodiscard]] VintrelCore::DockerService::EngineState engine() const { return m_answer.engine; }
 
-    /// After a scan: asks the engine's client, unless no process of it lives in a container.
+    /// Call it after a scan. Asks the engine's client if a process of the scan may live in a container.
     void update(bool mayHoldContainers);
 
-    /// Asks the engine's client; once more when it is being asked.
+    /// Asks the engine's client. During a query, schedules one more.
     void ask();
 
-    /// Calls `action` once no question is open.
+    /// Calls `action` when no query is pending.
     void whenKnown(std::function<void()> action);
 
 signals:
-    /// Another answer than before.
+    /// The answer has changed.
     void changed();
 
 private:

@@ -351,7 +351,7 @@ void ScanEngine::clean(const Items& items, const CleanCompletion& completion) {
             completion(summary, outcomes);
         });
     };
-    // Last of all it is decided what is swept: the user may protect or hide something meanwhile.
+    // Choose what to sweep last: the user may protect or hide rows during the wait.
     m_protectedFolders.whenKnown([this, sweep] { m_containers.whenKnown(sweep); });
 }
 
@@ -365,7 +365,7 @@ void ScanEngine::end(const Items& items,
         scan();
         completion(outcomes);
     };
-    // A container's process is not to be ended like any other while its container is still being asked for.
+    // Until the owners are known, a container's process must not be ended like an ordinary one.
     m_containers.whenKnown([this, items, finish] {
         KillService::kill(items, m_containers.answer(), this, finish, m_sources.kill);
     });

@@ -135,7 +135,7 @@ public:
     void perform(VintrelCore::URLScheme::Command command);
     void fireCleanResultNotification(const CleanSummary& summary);
 
-    /// Finds out how the container engine is, apart from any scan.
+    /// Updates the state of the container engine without a scan.
     void askForContainers() { m_containers.ask(); }
 
     /// Looks up what a process and those folded into its row have open.

@@ -9,7 +9,7 @@
 #include <memory>
 #include <string>
 
-/// A scan for the command line, which asks only once: with what the user protects.
+/// A single scan for the command line, with the protected rows worked out.
 namespace VintrelCore::CLIScan {
 
 /// The outside world of a scan.

@@ -36,7 +36,7 @@ struct Entry {
 /// All processes by pid. ps runs only without prepared output; empty when it fails.
 [[nodiscard]] ProcessTable processTable(const std::optional<std::string_view>& psOutput = std::nullopt);
 
-/// The same out of the facts of one moment.
+/// The same from a scan's facts.
 [[nodiscard]] ProcessTable tableOf(std::span<const Platform::ProcessFacts> processes);
 
 /// The command behind `processTable`, for callers that want to be able to stop it.

@@ -63,12 +63,11 @@ using Directories = std::unordered_map<int32_t, std::string>;
 struct CwdsOfOptions {
     std::optional<std::string> home{}; ///< the folder to write as "~"
     GitRootFinder gitRootFinder = findGitRoot;
-    /// Whether it may be looked whether a directory exists: not where a mount may never answer.
+    /// Whether a directory's existence may be checked; false on a mount that may never answer.
     std::function<bool(const std::string& directory)> mayTouch = [](const std::string&) { return true; };
 };
 
-/// An entry for each of the directories, which are named as the kernel does it: a deleted one has "
-/// (deleted)" behind it.
+/// An entry for each directory. They are named as the kernel does it: a deleted one ends with " (deleted)".
 [[nodiscard]] CwdMap cwdsOf(Directories directories, const CwdsOfOptions& options);
 
 /// A project's name: the last component of its root, and the way from there to `cwd`.

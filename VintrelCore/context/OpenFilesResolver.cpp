@@ -99,7 +99,7 @@ std::vector<std::string> lsofArguments(std::span<const int32_t> pids) {
 OpenFileList openFiles(int32_t forPID, const std::optional<std::string_view>& lsofOutput,
                        const std::optional<std::string>& home, size_t cap) {
     std::string own;
-    if (!lsofOutput && forPID > 0) { // what is no number of a process means something else to lsof
+    if (!lsofOutput && forPID > 0) { // lsof gives other numbers a special meaning
         own = Lsof::ask(lsofArguments({&forPID, 1})).output;
     }
     return listed(parseOpenFiles(lsofOutput.value_or(own)), home.value_or(""), cap);

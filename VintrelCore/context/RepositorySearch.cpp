@@ -12,7 +12,7 @@ namespace VintrelCore {
 
 namespace {
 
-/// Directory and root by turns, each with a zero byte behind it: no path holds one.
+/// Pairs of directory and repository root, each terminated by a zero byte, which no path contains.
 std::string answerOf(const std::set<std::string>& directories) {
     std::string answer;
     for (const std::string& directory : directories) {

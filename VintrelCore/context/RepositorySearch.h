@@ -10,12 +10,13 @@
 
 namespace VintrelCore {
 
-/// Looks for the repositories around working directories. What is on a mount that may not answer is looked
-/// for by a copy of this process, one for each directory's mount, for a second in all; everything else
-/// directly.
+/// Finds the repositories that contain working directories. On a mount that may not answer, a forked copy of
+/// this process searches, one per mount, for at most a second in all; everywhere else this process searches
+/// itself.
 class RepositorySearch {
 public:
-    /// Waits for the slow mounts among the directories, which are named without links, as the kernel does it.
+    /// Waits for the answers of slow mounts. The directories must be free of symbolic links, as the kernel
+    /// reports them.
     RepositorySearch(const CwdResolver::Directories& directories, const SlowMounts& mounts,
                      int interrupt = -1, std::chrono::milliseconds deadline = std::chrono::seconds(1));
 

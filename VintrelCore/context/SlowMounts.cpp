@@ -27,7 +27,7 @@ std::vector<std::string> reversedComponents(std::string_view path) {
     return components;
 }
 
-/// "" when there is no link.
+/// The target of a symbolic link; "" when `path` is not one.
 std::string targetOf(const std::string& path) {
     std::array<char, PATH_MAX> target; // NOLINT(cppcoreguidelines-pro-type-member-init): filled by readlink
     const ssize_t length = ::readlink(path.c_str(), target.data(), target.size());

@@ -9,18 +9,19 @@
 
 namespace VintrelCore {
 
-/// Mounts that may never answer: whoever looks at a file there may wait for ever.
+/// Mount points of file systems that may never answer. Accessing a file below one can block forever.
 class SlowMounts {
 public:
-    /// By default those of the system as it is now.
+    /// By default, those mounted at the moment.
     explicit SlowMounts(std::vector<std::string> points = Platform::mountsThatMayHang());
 
-    /// The one that a path without links is on, the innermost of several; absent for none. Looks at nothing.
+    /// The innermost of them that contains `path`, which must be free of symbolic links; absent when there is
+    /// none. Does not access the file system.
     [[nodiscard]] std::optional<std::string> holderOf(std::string_view path) const;
 
     [[nodiscard]] bool hold(std::string_view path) const { return holderOf(path).has_value(); }
 
-    /// Whether following the links in a path gets to one of them. Looks at what is before it, and no further.
+    /// Whether resolving `path` leads onto one of them. Stops before it would access that mount.
     [[nodiscard]] bool areReachedFrom(std::string_view path) const;
 
     [[nodiscard]] bool areNone() const { return m_points.empty(); }

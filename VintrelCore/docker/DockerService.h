@@ -82,7 +82,7 @@ enum class EngineState {
 struct OwnersAnswer {
     DockerCore::OwnerMap owners{};
     EngineState engine = EngineState::absent;
-    /// The client was still waiting when it had to end: there may be an engine that is at work.
+    /// The client missed its deadline; the engine may still be working.
     bool isLate = false;
 };
 

@@ -8,13 +8,13 @@ namespace VintrelCore {
 
 /// Why a row is for review that its kind, place and age alone would make easy to end.
 enum class ReviewReason : uint8_t {
-    namedOnly,          ///< its tool is named in arguments, and not what runs
-    scriptMayDoMore,    ///< a shell of it, or a runner, may have more to run than the tool
-    anotherMayFollow,   ///< the script that runs is not the one that its runner was told to run
-    startedOthers,      ///< a runner of it has started what is not in the row
-    runsUnknownProgram, ///< what a runner of it started alone is of no known kind
-    partIsIgnored,      ///< a shell of it is not to be ended: the user ignores it
-    hostsTerminal,      ///< somebody may be at work in a terminal that a process of it hosts
+    namedOnly,          ///< its tool is only named in the arguments; another program runs
+    scriptMayDoMore,    ///< a shell or runner in it may have more to run than the tool
+    anotherMayFollow,   ///< the running script is not the one its runner was asked for, which may follow
+    startedOthers,      ///< a runner in it has started processes outside the row
+    runsUnknownProgram, ///< its runner's only child is a program of no known kind
+    partIsIgnored,      ///< the user ignores one of its shells
+    hostsTerminal,      ///< one of its processes hosts a terminal, which may be in use
 };
 
 namespace ReviewReasons {

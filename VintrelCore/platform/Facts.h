@@ -14,38 +14,38 @@
 #include <unordered_map>
 #include <vector>
 
-/// What one scan knows of processes. There are two sources behind one type: the kernel, where it tells all of
-/// this itself (`kernelFacts`), and the tools ps and lsof elsewhere (`scan/ToolFacts.h`). Both say the same
-/// in the same words; nothing above this page knows which of them answered.
+/// The facts that a scan works with. One type has two sources: the kernel where it provides all of them
+/// (`kernelFacts`), and ps and lsof elsewhere (`scan/ToolFacts.h`). Both give the same values in the same
+/// format, so code above this header does not depend on the source.
 namespace VintrelCore::Platform {
 
-/// One process in the table of one moment.
+/// One process in the table.
 struct ProcessFacts {
     int32_t pid = 0;
     int32_t ppid = 0;
-    std::string elapsed; ///< as ps prints it, like the next four
+    std::string elapsed; ///< formatted as ps does, like the next four
     std::string tty;
     std::string cpuPercent;
     std::string rss; ///< KiB; may be off by some pages for each processor (`Facts::residentKB` is exact)
     std::string command;
     std::string name{};    ///< the short name of its program, as ps prints it
-    bool isZombie = false; ///< its first thread has ended, and its parent has not looked yet
+    bool isZombie = false; ///< its main thread has ended and is not reaped yet
 
     bool operator==(const ProcessFacts&) const = default;
 };
 
-/// Why an answer is missing or not whole.
+/// Why an answer is missing or incomplete.
 struct Shortfall {
     Shell::Fault fault = Shell::Fault::none;
-    std::string source{};      ///< what did not answer: a tool's name, or a place in the file system
-    bool metDeadMount = false; ///< a mount does not answer: files there must not be looked at
+    std::string source{};      ///< the tool or path that failed
+    bool metDeadMount = false; ///< a mount does not answer; do not access files there
     bool interrupted = false;  ///< the caller stopped it
 
     bool operator==(const Shortfall&) const = default;
 };
 
-/// The working directories of processes, as the kernel names them: one that was deleted has " (deleted)"
-/// behind it. Without an entry for a process that is gone or may not be looked into.
+/// The working directories of processes, as the kernel names them: a deleted one ends with " (deleted)". A
+/// process that has ended or that may not be inspected has no entry.
 struct Folders {
     std::unordered_map<int32_t, std::string> byPID{};
     Shortfall shortfall{};
@@ -57,7 +57,7 @@ struct Listeners {
     Shortfall shortfall{};
 };
 
-/// Something that a process has open under a number.
+/// An open file descriptor.
 struct OpenDescriptor {
     std::string type; ///< in lsof's words: "REG" for a regular file, "IPv4", "IPv6", "unix" for sockets, ...
     std::string name;
@@ -65,10 +65,10 @@ struct OpenDescriptor {
     bool operator==(const OpenDescriptor&) const = default;
 };
 
-/// The facts of one moment and what they lead to. Not for several threads at once.
+/// A snapshot of the process table, and further facts about its processes. Not thread-safe.
 ///
-/// What is asked after the table was taken is about the processes of the table: for one that has ended since,
-/// or whose number is another one's now, there is no answer.
+/// Later queries are about the processes in the table. They return nothing for a process that has ended
+/// since, even if its pid has been reused.
 class Facts {
 public:
     Facts() = default;
@@ -79,23 +79,23 @@ public:
     /// Every process that can be seen, by rising pid. Empty with a fault, and only then.
     [[nodiscard]] virtual std::span<const ProcessFacts> processes() = 0;
 
-    /// What is wrong with `processes`.
+    /// The fault that `processes` ran into, if any.
     [[nodiscard]] virtual Shortfall shortfall() = 0;
 
-    /// What its parent column has to be corrected with. Refers to this object.
+    /// The kernel's view for correcting the table's parent column. It refers to this object.
     [[nodiscard]] virtual KernelView kernelView() = 0;
 
     /// When a process of the table started.
     [[nodiscard]] virtual std::optional<ProcStartTime> startTime(int32_t pid) = 0;
 
-    /// The exact arguments, the program's name first; none for a process of the kernel's own. Absent when
-    /// they cannot be had.
+    /// The exact arguments, the program's name first; empty for a kernel thread. Absent when they cannot be
+    /// read.
     [[nodiscard]] virtual std::optional<std::vector<std::string>> arguments(int32_t pid) = 0;
 
-    /// The file that a process runs, with " (deleted)" behind it when that is gone.
+    /// The executable of a process; it ends with " (deleted)" when the file is gone.
     [[nodiscard]] virtual std::optional<std::string> executable(int32_t pid) = 0;
 
-    /// A variable among those that a process was started with; "" when it is not there, absent when they
+    /// The value of a variable in a process's environment; "" when it is not set, absent when the environment
     /// cannot be read.
     [[nodiscard]] virtual std::optional<std::string> environmentValue(int32_t pid, std::string_view name) = 0;
 
@@ -104,16 +104,17 @@ public:
 
     [[nodiscard]] virtual Folders folders(std::span<const int32_t> pids) = 0;
 
-    /// Who listens on one of the ports; `candidates` are looked at first, and others only for listeners that
-    /// none of them holds. Of a candidate every such port is named, also one that it shares.
+    /// The processes that listen on any of `ports`. The `candidates` are searched first, all other processes
+    /// only while a listening socket has no owner yet. A candidate is reported with every such port,
+    /// including shared sockets.
     [[nodiscard]] virtual Listeners listeners(const std::set<int>& ports,
                                               std::span<const int32_t> candidates) = 0;
 
-    /// What processes have open, one after another, each by rising number.
+    /// The open descriptors of the processes, in the order of `pids`, each in ascending order.
     [[nodiscard]] virtual std::vector<OpenDescriptor> openDescriptors(std::span<const int32_t> pids) = 0;
 };
 
-/// Reads the table from the kernel, now. Null where the kernel does not tell, and the tools have to.
+/// Reads the process table from the kernel. Null on systems where ps and lsof have to provide it.
 [[nodiscard]] std::unique_ptr<Facts> kernelFacts();
 
 } // namespace VintrelCore::Platform

@@ -38,8 +38,8 @@ namespace VintrelCore::Platform {
 /// Where programs keep a user's data; Vintrel's own folder stands in it. "" without a home.
 [[nodiscard]] std::string dataFolder();
 
-/// Folders on which a file system is mounted that asks a program or another machine: looking at a file below
-/// one may take for ever.
+/// Mount points of file systems that depend on a program or another machine: accessing a file below one may
+/// block forever.
 [[nodiscard]] std::vector<std::string> mountsThatMayHang();
 
 // Processes.
@@ -78,8 +78,8 @@ struct ProcessRecord {
 /// read.
 [[nodiscard]] std::optional<std::string> executable(int32_t pid);
 
-/// A variable among those that a process was started with; "" when it is not there, absent when they cannot
-/// be read.
+/// The value of a variable in a process's environment; "" when it is not set, absent when the environment
+/// cannot be read.
 [[nodiscard]] std::optional<std::string> environmentValue(int32_t pid, std::string_view name);
 
 /// What the kernel knows of a process beyond what ps was asked for.
@@ -92,7 +92,7 @@ struct KernelFacts {
     std::string controlGroup{}; ///< the path of its control group; "" where there are none
     /// It is process 1 of a namespace other than this program's, such as a container's or a sandbox's.
     bool isNamespacesFirst = false;
-    /// It lives in a namespace of processes below this program's, such as a container's or a sandbox's.
+    /// It lives in a pid namespace below this program's, such as a container's or a sandbox's.
     bool isInInnerNamespace = false;
 };
 

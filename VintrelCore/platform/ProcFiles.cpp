@@ -46,7 +46,7 @@ void take(Stat& stat, int field, int64_t value) {
     }
 }
 
-/// The number of a process in each namespace, from the one that reads to its own.
+/// The pids of a process, from the reader's namespace down to its own.
 std::vector<std::string_view> numbersInNamespaces(std::string_view status) {
     constexpr std::string_view field = "NSpid:";
     std::vector<std::string_view> numbers;
@@ -110,7 +110,8 @@ std::vector<std::string> parseArguments(std::string_view record) {
 
 namespace {
 
-/// Blanks, tabs, line breaks and backslashes stand as three octal digits behind a backslash.
+/// Decodes blanks, tabs, line breaks and backslashes, which are escaped as a backslash and three octal
+/// digits.
 std::string unescaped(std::string_view field) {
     constexpr size_t digits = 3;
     std::string text;

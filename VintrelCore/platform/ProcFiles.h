@@ -43,7 +43,7 @@ struct Mount {
 /// Those in "mountinfo", in its order; lines that are malformed are skipped.
 [[nodiscard]] std::vector<Mount> parseMounts(std::string_view mountinfo);
 
-/// Whether a file system of that type asks a program or another machine, which may not answer.
+/// Whether a file system of that type depends on a program or another machine, which may not answer.
 [[nodiscard]] bool asksOthers(std::string_view fileSystem);
 
 /// The real user id from "status"; absent when it is not there.

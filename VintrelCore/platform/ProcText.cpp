@@ -19,7 +19,7 @@ bool isPlain(char byte) {
     return byte >= ' ' && byte <= '~';
 }
 
-/// How many bytes a character has by its first one; 0 for a byte that begins none.
+/// The length of a UTF-8 sequence by its first byte; 0 when no sequence begins with it.
 size_t lengthByFirst(unsigned char first) {
     if (first < 0x80) {
         return 1;
@@ -30,8 +30,8 @@ size_t lengthByFirst(unsigned char first) {
     return first < 0xE0 ? 2 : (first < 0xF0 ? 3 : 4);
 }
 
-/// ps first walks from character to character by their first bytes alone. Where it meets a byte that begins
-/// none, it leaves nothing but ASCII from there on.
+/// ps first skips from sequence to sequence by the first bytes alone. From a byte that cannot begin one, it
+/// keeps nothing but ASCII.
 size_t lengthOfTrusted(std::string_view text) {
     size_t index = 0;
     while (index < text.size()) {
@@ -49,8 +49,8 @@ struct Decoded {
     size_t length = 0;
 };
 
-/// The character of several bytes that `text` begins with; absent when they are broken. As the C library has
-/// it, what begins with 0xF4 may also be beyond the last character.
+/// Decodes the multi-byte character at the start of `text`; absent when it is malformed. Like the C library,
+/// this accepts code points beyond the last valid one after 0xF4.
 std::optional<Decoded> decode(std::string_view text) {
     constexpr std::array<char32_t, 5> least{0, 0, 0x80, 0x800, 0x10000};
     const size_t length = lengthByFirst(byteAt(text, 0));

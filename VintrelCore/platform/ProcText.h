@@ -5,19 +5,19 @@
 #include <string>
 #include <string_view>
 
-/// What ps makes of the kernel's records (procps 4, in a UTF-8 locale): the same facts read without ps are
-/// shown in the same words.
+/// Formats the kernel's records as ps does (procps 4, in a UTF-8 locale), so that a list reads the same
+/// whether or not ps was run.
 namespace VintrelCore::ProcText {
 
 /// Whether a character of more than one byte can be printed.
 using Printable = std::function<bool(char32_t character)>;
 
-/// The arguments of "cmdline" in a line: a blank behind each, also in place of line breaks; what cannot be
-/// printed, or is no UTF-8, as question marks; without blanks at its ends. One question mark where all of
-/// them are empty.
+/// The arguments in "cmdline" as one line, separated by blanks. Line breaks become blanks, unprintable
+/// characters and invalid UTF-8 become question marks, and blanks at both ends are removed. A single question
+/// mark when all arguments are empty.
 [[nodiscard]] std::string commandLine(std::string_view cmdline, const Printable& isPrintable);
 
-/// A program's short name, printable in the same way. Line breaks are question marks here.
+/// A program's short name, made printable in the same way, except that line breaks become question marks.
 [[nodiscard]] std::string name(std::string_view bytes, const Printable& isPrintable);
 
 /// Seconds as [[days-]hours:]minutes:seconds.

@@ -28,7 +28,7 @@ std::optional<Number> parseNumber(std::string_view text, int base) {
     return error == std::errc() && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
 }
 
-/// The groups are numbers in the order of bytes of this machine, in which they were an address's bytes.
+/// The kernel prints each group of an address as a number in host byte order.
 std::optional<std::string> parseAddress(std::string_view digits) {
     std::array<uint32_t, mostGroups> groups{};
     const size_t count = digits.size() / digitsOfGroup;

@@ -22,7 +22,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// The others are pipes of tools, whose ends would be waited for.
+/// Other descriptors may be pipes of tools; a copy that kept them open would delay their end of file.
 void closeAllBut(int kept) {
     rlimit limit{};
     ::getrlimit(RLIMIT_NOFILE, &limit);
@@ -34,7 +34,7 @@ void closeAllBut(int kept) {
     }
 }
 
-/// In the copy: lets itself be ended at the deadline.
+/// Called in the copy: sets a timer that ends it at the deadline.
 void endAfter(std::chrono::milliseconds deadline) {
     sigset_t all;
     sigfillset(&all); // a macro on some systems
@@ -76,7 +76,7 @@ TimedQuestion::TimedQuestion(const std::function<std::string()>& answer, std::ch
     auto pipe = openPipe();
     const pid_t between = pipe ? ::fork() : -1;
     if (between == 0) {
-        // The one that asks is nobody's child, so that this process need not wait for its end.
+        // The grandchild is orphaned at once, so this process does not have to reap it.
         if (::fork() == 0) {
             endAfter(deadline);
             closeAllBut((*pipe)[1].get());

@@ -9,17 +9,17 @@
 
 namespace VintrelCore::Platform {
 
-/// A question to the file system that may never be answered: a mount may ask a machine that is gone. A copy
-/// of this process asks, so that this one need not wait longer than it wants to. The copy ends by itself at
-/// the deadline, or as soon as the system lets it; nothing of it has to be awaited.
+/// A file system query with a timeout. The mount may belong to a machine that is gone, so a forked copy of
+/// this process runs the query. The copy ends itself at the deadline, or as soon as the kernel lets it; the
+/// caller need not wait for it.
 class TimedQuestion {
 public:
-    /// Starts at once. `answer` runs in the copy, where there are no other threads: it looks at files, and
-    /// nothing else.
+    /// Starts at once. `answer` runs in the copy, which has no other threads; it must do nothing but access
+    /// files.
     explicit TimedQuestion(const std::function<std::string()>& answer,
                            std::chrono::milliseconds deadline = std::chrono::seconds(1));
 
-    /// Waits for the answer, until the deadline at the latest; absent without one. Can be asked once.
+    /// Waits for the answer until the deadline; absent on timeout, failure or interrupt. Call it only once.
     [[nodiscard]] std::optional<std::string> wait(int interrupt = -1);
 
 private:

@@ -27,7 +27,8 @@ ProcessLookup ProcessLookup::since(std::optional<ProcStartTime> began) {
             .holdsTerminal = Platform::kernelView().holdsTerminal,
             .wasInSnapshot =
                 [began](int32_t pid) {
-                    // Who was there before the snapshot began, and still is, is whom its line is about.
+                    // A process that started before the snapshot and still runs is the one its line
+                    // describes.
                     const auto start = Platform::startTime(pid);
                     return start && (!began || *start < *began);
                 }};

@@ -33,8 +33,8 @@ struct ProcessLookup {
     /// one that has got its number since. To be asked after reading.
     std::function<bool(int32_t pid)> wasInSnapshot = [](int32_t) { return false; };
 
-    /// Those of the facts, which tell nothing of any other process than the one in their table. Refers to
-    /// them.
+    /// Looks processes up in `facts`, which answer only for the processes in their table. Keeps a reference
+    /// to them.
     [[nodiscard]] static ProcessLookup of(Platform::Facts& facts);
 
     /// The real ones, for a snapshot that was begun at that moment; absent where such moments cannot be

@@ -14,7 +14,7 @@ namespace VintrelCore {
 
 namespace {
 
-/// The folder that an entry names; "" for what is no path.
+/// The folder that an entry names; "" when it is not a path.
 std::string pathOf(const std::string& entry, const std::string& home) {
     const bool isBelowHome = entry == "~" || entry.starts_with("~/");
     const std::string path = isBelowHome ? home + entry.substr(1) : entry;
@@ -37,15 +37,15 @@ std::optional<Protection> followed(std::vector<std::string> entries, const std::
     return protection;
 }
 
-/// Where there is nothing, or nothing that this account could work in.
+/// The path does not exist, or this account cannot work there.
 bool leadsNowhere(const std::error_code& error) {
     return error == std::errc::no_such_file_or_directory || error == std::errc::not_a_directory ||
            error == std::errc::too_many_symbolic_link_levels || error == std::errc::filename_too_long ||
            error == std::errc::permission_denied;
 }
 
-/// The home folder, then entry and form by turns, each with a zero byte behind it: no path holds one. "" for
-/// none.
+/// The home folder, then pairs of entry and resolved form, each terminated by a zero byte, which no path
+/// contains. "" when there is no protection.
 std::string inWords(const std::optional<Protection>& protection) {
     if (!protection) {
         return {};

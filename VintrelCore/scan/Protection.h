@@ -34,15 +34,15 @@ struct Protection {
     /// is not protected.
     [[nodiscard]] bool covers(const ProcessItem& item, const CwdResolver::CwdMap& cwds) const;
 
-    /// With all links followed, those of the home folder, too. Where they lead to a mount that may not
-    /// answer, a copy of this process follows them, for a second. Absent when that was not enough, or as in
-    /// `resolve`.
+    /// Resolves all symbolic links, including those in `home`. When they lead to a mount that may not answer,
+    /// a forked copy of this process resolves them, for at most a second. Absent on timeout, or when
+    /// `resolve` fails.
     [[nodiscard]] static std::optional<Protection> found(std::vector<std::string> entries,
                                                          const std::string& home, const SlowMounts& mounts,
                                                          int interrupt = -1);
 
-    /// Follows the entries' links on disk, which blocks where a mount does not answer. Absent when one leads
-    /// to a place that there is and that cannot be looked at, such as a mount whose server has gone.
+    /// Resolves the entries' symbolic links on disk. Blocks where a mount does not answer. Absent when an
+    /// existing target cannot be accessed, such as a mount whose server is gone.
     [[nodiscard]] static std::optional<Forms> resolve(std::span<const std::string> entries,
                                                       const std::string& home);
 };
@@ -51,13 +51,13 @@ struct Protection {
 [[nodiscard]] ScanCore::PIDSet endedAmong(std::span<const ProcessItem> items,
                                           const CwdResolver::CwdMap& cwds);
 
-/// Those of the rows and of what is folded into them that belong to another account for certain: their
-/// folders cannot be told. None for root, which can look into all.
+/// The processes among the rows, folded ones included, that certainly belong to another account: their
+/// folders cannot be read. Empty for root, which can read all of them.
 [[nodiscard]] ScanCore::PIDSet ofOtherAccounts(std::span<const ProcessItem> items,
                                                const Platform::KernelView& kernel);
 
-/// Whether any of the rows, or of what is folded into them, may be this account's own and live: the folders
-/// of those can be told. `ended` and `others` as the functions above give them.
+/// Whether any process among the rows, folded ones included, is alive and may belong to this account, so that
+/// its folder should be readable. `ended` and `others` are the results of the functions above.
 [[nodiscard]] bool doesAnyOfOnesOwnLive(std::span<const ProcessItem> items, const ScanCore::PIDSet& ended,
                                         const ScanCore::PIDSet& others);
 

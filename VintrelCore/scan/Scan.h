@@ -17,8 +17,8 @@
 #include <unordered_map>
 #include <vector>
 
-/// One scan from beginning to end on the calling thread, for every front end: all that explains a row comes
-/// out of the facts of one moment.
+/// One complete scan on the calling thread, for every front end. Everything that explains a row comes from
+/// the same facts.
 namespace VintrelCore::Scan {
 
 struct Inputs {
@@ -43,7 +43,7 @@ struct Result {
     bool interrupted = false; ///< stopped on request; every tool has ended
 };
 
-/// The facts of this moment: by the kernel where it tells them, else by ps and lsof.
+/// Takes the current facts, from the kernel where it provides them, else from ps and lsof.
 [[nodiscard]] std::unique_ptr<Platform::Facts> factsOfNow(int interrupt = -1);
 
 /// `interrupt` is a descriptor that becomes readable when the scan is to stop; negative for none.

@@ -27,8 +27,7 @@ namespace VintrelCore::ScanCore {
 /// The set of pids that own something, or that the user has dismissed.
 using PIDSet = std::unordered_set<int32_t>;
 
-/// Looks up the resident memory of a process in KiB, where that is known better than its line tells; absent
-/// otherwise.
+/// Looks up the exact resident memory of a process in KiB; absent when only the line's value is known.
 using MemoryProvider = std::function<std::optional<int64_t>(int32_t pid)>;
 
 /// Seconds after which a process counts as old, unless the user says otherwise.

@@ -8,7 +8,7 @@ bool isPlace(const std::string& source) {
     return source.starts_with('/');
 }
 
-/// A source is a tool that is run, or a place that is read.
+/// A source is either a tool to run or a path to read.
 std::optional<std::string> complaint(const std::string& source, Shell::Fault fault,
                                      const std::string& consequence) {
     switch (fault) {

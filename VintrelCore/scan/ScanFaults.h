@@ -25,10 +25,10 @@ struct ScanFaults {
     void note(const Platform::Shortfall& shortfall);
 };
 
-/// What to tell people about the table of processes, if anything.
+/// The message for users about the process table, if any.
 [[nodiscard]] std::optional<std::string> complaintAboutTable(const ScanFaults& faults);
 
-/// What to tell people about projects and ports, if anything.
+/// The message for users about projects and ports, if any.
 [[nodiscard]] std::optional<std::string> complaintAboutDetails(const ScanFaults& faults);
 
 /// Why nothing may be swept by these rules: a fact that protects is missing. `settingsProblem` is what is

@@ -16,7 +16,7 @@ namespace VintrelCore::ShellCommands {
 /// A command without what may come before it, such as variables, "exec" and "then".
 [[nodiscard]] CommandWords::Words withoutPrefixes(CommandWords::Words command);
 
-/// Is told a command that lasts, and how many levels are left.
+/// Receives a long-running command and the number of levels left.
 using Look = std::function<void(CommandWords::Words command, int depth)>;
 
 /// Calls `look` with each command of a shell's text that lasts. Commands in texts that it evaluates, or keeps

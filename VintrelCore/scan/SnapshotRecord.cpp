@@ -84,7 +84,7 @@ std::string_view possibleAge(std::string_view etime, const Platform::KernelView&
     return isImpossible ? "0" : etime;
 }
 
-/// Whatever the source is.
+/// Common to both sources.
 std::vector<SnapshotRecord> recordsOf(std::span<const ScanCore::PSLine> lines,
                                       const Platform::KernelView& kernel) {
     const std::unordered_set<int32_t> parents = frontEnds(lines, kernel);

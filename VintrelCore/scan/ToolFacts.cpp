@@ -109,7 +109,7 @@ void ToolFacts::takeNames(const Shell::Outcome& ps) {
 }
 
 std::optional<ProcStartTime> ToolFacts::startTime(int32_t pid) {
-    // The process that was there before ps was started, and still is, is the one that its line is about.
+    // A process that started before ps and still runs is the one its line describes.
     const auto start = Platform::startTime(pid);
     return start && (!m_began || *start < *m_began) ? start : std::nullopt;
 }

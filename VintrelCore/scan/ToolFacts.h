@@ -11,8 +11,8 @@
 
 namespace VintrelCore {
 
-/// Facts by way of ps and lsof: where the kernel does not tell them itself, and to hold those against that it
-/// does tell.
+/// Facts from ps and lsof: for systems without /proc, and for tests that compare the kernel's facts with
+/// them.
 class ToolFacts : public Platform::Facts {
 public:
     struct Tools {

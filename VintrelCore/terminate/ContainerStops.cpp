@@ -20,8 +20,8 @@ struct ContainerStopping {
     Shell::Command command;
 };
 
-/// Whether an engine's word on a start can be about this process. The engine notes it some time after the
-/// process began, and remote engines, whose numbers may be the same, started theirs at other times.
+/// Whether a start time reported by an engine can belong to this process. The engine records it shortly after
+/// the process began. A remote engine may have a process with the same pid, but not with the same start time.
 bool isSameStart(const ContainerStop& stop, const ProcessItem& item) {
     constexpr int64_t longestStart = 10;
     constexpr int64_t rounding = 1;
@@ -36,7 +36,7 @@ bool isOf(const ContainerStop& stop, const ProcessItem& item, const ContainerHer
     return stop.pid == item.pid && (!here.isToBeConfirmed || isSameStart(stop, item));
 }
 
-/// How the engine is asked, with the time that each container takes, and by its id where it is known.
+/// The stop commands, each with the container's own timeout, and by its id where it is known.
 std::vector<ContainerStopping> stoppingsOf(std::span<const ContainerRow> rows, const std::string& client,
                                            int interrupt) {
     std::vector<std::string> names;

@@ -11,7 +11,7 @@ namespace VintrelCore::KillCore {
 /// Whether a descriptor has become readable, and waits that it cuts short. Internal to terminate/.
 class Interruption {
 public:
-    /// Never comes for a negative descriptor.
+    /// A negative descriptor never becomes readable.
     explicit Interruption(int descriptor) : m_descriptor(descriptor) {}
 
     [[nodiscard]] bool hasCome() const { return comesWithin(0); }
@@ -28,7 +28,7 @@ private:
     /// Whether something came while waiting.
     [[nodiscard]] bool comesWithin(double milliseconds) const {
         pollfd interrupt{.fd = m_descriptor, .events = POLLIN, .revents = 0};
-        constexpr double longest = 60'000; // who asked for more, waits again
+        constexpr double longest = 60'000; // milliseconds; the caller waits again for longer spans
         return ::poll(&interrupt, 1, static_cast<int>(std::min(milliseconds, longest))) > 0;
     }
 

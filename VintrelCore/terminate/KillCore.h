@@ -60,8 +60,8 @@ struct World {
     /// A descriptor that becomes readable when the wait is to be cut short; negative for none. Nobody is
     /// forced then.
     int interrupt = -1;
-    /// False when the container engine did not say which processes are containers: those that live in one
-    /// here are left alone, because it may be stopping theirs.
+    /// False when the container engine did not name its processes in time. Processes in a container are left
+    /// alone then, because the engine may be stopping them.
     bool ownersAreKnown = true;
     /// The container engine's client; absent without one.
     std::function<std::optional<std::string>()> client = [] { return DockerService::cliPath(); };

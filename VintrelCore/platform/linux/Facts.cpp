@@ -24,7 +24,7 @@ bool isMasterOfTerminals(std::string_view file) {
     return file == "/dev/ptmx" || file == "/dev/pts/ptmx"; // the second is what the first leads to
 }
 
-/// In lsof's words, as far as they matter here. The file's own system is not asked: it may not answer.
+/// The type in lsof's terms, as far as it matters here. Does not query the file system, which may not answer.
 std::string typeOf(int folder, const char* number) {
     struct statx status{};
     if (::statx(folder, number, AT_STATX_DONT_SYNC | AT_NO_AUTOMOUNT, 0, &status) != 0) {
@@ -48,7 +48,7 @@ std::string typeOf(int folder, const char* number) {
     }
 }
 
-/// Absent when the kernel tells in no way.
+/// Absent when neither netlink nor /proc/net is available.
 std::optional<std::unordered_map<uint64_t, int>> listenersOn(const std::set<int>& ports) {
     auto sockets = ListeningSockets::dumped();
     if (!sockets) {

@@ -34,14 +34,14 @@ public:
 private:
     using PortsByInode = std::unordered_map<uint64_t, int>;
 
-    /// What descriptors tell; a process is looked through once.
+    /// The facts from a process's descriptors, which are read once.
     struct Held {
         bool isMasterOfTerminals = false;
         std::vector<uint64_t> sockets{};
     };
 
-    /// The folder of a process of the table; none when it has ended, also when its number is another one's.
-    /// Until the next one is opened.
+    /// The folder of a process in the table; invalid when the process has ended, even if its pid has been
+    /// reused. Valid until the next call.
     [[nodiscard]] const FileDescriptor& open(int32_t pid);
     [[nodiscard]] bool isOfTheTable(int32_t pid, const FileDescriptor& process);
     [[nodiscard]] const Held& heldBy(int32_t pid);

@@ -26,11 +26,11 @@ inline constexpr size_t bufferSize = (size_t{256} << 10) + 1;
 struct Row {
     ProcessFacts facts;
     ProcFiles::Stat stat;
-    /// It began so shortly before it was read that a later process of its number could have the same start,
-    /// which is counted in hundredths of a second.
+    /// It started so recently that a later process with the same pid could have the same start time, which
+    /// has a resolution of 10 ms.
     bool isNew = false;
 
-    /// Whether both are about one process, as far as all that they say can tell it.
+    /// Whether both rows agree in everything that identifies a process.
     [[nodiscard]] bool saysTheSame(const Row& other) const;
 };
 
@@ -39,7 +39,7 @@ public:
     /// The buffer has the size above, and is this object's while it reads.
     explicit Reader(std::span<char> buffer) : m_buffer(buffer) {}
 
-    /// By the folder of the process. Absent when it has ended or may not be looked at.
+    /// Reads the row of the process with that folder. Absent when it has ended or may not be inspected.
     [[nodiscard]] std::optional<Row> read(int32_t pid, const FileDescriptor& process);
 
 private:

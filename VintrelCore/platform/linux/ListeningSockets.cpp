@@ -38,7 +38,7 @@ bool ask(const FileDescriptor& netlink, uint8_t family) {
     return ::send(netlink.get(), &question, sizeof question, 0) == ssize_t{sizeof question};
 }
 
-/// The end of a dump that came to nothing says so in a number behind its header.
+/// A failed dump also ends with NLMSG_DONE; a negative error code follows the header.
 Progress progressAtEnd(const nlmsghdr& header, const char* message) {
     int error = 0;
     if (header.nlmsg_len >= NLMSG_LENGTH(sizeof error)) {

@@ -12,8 +12,8 @@ namespace VintrelCore::Platform::ListeningSockets {
 
 enum class Progress { more, done, refused };
 
-/// Takes over the messages of one datagram of a dump (netlink(7), sock_diag(7)). Refused is also an end that
-/// tells of an error, and a dump that the kernel calls inconsistent.
+/// Adds the sockets in one datagram of a dump (netlink(7), sock_diag(7)). Refused also when the dump ends
+/// with an error or the kernel marks it as interrupted.
 [[nodiscard]] Progress take(std::string_view datagram, std::vector<SocketTables::ListeningSocket>& sockets);
 
 /// From the kernel's dump of sockets; absent where this program may not ask for one.

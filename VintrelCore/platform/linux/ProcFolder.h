@@ -10,10 +10,10 @@
 #include <string_view>
 #include <vector>
 
-/// /proc, opened once, and what is read below it. Internal to platform/linux/.
+/// /proc, opened once, and the reads below it. Internal to platform/linux/.
 ///
-/// The folder of a process is opened before anything in it is read. It stays that process's: when the process
-/// ends and its number becomes another one's, reads fail, and never tell of the other one.
+/// A process's folder is opened before anything in it is read. The descriptor stays bound to that process:
+/// after it has ended, reads fail, even if its pid has been reused.
 namespace VintrelCore::Platform {
 
 class ProcFolder {
@@ -44,8 +44,8 @@ private:
 /// The effective user id of a process, by its folder; absent when it has ended.
 [[nodiscard]] std::optional<int32_t> ownerOf(const FileDescriptor& process);
 
-/// Calls `action` with the folder of the descriptors and the name and target of each, by rising number.
-/// Nothing is called for a process that may not be looked into.
+/// Calls `action` with the descriptor folder and each descriptor's name and target, in ascending order. Does
+/// nothing for a process that may not be inspected.
 void forEachDescriptor(
     const FileDescriptor& process,
     const std::function<void(int folder, const char* number, std::string_view target)>& action);

@@ -9,13 +9,13 @@
 
 namespace VintrelCore::Platform {
 
-/// What the sockets in the network of one process are called. Internal to platform/linux/.
+/// The names of the sockets in one process's network namespace. Internal to platform/linux/.
 class SocketNames {
 public:
     /// Refers to the folder of the process. The tables are read when a socket is first asked for.
     explicit SocketNames(const FileDescriptor& process) : m_process(process) {}
 
-    /// By the inode. Absent for one that is in no table, such as one that is not bound yet.
+    /// Finds a socket by its inode. Absent when no table lists it, for example before it is bound.
     [[nodiscard]] std::optional<OpenDescriptor> find(uint64_t inode);
 
 private:

@@ -31,7 +31,7 @@ bool isDevice(const std::string& path, uint32_t device) {
            major(status.st_rdev) == majorOf(device) && minor(status.st_rdev) == minorOf(device);
 }
 
-/// Of a terminal that cannot be found: it is one all the same.
+/// Names a terminal that cannot be found, so that its processes still count as being on one.
 std::string nameByNumber(uint32_t device) {
     constexpr unsigned firstOfPseudoTerminals = 136;
     constexpr unsigned lastOfPseudoTerminals = 143;

@@ -11,12 +11,12 @@
 
 namespace VintrelCore::Platform {
 
-/// The names of terminals by their devices' numbers, as ps prints them: "pts/3", "tty1", "?" for none. One
-/// that cannot be found is named by its number: a process that has it is on a terminal. Internal to
-/// platform/linux/.
+/// Names terminals by device number, as ps prints them: "pts/3", "tty1", or "?" for none. A terminal whose
+/// name cannot be found is named by its number, because its processes are on a terminal all the same.
+/// Internal to platform/linux/.
 class TerminalNames {
 public:
-    /// The terminal that a process has, by its record; what the process has open may tell its name.
+    /// The name of a process's controlling terminal. The process's descriptors may help to find it.
     [[nodiscard]] std::string nameOf(uint32_t device, const FileDescriptor& process);
 
 private:
